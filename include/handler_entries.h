@@ -1,0 +1,60 @@
+// Rows of the three handler tables, and the handlers they name. agent/ holds the
+// tables, service/ hands them to requests/, which walks them: linear, in table
+// order, exact text comparison, first match wins, no default row.
+#pragma once
+
+#include "platform/ossel.h"
+#include "records.h"
+
+#include <cstdint>
+#include <string>
+
+// Brings the stored instance up to date before it is read.
+//   objectKey     key of the instance
+//   answer        may be set with setReturnMessage; a successful read replaces it
+//   clearETag     starts false; true asks for the store's ETag cache to be cleared
+//   result        0 done; otherwise the read fails with the answer as it was left
+using AgentReadHandler = int (*)(redisContext* context, std::string objectKey,
+                                 ReturnMessage* answer, bool* clearETag);
+
+// Applies the property values of an update or a creation.
+//   instanceKey   key of the target instance
+//   values        one record per property name of the row, in the row's order
+//   count         the row's property count; may be changed
+//   answer        set on failure
+//   result        0 done, 1 failed
+using AgentUpdateHandler = int (*)(redisContext* context, std::string instanceKey,
+                                   FieldValuePair** values, int* count, ReturnMessage* answer);
+
+// Runs an action.
+//   parameters    one record per parameter name of the row, null for none
+//   answer        set on failure
+//   newObjectId   may be filled with the id of an object that the action made
+//   result        0 done, 1 failed
+using AgentActionHandler = int (*)(redisContext* context, std::string instanceKey,
+                                   FieldValuePair* parameters, ReturnMessage* answer,
+                                   std::string* newObjectId);
+
+struct ReadHandlerEntry {
+    char messageId[8]; // NUL-terminated
+    std::int32_t ttl;  // seconds for which the instance counts as fresh after the read
+    AgentReadHandler handler;
+};
+static_assert(sizeof(ReadHandlerEntry) == (sizeof(void*) == 4 ? 16 : 24));
+
+struct UpdateHandlerEntry {
+    char messageId[8];                // NUL-terminated
+    std::int32_t ttl;                 // seconds, handed to updateInstance or createInstance
+    std::int32_t propertyCount;       // entries in propertyNames
+    const char* const* propertyNames; // the properties that a request may carry
+    AgentUpdateHandler handler;
+};
+static_assert(sizeof(UpdateHandlerEntry) == (sizeof(void*) == 4 ? 24 : 32));
+
+struct ActionHandlerEntry {
+    char actionName[64]; // NUL-terminated
+    std::int32_t parameterCount;
+    const char* const* parameterNames;
+    AgentActionHandler handler;
+};
+static_assert(sizeof(ActionHandlerEntry) == (sizeof(void*) == 4 ? 76 : 88));

@@ -1,0 +1,56 @@
+// The records that the parts of the daemon, the object-store client and the
+// plugin host hand to each other. All are plain memory: their layout is shared
+// with the device libraries.
+#pragma once
+
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <set>
+#include <string>
+
+// One field of a hash in the object store, or one property value of a request.
+// Both texts are NUL-terminated, at most 1023 characters.
+struct FieldValuePair {
+    char name[1024];
+    char value[1024];
+};
+static_assert(sizeof(FieldValuePair) == 2048);
+
+// One slot of an instance set: a NUL-terminated instance UUID. An instance set
+// is an array of slots with a count.
+// NOLINTNEXTLINE(modernize-use-using): spelled as the object-store contract spells it
+typedef char InstanceSlot[1024];
+
+// The answer to one request. `args` and every text in it are owned by the
+// record: requests/return_messages.h fills and frees them.
+struct ReturnMessage {
+    char messageId[128];   // NUL-terminated, at most 127 characters
+    std::uint8_t argCount; // entries in args; a return message carries at most 5
+    char** args;           // argCount texts, or null: no arguments
+};
+static_assert(sizeof(ReturnMessage) == (sizeof(void*) == 4 ? 136 : 144));
+
+// What the schema definitions in the store say of this service. `main` fills it
+// before any worker exists; constant afterwards.
+struct ResourceTypeIds {
+    std::string schemaTypeId; // also the callback id and the work tree's collection
+    std::string webGUITypeId;
+    std::string actionsTypeId;
+    std::string oemTypeId;
+    std::string turnOffLCDTypeId;
+    std::string guiReadyTypeId;
+    std::string instanceCollectionKey; // list or set of the WebGUI instances' keys
+};
+
+// Keys of the WebGUI instances that the service created, in ascending order.
+using InstanceKeySet = std::set<std::string>;
+
+// Frees what a device library allocated with the C allocator.
+struct FreeDeleter {
+    void operator()(void* memory) const noexcept { std::free(memory); }
+};
+
+// Owner of an answer that a device library hands over: `MallocPtr<char> text{...};`
+template <typename T>
+using MallocPtr = std::unique_ptr<T, FreeDeleter>;

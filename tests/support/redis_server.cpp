@@ -1,0 +1,99 @@
+#include "support/redis_server.h"
+
+#include "support/wait_until.h"
+
+#include <csignal>
+#include <hiredis/hiredis.h>
+#include <stdexcept>
+#include <utility>
+
+namespace test {
+
+namespace {
+
+std::string asText(const redisReply& reply) {
+    switch (reply.type) {
+    case REDIS_REPLY_INTEGER:
+        return std::to_string(reply.integer);
+    case REDIS_REPLY_NIL:
+        return "(nil)";
+    case REDIS_REPLY_ERROR:
+        return "(error) " + std::string(reply.str, reply.len);
+    case REDIS_REPLY_ARRAY: {
+        std::string text;
+        for (std::size_t i = 0; i < reply.elements; ++i) {
+            text += (i == 0 ? "" : " ") + asText(*reply.element[i]);
+        }
+        return text;
+    }
+    default:
+        return {reply.str, reply.len};
+    }
+}
+
+} // namespace
+
+void RedisServer::Disconnect::operator()(redisContext* context) const {
+    redisFree(context);
+}
+
+RedisServer::RedisServer(std::vector<std::string> options) : options_(std::move(options)) {
+    start();
+}
+
+RedisServer::~RedisServer() {
+    resume();
+    process_.reset();
+}
+
+void RedisServer::start() {
+    std::vector<std::string> words{
+        "redis-server", "--port",      "0", "--unixsocket", socketPath(), "--dir",
+        folder_.path(), "--save",      "",  "--appendonly", "no",         "--loglevel",
+        "warning",      "--daemonize", "no"};
+    words.insert(words.end(), options_.begin(), options_.end());
+    process_ = std::make_unique<ChildProcess>(words, std::map<std::string, std::string>{},
+                                              folder_.file("redis.log"), folder_.file("redis.log"));
+    connection_.reset();
+    if (!waitUntil([this] { return command({"PING"}) == "PONG"; })) {
+        throw std::runtime_error("redis-server does not start: " +
+                                 readFile(folder_.file("redis.log")));
+    }
+}
+
+void RedisServer::stop() {
+    process_->signal(SIGTERM);
+    process_->wait();
+}
+
+void RedisServer::kill() {
+    process_->signal(SIGKILL);
+    process_->wait();
+}
+
+void RedisServer::pause() {
+    process_->signal(SIGSTOP);
+}
+
+void RedisServer::resume() {
+    process_->signal(SIGCONT);
+}
+
+std::string RedisServer::command(const std::vector<std::string>& words) {
+    if (!connection_ || connection_->err != 0) {
+        connection_.reset(redisConnectUnix(socketPath().c_str()));
+    }
+    std::vector<const char*> arguments;
+    std::vector<std::size_t> lengths;
+    for (const std::string& word : words) {
+        arguments.push_back(word.data());
+        lengths.push_back(word.size());
+    }
+    const std::unique_ptr<void, decltype(&freeReplyObject)> reply(
+        redisCommandArgv(connection_.get(), static_cast<int>(words.size()), arguments.data(),
+                         lengths.data()),
+        freeReplyObject);
+    return reply ? asText(*static_cast<redisReply*>(reply.get())) : "(no connection)";
+}
+
+} // namespace test
