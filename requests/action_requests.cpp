@@ -1,0 +1,50 @@
+// Action requests: checks the target, runs the action and writes its response data. What an
+// action does is left to the row's handler, in agent/.
+#include "requests/action_requests.h"
+
+#include "log_line.h"
+#include "requests/return_messages.h"
+#include "store/instance_operations.h"
+
+namespace {
+
+// Runs the action and leaves the result in the answer.
+void perform(redisContext* context, const ActionHandlerEntry& row, const std::string& objectKey,
+             const InstanceKeySet& keys, ReturnMessage* answer) {
+    std::string instanceKey;
+    FieldValuePair* parameters = nullptr;
+    const int collected =
+        getActionParameters(context, row, objectKey, &instanceKey, &parameters, answer);
+    const MallocPtr<FieldValuePair> owner(parameters);
+    if (collected != 0) {
+        logLine("action", "Failed to call getActionParameters().");
+        return;
+    }
+    if (!keys.contains(instanceKey)) {
+        setReturnMessage(answer, "InvalidObject", 1, objectKey.c_str());
+        return;
+    }
+    std::string newObjectId;
+    if (row.handler(context, instanceKey, parameters, answer, &newObjectId) != 0) {
+        logLine("action", "Failed to call fnAgentAction().");
+        return;
+    }
+    if (handleActionRespData(context, objectKey, newObjectId) != 0) {
+        logLine("action", "Failed to call handleActionRespData().");
+        setReturnMessage(answer, "InternalError", 0);
+        return;
+    }
+    setReturnMessage(answer, "Success", 0);
+}
+
+} // namespace
+
+void action(redisContext* context, ActionHandlerEntry row, std::string objectKey,
+            std::string replyChannel, InstanceKeySet keys) {
+    ReturnMessage answer = kSuccessTemplate;
+    perform(context, row, objectKey, keys, &answer);
+    if (sendReturnMsg(context, replyChannel, answer) != 0) {
+        logLine("action", "Failed to call sendReturnMsg().");
+    }
+    freeReturnMessage(&answer);
+}

@@ -1,0 +1,14 @@
+// Action requests. Create worker thread only, with that thread's connection.
+#pragma once
+
+#include "handler_entries.h"
+#include "records.h"
+
+#include <string>
+
+// Serves one action and answers it exactly once.
+//   objectKey   key of the request object; its "OriginalObjID" names the target, and the
+//               response data of the action is written into it
+//   keys        the instances that have actions
+void action(redisContext* context, ActionHandlerEntry row, std::string objectKey,
+            std::string replyChannel, InstanceKeySet keys);

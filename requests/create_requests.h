@@ -1,0 +1,16 @@
+// Create requests. Create worker thread only, with that thread's connection.
+#pragma once
+
+#include "handler_entries.h"
+#include "records.h"
+
+#include <string>
+
+// Serves one creation and answers it exactly once.
+//   objectKey               key of the request object; its "OriginalObjID" is the key of
+//                           the new instance
+//   instanceCollectionKey   the collection that the new instance joins
+//   keys                    the new key goes into this request's own set alone
+void create(redisContext* context, UpdateHandlerEntry row, std::string objectKey,
+            std::string replyChannel, std::string schemaTypeId, std::string instanceCollectionKey,
+            InstanceKeySet keys);

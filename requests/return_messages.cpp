@@ -1,0 +1,119 @@
+// Return messages: fills, frees, stores and publishes the answer to one request. What the
+// object store makes of them is left to the object-store client.
+#include "requests/return_messages.h"
+
+#include "log_line.h"
+#include "text.h"
+
+#include <array>
+#include <cstdarg>
+#include <cstdlib>
+#include <cstring>
+
+const ReturnMessage kSuccessTemplate{"Success", 0, nullptr};
+const ReturnMessage kInternalErrorTemplate{"InternalError", 0, nullptr};
+
+namespace {
+
+// The hard limit of a return message in the store.
+constexpr std::uint8_t kMaximumArguments = 5;
+
+char* copyText(const char* text) {
+    const std::size_t size = text == nullptr ? 1 : std::strlen(text) + 1;
+    auto* copy = static_cast<char*>(std::calloc(size, 1));
+    if (copy != nullptr && text != nullptr) {
+        std::memcpy(copy, text, size);
+    }
+    return copy;
+}
+
+int createInStore(redisContext* context, const char* uuid, const ReturnMessage& record) {
+    if (record.argCount > kMaximumArguments) {
+        logLine("sendReturnMsg", "Too more parameters of ReturnMessage.");
+        return osselCreateReturnMessage(context, uuid, "InternalError", nullptr);
+    }
+    // A null closes the list early, so the unused places need no call of their own. A record
+    // whose arguments could not be allocated keeps its count and is sent without them.
+    std::array<const char*, kMaximumArguments> argument{};
+    for (std::size_t i = 0; record.args != nullptr && i < record.argCount; ++i) {
+        argument[i] = record.args[i];
+    }
+    return osselCreateReturnMessage(context, uuid, record.messageId, argument[0], argument[1],
+                                    argument[2], argument[3], argument[4], nullptr);
+}
+
+} // namespace
+
+// The count is not declared as 8 bits: a variadic list must not follow a promoted type.
+// NOLINTNEXTLINE(cert-dcl50-cpp): the argument texts are variadic by contract
+int setReturnMessage(ReturnMessage* record, const char* id, unsigned int argCount, ...) {
+    copyBounded(record->messageId, id);
+    record->argCount = static_cast<std::uint8_t>(argCount);
+    record->args = static_cast<char**>(std::calloc(record->argCount, sizeof(char*)));
+    if (record->args == nullptr) {
+        return record->argCount == 0 ? 1 : 0;
+    }
+    std::va_list texts;
+    va_start(texts, argCount);
+    bool complete = true;
+    for (std::size_t i = 0; complete && i < record->argCount; ++i) {
+        record->args[i] = copyText(va_arg(texts, const char*));
+        complete = record->args[i] != nullptr;
+    }
+    va_end(texts);
+    if (!complete) {
+        freeReturnMessage(record);
+        return 0;
+    }
+    return 1;
+}
+
+void freeReturnMessage(ReturnMessage* record) {
+    if (record == nullptr || record->args == nullptr) {
+        return;
+    }
+    for (std::size_t i = 0; i < record->argCount; ++i) {
+        std::free(record->args[i]);
+    }
+    std::free(static_cast<void*>(record->args));
+    record->args = nullptr;
+}
+
+int sendReturnMsg(redisContext* context, std::string replyChannel, ReturnMessage record) {
+    constexpr std::string_view kName = "sendReturnMsg";
+    char uuid[37] = {};
+    int code = osselGenerateUUID(context, uuid);
+    if (code != 0) {
+        logLine(kName, "Failed to call osselGenerateUUID().");
+    } else {
+        code = createInStore(context, uuid, record);
+    }
+    if (code != 0) {
+        // Meant: without a UUID this line follows too, with an empty key.
+        logLine(kName, "Failed to call osselCreateReturnMessage( ", uuid, ", ", record.messageId,
+                " ).");
+        return code;
+    }
+    code = osselPublishToChannel(context, replyChannel.c_str(), uuid);
+    if (code != 0) {
+        logLine(kName, "Failed to call osselPublishToChannel( ", replyChannel, ", ", uuid, " ).");
+    }
+    return code;
+}
+
+int handleActionRespData(redisContext* context, std::string hashKey, std::string newObjectId) {
+    FieldValuePair pair{};
+    if (!newObjectId.empty()) {
+        copyBounded(pair.name, "NewObjID");
+        copyBounded(pair.value, newObjectId);
+    } else {
+        copyBounded(pair.name, "HasRespData");
+        copyBounded(pair.value, "No");
+    }
+    const int code = osselCreateHashTable(context, hashKey.c_str(), &pair, 1);
+    if (code != 0) {
+        logLine("handleActionRespData", "Failed to call osselCreateHashTable( ", hashKey,
+                ", ..., 1 ).");
+    }
+    return code;
+}

@@ -1,0 +1,66 @@
+// Start-up and shutdown of the service, in order. Everything else is left to the subsystems.
+#include "agent/handler_tables.h"
+#include "log_line.h"
+#include "process_state.h"
+#include "requests/managing_mode.h"
+#include "service/hook_function.h"
+#include "service/plugin_objects.h"
+#include "service/run_marker.h"
+#include "service/worker_threads.h"
+#include "store/resource_documents.h"
+#include "store/resource_tree.h"
+
+#include <cstdlib>
+#include <string>
+
+namespace {
+
+constexpr char kSchemaType[] = "#OrvaneWebGUI.1.0.0.WebGUI";
+constexpr int kOption = 1;
+
+void readManagingMode() {
+    constexpr int kUnknownMode = 2;
+    const int mode = getManagingMode();
+    G_ManagingMode = mode == kUnknownMode ? 0 : mode;
+}
+
+// Whether or not the lookup succeeded, start-up goes on with what it found.
+void readSchemaTypeIds() {
+    G_Plugin.m_option = kOption;
+    G_Plugin.lookupSchemaTypeIds(kSchemaType);
+    G_ResourceTypeIds.schemaTypeId = G_Plugin.m_typeId;
+    logLine("OrvaneWebGUI", "The typeId is ", G_ResourceTypeIds.schemaTypeId, ".");
+    G_ResourceTypeIds.instanceCollectionKey = G_Plugin.m_instanceCollection;
+}
+
+// The workers first, in the order of their fnTypes, then the hook.
+void registerWithHost(char* name) {
+    G_Binding.ovrAddRunningThread(OrvaneWebGUI_CreateObject, name);
+    G_Binding.ovrAddRunningThread(OrvaneWebGUI_ReadObject, name);
+    G_Binding.ovrAddRunningThread(OrvaneWebGUI_UpdateObject, name);
+    G_Binding.ovrcbIdSet(G_ResourceTypeIds.schemaTypeId);
+    G_Binding.ovrRedisContextSet(G_Plugin.m_redis);
+    G_Binding.ovrHookFnSet(OrvaneWebGUI_OVRHookFunction);
+    G_Binding.ovrHookFnRedisRegister(&name);
+}
+
+} // namespace
+
+// Every path ends in exit(0): the status tells a supervisor nothing.
+int main() {
+    char name[] = "OrvaneWebGUI";
+    readManagingMode();
+    readSchemaTypeIds();
+    redisContext* context = G_Plugin.m_redis;
+    if (loadDefinitionTypeIds(context) != 0) {
+        std::exit(0);
+    }
+    registerWithHost(name);
+    if (OrvaneWebGUI_Init(context) == 0) {
+        std::exit(0);
+    }
+    createRunMarker();
+    G_Binding.ovrThreadWaitForExit();
+    OrvaneWebGUI_CleanCreated(context);
+    std::exit(0);
+}
