@@ -1,0 +1,31 @@
+// The double of the C library functions that the daemon uses across the seam. `usleep` and
+// `sleep` are recorded and return at once.
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace doubles {
+
+// `fopen` is taken over for two paths, `unlink` for the first and the last of the three;
+// these calls are recorded. All other paths reach the real function unrecorded.
+inline constexpr const char* kRunMarkerFile = "/tmp/run/Stidre.run";
+inline constexpr const char* kManagingModeFile = "/var/database/CoolingUnitManagingMode.txt";
+inline constexpr const char* kBuzzerSilenceFile = "/tmp/buzzer.silence";
+
+struct Files {
+    int markerFailures = 0;                  // so many opens of the run marker fail
+    std::optional<std::string> managingMode; // contents of the file; nothing: there is none
+    int unlinkResult = 0;                    // -1 sets errno to ENOENT
+};
+Files& files();
+
+// The nth malloc or calloc that the test's program makes from now on in this thread gives
+// null: 1, 2, ... Operator new is not touched. 0 calls it off. (Not in the shared library.)
+void failAllocation(int nth);
+
+// Allocations since the last call of failAllocation, and whether its null was given.
+int allocations();
+bool allocationFailed();
+
+} // namespace doubles

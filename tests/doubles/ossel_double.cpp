@@ -1,0 +1,510 @@
+// The double of the object-store client: a store in memory that answers as the contract
+// says. Recording and failing are left to the recorder.
+#include "doubles/platform_doubles.h"
+#include "doubles/recorder.h"
+
+#include "text.h"
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <optional>
+
+struct redisContext {
+    int number; // 0: the test's own
+};
+
+namespace doubles {
+
+namespace {
+
+struct HashAnswer {
+    FieldValuePair* records;
+    unsigned int count;
+};
+
+struct Store {
+    std::map<std::string, Fields> hashes;
+    std::map<std::string, std::vector<std::string>> lists;
+    std::map<std::string, std::vector<std::string>> sets;
+    std::map<std::string, int> freshness;
+    std::vector<RecordedEvent> events;
+    std::optional<HashAnswer> hashAnswer;
+    int uuids = 0;
+    int connections = 0;
+    int openConnections = 0;
+    bool hasOwnContext = false;
+};
+
+Store& store() {
+    static auto* const store = new Store;
+    return *store;
+}
+
+redisContext g_ownContext{0};
+
+const std::string* findField(const std::string& key, const std::string& name) {
+    const auto hash = store().hashes.find(key);
+    if (hash == store().hashes.end()) {
+        return nullptr;
+    }
+    const auto found =
+        std::ranges::find(hash->second, name, &std::pair<std::string, std::string>::first);
+    return found == hash->second.end() ? nullptr : &found->second;
+}
+
+void setField(const std::string& key, const std::string& name, const std::string& value) {
+    Fields& fields = store().hashes[key];
+    const auto found = std::ranges::find(fields, name, &std::pair<std::string, std::string>::first);
+    if (found == fields.end()) {
+        fields.emplace_back(name, value);
+    } else {
+        found->second = value;
+    }
+}
+
+bool removeMember(std::map<std::string, std::vector<std::string>>& groups, const std::string& key,
+                  const std::string& member) {
+    const auto group = groups.find(key);
+    if (group == groups.end()) {
+        return false;
+    }
+    const auto found = std::ranges::find(group->second, member);
+    if (found == group->second.end()) {
+        return false;
+    }
+    group->second.erase(found);
+    if (group->second.empty()) {
+        groups.erase(group);
+    }
+    return true;
+}
+
+void addMember(std::vector<std::string>& group, const std::string& member) {
+    if (std::ranges::find(group, member) == group.end()) {
+        group.push_back(member);
+    }
+}
+
+bool isAny(const redisContext* context, std::initializer_list<const char*> texts) {
+    return context == nullptr ||
+           std::ranges::any_of(texts, [](const char* text) { return text == nullptr; });
+}
+
+char* duplicate(const std::string& text) {
+    auto* const copy = static_cast<char*>(detail::allocate(text.size() + 1));
+    std::memcpy(copy, text.c_str(), text.size() + 1);
+    return copy;
+}
+
+bool nobodyIsConnected() {
+    return store().openConnections == 0 && !store().hasOwnContext;
+}
+
+std::string showEvent(const RecordedEvent& event) {
+    const OsselEvent& record = event.record;
+    std::string arguments;
+    for (const std::string& argument : event.arguments) {
+        arguments += (arguments.empty() ? "" : ", ") + argument;
+    }
+    return std::string("{eventType=") + record.eventType + ", kind=" + record.kind +
+           ", message=" + record.message + ", messageId=" + record.messageId + ", arguments=[" +
+           arguments + "], origin=" + record.origin + '}';
+}
+
+RecordedEvent copyOf(const char* source, int kind, const OsselEvent& record) {
+    RecordedEvent event{source == nullptr ? "" : source, kind, record, {}};
+    for (int i = 0; i < record.argumentCount && record.arguments != nullptr; ++i) {
+        event.arguments.emplace_back(record.arguments + std::ptrdiff_t{1024} * i);
+    }
+    event.record.arguments = nullptr;
+    return event;
+}
+
+} // namespace
+
+namespace detail {
+
+void resetStore() {
+    if (store().hashAnswer) {
+        std::free(store().hashAnswer->records);
+    }
+    store() = Store{};
+}
+
+std::string show(const redisContext* context) {
+    if (context == nullptr) {
+        return "null";
+    }
+    return context == &g_ownContext ? "ctx" : "ctx" + std::to_string(context->number);
+}
+
+} // namespace detail
+
+std::map<std::string, Fields>& hashes() {
+    return store().hashes;
+}
+
+std::map<std::string, std::vector<std::string>>& lists() {
+    return store().lists;
+}
+
+std::map<std::string, std::vector<std::string>>& sets() {
+    return store().sets;
+}
+
+std::map<std::string, int>& freshness() {
+    return store().freshness;
+}
+
+std::vector<RecordedEvent>& events() {
+    return store().events;
+}
+
+std::string field(const std::string& key, const std::string& name) {
+    const std::string* const value = findField(key, name);
+    return value == nullptr ? std::string() : *value;
+}
+
+std::string uuid(int number) {
+    const std::string digits = std::to_string(number);
+    return "uuid" + std::string(4 - std::min<std::size_t>(4, digits.size()), '0') + digits +
+           "-0000-0000-0000-000000000000";
+}
+
+redisContext* context() {
+    store().hasOwnContext = true;
+    return &g_ownContext;
+}
+
+int openConnections() {
+    return store().openConnections;
+}
+
+void answerHashGetAll(FieldValuePair* records, unsigned int count) {
+    store().hashAnswer = HashAnswer{records, count};
+}
+
+void schema(const std::string& field, const std::string& text, const std::string& id) {
+    setField("OsselSchemaInstances", field + ':' + text, id);
+}
+
+void provision() {
+    schema("title", "#OrvaneWebGUI.1.0.0.WebGUI", "schema-type");
+    hashes()["schema-type"] = {{"title", "#OrvaneWebGUI.1.0.0.WebGUI"},
+                               {"instanceCollection", "collection"},
+                               {"definitions", "definitions"}};
+    hashes()["definitions"] = {{"WebGUI", "webgui-type"}};
+    hashes()["webgui-type"] = {{"Actions", "actions-type"}};
+    hashes()["actions-type"] = {{"Oem", "oem-type"},
+                                {"#WebGUI.TurnOffLCD", "turnofflcd-type"},
+                                {"#WebGUI.GUIReady", "guiready-type"}};
+}
+
+} // namespace doubles
+
+using doubles::detail::arguments;
+using doubles::detail::enter;
+using doubles::detail::Lock;
+using doubles::detail::mutex;
+using doubles::detail::Plain;
+using doubles::detail::show;
+
+extern "C" {
+
+redisContext* osselRedisConnect(void) {
+    const Lock lock(mutex());
+    if (enter("osselRedisConnect", "") != 0) {
+        return nullptr;
+    }
+    auto* const context =
+        static_cast<redisContext*>(doubles::detail::allocate(sizeof(redisContext)));
+    context->number = ++doubles::store().connections;
+    ++doubles::store().openConnections;
+    return context;
+}
+
+void osselRedisDisconnect(redisContext* context) {
+    const Lock lock(mutex());
+    doubles::detail::record("osselRedisDisconnect", arguments(context));
+    if (context != nullptr && context != &doubles::g_ownContext) {
+        --doubles::store().openConnections;
+        std::free(context);
+    }
+}
+
+int osselGenerateUUID(redisContext* context, char* uuid) {
+    const Lock lock(mutex());
+    const int code = enter("osselGenerateUUID", arguments(context));
+    if (code != 0 || context == nullptr) {
+        return code != 0 ? code : 1;
+    }
+    copyBounded(uuid, 37, doubles::uuid(++doubles::store().uuids));
+    return 0;
+}
+
+int osselCreateReturnMessage(redisContext* context, const char* uuid, const char* messageId, ...) {
+    const Lock lock(mutex());
+    doubles::Fields fields{{"MessageId", messageId == nullptr ? "" : messageId}};
+    std::string shown = arguments(context, uuid, messageId);
+    std::va_list list;
+    va_start(list, messageId);
+    while (const char* const text = va_arg(list, const char*)) {
+        fields.emplace_back("MessageArgs." + std::to_string(fields.size() - 1), text);
+        shown += ", " + show(text);
+    }
+    va_end(list);
+    const int code = enter("osselCreateReturnMessage", shown + ", null");
+    if (code != 0 || doubles::isAny(context, {uuid, messageId})) {
+        return code != 0 ? code : 1;
+    }
+    doubles::hashes()[uuid] = std::move(fields);
+    return 0;
+}
+
+int osselPublishToChannel(redisContext* context, const char* channel, const char* message) {
+    const Lock lock(mutex());
+    const int code = enter("osselPublishToChannel", arguments(context, channel, message));
+    return code != 0 ? code : static_cast<int>(doubles::isAny(context, {channel, message}));
+}
+
+int osselCreateHashTable(redisContext* context, const char* key, const FieldValuePair* fields,
+                         int count) {
+    const Lock lock(mutex());
+    const int code =
+        enter("osselCreateHashTable", arguments(context, key, Plain{show(fields, count)}, count));
+    if (code != 0 || doubles::isAny(context, {key}) || fields == nullptr) {
+        return code != 0 ? code : 1;
+    }
+    for (int i = 0; i < count; ++i) {
+        doubles::setField(key, fields[i].name, fields[i].value);
+    }
+    return 0;
+}
+
+int osselDeleteHash(redisContext* context, const char* key) {
+    const Lock lock(mutex());
+    const int code = enter("osselDeleteHash", arguments(context, key));
+    if (code != 0 || doubles::isAny(context, {key})) {
+        return code != 0 ? code : 1;
+    }
+    doubles::hashes().erase(key);
+    doubles::lists().erase(key);
+    doubles::sets().erase(key);
+    return 0;
+}
+
+int osselGetHashField(redisContext* context, const char* key, const char* field, char* value) {
+    const Lock lock(mutex());
+    const int code = enter("osselGetHashField", arguments(context, key, field));
+    if (code != 0 || doubles::isAny(context, {key, field})) {
+        return code != 0 ? code : 1;
+    }
+    const std::string* const found = doubles::findField(key, field);
+    if (found == nullptr) {
+        return 1;
+    }
+    const std::size_t length = std::min<std::size_t>(found->size(), 255);
+    std::memcpy(value, found->data(), length);
+    value[length] = '\0';
+    return 0;
+}
+
+FieldValuePair* osselHashGetAll(redisContext* context, const char* key, unsigned int* count) {
+    const Lock lock(mutex());
+    const int code = enter("osselHashGetAll", arguments(context, key));
+    *count = 0;
+    if (code != 0 || doubles::isAny(context, {key})) {
+        return nullptr;
+    }
+    if (const auto answer = std::exchange(doubles::store().hashAnswer, std::nullopt)) {
+        *count = answer->count;
+        return answer->records;
+    }
+    const auto hash = doubles::hashes().find(key);
+    if (hash == doubles::hashes().end() || hash->second.empty()) {
+        return nullptr;
+    }
+    const doubles::Fields& fields = hash->second;
+    auto* const records = static_cast<FieldValuePair*>(
+        doubles::detail::allocate(fields.size() * sizeof(FieldValuePair)));
+    for (const auto& [name, value] : fields) {
+        copyBounded(records[*count].name, name);
+        copyBounded(records[(*count)++].value, value);
+    }
+    return records;
+}
+
+int osselIsFieldMatched(redisContext* context, const char* key, const char* field,
+                        const char* value) {
+    const Lock lock(mutex());
+    const int code = enter("osselIsFieldMatched", arguments(context, key, field, value));
+    if (code != 0 || doubles::isAny(context, {key, field, value})) {
+        return 0;
+    }
+    const std::string* const found = doubles::findField(key, field);
+    return static_cast<int>(found != nullptr && *found == value);
+}
+
+int osselHashAppendTTLObject(redisContext* context, const char* key, int ttl) {
+    const Lock lock(mutex());
+    const int code = enter("osselHashAppendTTLObject", arguments(context, key, ttl));
+    if (code != 0 || doubles::isAny(context, {key})) {
+        return code != 0 ? code : 1;
+    }
+    doubles::freshness().erase(key);
+    if (ttl > 0) {
+        doubles::freshness()[key] = ttl;
+    }
+    return 0;
+}
+
+int osselClearETagCache(redisContext* context, const char* key) {
+    const Lock lock(mutex());
+    const int code = enter("osselClearETagCache", arguments(context, key));
+    return code != 0 ? code : static_cast<int>(doubles::isAny(context, {key}));
+}
+
+int osselListRightPush(redisContext* context, const char* key, const char* value) {
+    const Lock lock(mutex());
+    const int code = enter("osselListRightPush", arguments(context, key, value));
+    if (code != 0 || doubles::isAny(context, {key, value}) || doubles::sets().contains(key) ||
+        doubles::hashes().contains(key)) {
+        return code != 0 ? code : 1;
+    }
+    doubles::addMember(doubles::lists()[key], value);
+    return 0;
+}
+
+int osselLREM(redisContext* context, const char* key, int count, const char* value) {
+    const Lock lock(mutex());
+    const int code = enter("osselLREM", arguments(context, key, count, value));
+    if (code != 0 || doubles::isAny(context, {key, value})) {
+        return code != 0 ? code : 1;
+    }
+    return static_cast<int>(!doubles::removeMember(doubles::lists(), key, value));
+}
+
+int osselSADD(redisContext* context, const char* key, const char* member, int flag) {
+    const Lock lock(mutex());
+    const int code = enter("osselSADD", arguments(context, key, member, flag));
+    if (code != 0 || doubles::isAny(context, {key, member}) || doubles::lists().contains(key) ||
+        doubles::hashes().contains(key)) {
+        return code != 0 ? code : 1;
+    }
+    doubles::addMember(doubles::sets()[key], member);
+    return 0;
+}
+
+int osselRemoveInstanceFromSet(redisContext* context, const char* key, const char* member) {
+    const Lock lock(mutex());
+    const int code = enter("osselRemoveInstanceFromSet", arguments(context, key, member));
+    if (code != 0 || doubles::isAny(context, {key, member})) {
+        return code != 0 ? code : 1;
+    }
+    return static_cast<int>(!doubles::removeMember(doubles::sets(), key, member));
+}
+
+int osselSMembers(redisContext* context, const char* key, InstanceSlot** members,
+                  unsigned int* count) {
+    const Lock lock(mutex());
+    const int code = enter("osselSMembers", arguments(context, key));
+    if (code != 0 || doubles::isAny(context, {key})) {
+        return code != 0 ? code : 1;
+    }
+    const bool isList = doubles::lists().contains(key);
+    const auto& groups = isList ? doubles::lists() : doubles::sets();
+    const auto group = groups.find(key);
+    *members = nullptr;
+    *count = 0;
+    if (group == groups.end()) {
+        return 0;
+    }
+    *members = static_cast<InstanceSlot*>(
+        doubles::detail::allocate(group->second.size() * sizeof(InstanceSlot)));
+    for (const std::string& member : group->second) {
+        copyBounded((*members)[(*count)++], member);
+    }
+    return 0;
+}
+
+int osselCreateSetTable(redisContext* context, const char* key, const InstanceSlot* members,
+                        unsigned int count) {
+    const Lock lock(mutex());
+    const int code =
+        enter("osselCreateSetTable", arguments(context, key, Plain{show(members, count)}, count));
+    if (code != 0 || doubles::isAny(context, {key}) || members == nullptr) {
+        return code != 0 ? code : 1;
+    }
+    for (unsigned int i = 0; i < count; ++i) {
+        doubles::addMember(doubles::sets()[key], members[i]);
+    }
+    return 0;
+}
+
+int osselRenewCollection(redisContext* context, int mode, const char* collectionKey,
+                         const char* setKey, unsigned char flag) {
+    const Lock lock(mutex());
+    const int code =
+        enter("osselRenewCollection", arguments(context, mode, collectionKey, setKey, int{flag}));
+    if (code != 0 || doubles::isAny(context, {collectionKey, setKey}) || (mode != 0 && mode != 1)) {
+        return code != 0 ? code : 1;
+    }
+    const std::vector<std::string> members = std::exchange(doubles::sets()[setKey], {});
+    doubles::sets().erase(setKey);
+    const std::string workTree = std::string("WorkTree:") + collectionKey;
+    for (const std::string& member : members) {
+        if (mode == 0) {
+            doubles::addMember(doubles::sets()[workTree], member);
+        } else {
+            doubles::removeMember(doubles::sets(), workTree, member);
+        }
+    }
+    return 0;
+}
+
+int osselCreateEventObject(redisContext* context, const char* source, int kind,
+                           const OsselEvent* events, int count) {
+    const Lock lock(mutex());
+    std::vector<doubles::RecordedEvent> copies;
+    std::string shown;
+    for (int i = 0; i < count && events != nullptr; ++i) {
+        copies.push_back(doubles::copyOf(source, kind, events[i]));
+        shown += (i == 0 ? "" : ", ") + doubles::showEvent(copies.back());
+    }
+    const int code = enter("osselCreateEventObject",
+                           arguments(context, source, kind, Plain{'[' + shown + ']'}, count));
+    if (code != 0 || doubles::isAny(context, {source}) || events == nullptr) {
+        return code != 0 ? code : 1;
+    }
+    for (doubles::RecordedEvent& event : copies) {
+        doubles::events().push_back(std::move(event));
+    }
+    return 0;
+}
+
+char* olGetSchemaTypeIdByField(const char* key, const char* field, const char* value) {
+    const Lock lock(mutex());
+    const int code = enter("olGetSchemaTypeIdByField", arguments(key, field, value));
+    if (code != 0 || doubles::nobodyIsConnected() || key == nullptr || field == nullptr ||
+        value == nullptr) {
+        return nullptr;
+    }
+    const std::string* const id =
+        doubles::findField(key, std::string(field) + ':' + std::string(value));
+    return id == nullptr ? nullptr : doubles::duplicate(*id);
+}
+
+char* olObjGetProperty(const char* objectKey, const char* property) {
+    const Lock lock(mutex());
+    const int code = enter("olObjGetProperty", arguments(objectKey, property));
+    if (code != 0 || doubles::nobodyIsConnected() || objectKey == nullptr || property == nullptr) {
+        return nullptr;
+    }
+    const std::string* const value = doubles::findField(objectKey, property);
+    return value == nullptr ? nullptr : doubles::duplicate(*value);
+}
+
+} // extern "C"

@@ -1,0 +1,432 @@
+// The double keeps to the contract of the device libraries where a unit test relies on it.
+#include "doubles/platform_test.h"
+
+#include "records.h"
+#include "text.h"
+
+#include <array>
+#include <cstdlib>
+#include <fcntl.h>
+#include <sqlite3.h>
+#include <unistd.h>
+
+namespace {
+
+using doubles::callsOf;
+using doubles::context;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Pair;
+
+FieldValuePair pairOf(const char* name, const char* value) {
+    FieldValuePair pair{};
+    copyBounded(pair.name, name);
+    copyBounded(pair.value, value);
+    return pair;
+}
+
+class PlatformDouble : public doubles::PlatformTest {};
+
+TEST_F(PlatformDouble, RecordsEachCallAsTheCodeThatMakesIt) {
+    const std::array<FieldValuePair, 2> fields{pairOf("A", "1"), pairOf("B", "")};
+    osselCreateHashTable(context(), "key", fields.data(), 2);
+    osselSADD(context(), "set", "member", 0);
+    osselCreateReturnMessage(context(), "id", "InvalidObject", "key", "more",
+                             static_cast<const char*>(nullptr));
+    LCDBlank(0);
+    EXPECT_THAT(doubles::calls(),
+                ElementsAre("osselCreateHashTable(ctx, \"key\", [A=1, B=], 2)",
+                            "osselSADD(ctx, \"set\", \"member\", 0)",
+                            "osselCreateReturnMessage(ctx, \"id\", \"InvalidObject\", \"key\", "
+                            "\"more\", null)",
+                            "LCDBlank(0)"));
+    EXPECT_THAT(doubles::calls(), IsEmpty());
+}
+
+TEST_F(PlatformDouble, RecordsNumbersInDecimalWhateverTheStream) {
+    hexStream();
+    LCDBlankTimeOutSet(300);
+    EXPECT_THAT(doubles::calls(), ElementsAre("LCDBlankTimeOutSet(300)"));
+}
+
+TEST_F(PlatformDouble, LeavesIgnoredFunctionsOutOfTheRecord) {
+    doubles::ignore("LCDBlank");
+    LCDBlank(0);
+    xset_env_init();
+    EXPECT_THAT(doubles::calls(), ElementsAre("xset_env_init()"));
+}
+
+TEST_F(PlatformDouble, FailsTheNextTheNthOrEveryCallAsAsked) {
+    doubles::fail("LCDBlank", 7);
+    EXPECT_EQ(LCDBlank(0), 7);
+    EXPECT_EQ(LCDBlank(0), 0);
+    doubles::failNth("LCDBlank", 2, 8);
+    EXPECT_EQ(LCDBlank(0), 0);
+    EXPECT_FALSE(doubles::failuresMet());
+    EXPECT_EQ(LCDBlank(0), 8);
+    EXPECT_TRUE(doubles::failuresMet());
+    doubles::failAlways("LCDBlank", 9);
+    EXPECT_EQ(LCDBlank(0), 9);
+    EXPECT_EQ(LCDBlank(0), 9);
+    EXPECT_EQ(xset_env_init(), 0);
+}
+
+TEST_F(PlatformDouble, FailsTheNthCallOfAnyFunction) {
+    doubles::failAnyNth(2, 4);
+    EXPECT_EQ(LCDBlank(0), 0);
+    EXPECT_EQ(xset_env_init(), 4);
+    EXPECT_EQ(xset_env_init(), 0);
+}
+
+TEST_F(PlatformDouble, ResetForgetsCallsFailuresAndData) {
+    doubles::failAlways("LCDBlank");
+    doubles::hashes()["key"] = {{"A", "1"}};
+    LCDBlank(0);
+    doubles::reset();
+    EXPECT_THAT(doubles::calls(), IsEmpty());
+    EXPECT_EQ(LCDBlank(0), 0);
+    EXPECT_THAT(doubles::hashes(), IsEmpty());
+}
+
+TEST_F(PlatformDouble, GivesConnectionsNamesInTheOrderOfOpening) {
+    redisContext* const first = osselRedisConnect();
+    redisContext* const second = osselRedisConnect();
+    EXPECT_EQ(doubles::openConnections(), 2);
+    osselDeleteHash(second, "key");
+    osselRedisDisconnect(second);
+    osselRedisDisconnect(first);
+    osselRedisDisconnect(nullptr);
+    EXPECT_EQ(doubles::openConnections(), 0);
+    EXPECT_THAT(doubles::calls(),
+                ElementsAre("osselRedisConnect()", "osselRedisConnect()",
+                            "osselDeleteHash(ctx2, \"key\")", "osselRedisDisconnect(ctx2)",
+                            "osselRedisDisconnect(ctx1)", "osselRedisDisconnect(null)"));
+}
+
+TEST_F(PlatformDouble, FailsOnANullConnectionWithoutACrash) {
+    std::array<char, 256> text{};
+    unsigned int count = 9;
+    InstanceSlot* members = nullptr;
+    EXPECT_NE(osselGenerateUUID(nullptr, text.data()), 0);
+    EXPECT_NE(osselDeleteHash(nullptr, "key"), 0);
+    EXPECT_NE(osselGetHashField(nullptr, "key", "field", text.data()), 0);
+    EXPECT_EQ(osselHashGetAll(nullptr, "key", &count), nullptr);
+    EXPECT_EQ(count, 0U);
+    EXPECT_EQ(osselIsFieldMatched(nullptr, "key", "field", "value"), 0);
+    EXPECT_NE(osselSMembers(nullptr, "key", &members, &count), 0);
+    EXPECT_NE(osselCreateEventObject(nullptr, "source", 0, nullptr, 0), 0);
+}
+
+TEST_F(PlatformDouble, GivesUuidsOfThirtySixCharacters) {
+    std::array<char, 37> text{};
+    ASSERT_EQ(osselGenerateUUID(context(), text.data()), 0);
+    EXPECT_EQ(text.data(), doubles::uuid(1));
+    EXPECT_EQ(doubles::uuid(1).size(), 36U);
+    EXPECT_EQ(doubles::uuid(12).size(), 36U);
+}
+
+TEST_F(PlatformDouble, SetsFieldsOfAHashAndLeavesTheOthers) {
+    doubles::hashes()["key"] = {{"A", "1"}, {"B", "2"}};
+    const FieldValuePair field = pairOf("B", "3");
+    ASSERT_EQ(osselCreateHashTable(context(), "key", &field, 1), 0);
+    EXPECT_THAT(doubles::hashes()["key"], ElementsAre(Pair("A", "1"), Pair("B", "3")));
+}
+
+TEST_F(PlatformDouble, HandsOutAWholeHashInStoredOrder) {
+    doubles::hashes()["key"] = {{"B", "2"}, {"A", "1"}};
+    unsigned int count = 0;
+    const MallocPtr<FieldValuePair> records{osselHashGetAll(context(), "key", &count)};
+    ASSERT_EQ(count, 2U);
+    EXPECT_STREQ(records.get()[0].name, "B");
+    EXPECT_STREQ(records.get()[1].value, "1");
+    EXPECT_EQ(osselHashGetAll(context(), "absent", &count), nullptr);
+    EXPECT_EQ(count, 0U);
+}
+
+TEST_F(PlatformDouble, CutsAFieldTo255Characters) {
+    doubles::hashes()["key"] = {{"long", std::string(300, 'x')}, {"empty", ""}};
+    std::array<char, 300> text{};
+    ASSERT_EQ(osselGetHashField(context(), "key", "long", text.data()), 0);
+    EXPECT_EQ(text.data(), std::string(255, 'x'));
+    EXPECT_EQ(osselGetHashField(context(), "key", "empty", text.data()), 0);
+    EXPECT_STREQ(text.data(), "");
+    EXPECT_NE(osselGetHashField(context(), "key", "absent", text.data()), 0);
+}
+
+TEST_F(PlatformDouble, MatchesAFieldOnlyWhenItIsEqual) {
+    doubles::hashes()["key"] = {{"A", "1"}};
+    EXPECT_NE(osselIsFieldMatched(context(), "key", "A", "1"), 0);
+    EXPECT_EQ(osselIsFieldMatched(context(), "key", "A", "2"), 0);
+    EXPECT_EQ(osselIsFieldMatched(context(), "key", "B", "1"), 0);
+    doubles::fail("osselIsFieldMatched");
+    EXPECT_EQ(osselIsFieldMatched(context(), "key", "A", "1"), 0);
+}
+
+TEST_F(PlatformDouble, PushesAValueToAListOnceAndNeverToASet) {
+    EXPECT_EQ(osselListRightPush(context(), "list", "a"), 0);
+    EXPECT_EQ(osselListRightPush(context(), "list", "a"), 0);
+    EXPECT_THAT(doubles::lists()["list"], ElementsAre("a"));
+    doubles::sets()["set"] = {"b"};
+    EXPECT_NE(osselListRightPush(context(), "set", "a"), 0);
+    EXPECT_EQ(osselSADD(context(), "set", "b", 0), 0);
+    EXPECT_THAT(doubles::sets()["set"], ElementsAre("b"));
+}
+
+TEST_F(PlatformDouble, FailsToRemoveWhatIsNotThere) {
+    doubles::lists()["list"] = {"a"};
+    doubles::sets()["set"] = {"a"};
+    EXPECT_EQ(osselLREM(context(), "list", 1, "a"), 0);
+    EXPECT_NE(osselLREM(context(), "list", 1, "a"), 0);
+    EXPECT_EQ(osselRemoveInstanceFromSet(context(), "set", "a"), 0);
+    EXPECT_NE(osselRemoveInstanceFromSet(context(), "set", "a"), 0);
+}
+
+TEST_F(PlatformDouble, ReadsTheMembersOfAListAsWellAsOfASet) {
+    doubles::lists()["list"] = {"a", "b"};
+    InstanceSlot* members = nullptr;
+    unsigned int count = 0;
+    ASSERT_EQ(osselSMembers(context(), "list", &members, &count), 0);
+    const MallocPtr<InstanceSlot> owner{members};
+    ASSERT_EQ(count, 2U);
+    EXPECT_STREQ(members[1], "b");
+    ASSERT_EQ(osselSMembers(context(), "absent", &members, &count), 0);
+    EXPECT_EQ(count, 0U);
+}
+
+TEST_F(PlatformDouble, RenewsTheWorkTreeAndConsumesTheSet) {
+    std::array<InstanceSlot, 2> members{};
+    copyBounded(members[0], "a");
+    copyBounded(members[1], "b");
+    ASSERT_EQ(osselCreateSetTable(context(), "set", members.data(), 2), 0);
+    EXPECT_EQ(osselRenewCollection(context(), 0, "collection", "set", 0), 0);
+    EXPECT_THAT(doubles::sets()["WorkTree:collection"], ElementsAre("a", "b"));
+    EXPECT_FALSE(doubles::sets().contains("set"));
+    ASSERT_EQ(osselCreateSetTable(context(), "set", members.data(), 1), 0);
+    EXPECT_EQ(osselRenewCollection(context(), 1, "collection", "set", 0), 0);
+    EXPECT_THAT(doubles::sets()["WorkTree:collection"], ElementsAre("b"));
+    EXPECT_THAT(callsOf("osselRenewCollection"),
+                ElementsAre("osselRenewCollection(ctx, 0, \"collection\", \"set\", 0)",
+                            "osselRenewCollection(ctx, 1, \"collection\", \"set\", 0)"));
+}
+
+TEST_F(PlatformDouble, TakesAwayTheFreshnessForATtlOfZeroOrLess) {
+    EXPECT_EQ(osselHashAppendTTLObject(context(), "key", 3), 0);
+    EXPECT_EQ(doubles::freshness()["key"], 3);
+    EXPECT_EQ(osselHashAppendTTLObject(context(), "key", 0), 0);
+    EXPECT_THAT(doubles::freshness(), IsEmpty());
+}
+
+TEST_F(PlatformDouble, KeepsACopyOfEveryEventThatSucceeds) {
+    OsselEvent event{};
+    std::array<char, 1024> argument{};
+    copyBounded(argument.data(), argument.size(), "WebGUI00");
+    copyBounded(event.kind, "MESSAGE");
+    event.argumentCount = 1;
+    event.arguments = argument.data();
+    EXPECT_EQ(osselCreateEventObject(context(), "source", 0, &event, 1), 0);
+    doubles::fail("osselCreateEventObject");
+    EXPECT_EQ(osselCreateEventObject(context(), "source", 0, &event, 1), 1);
+    ASSERT_EQ(doubles::events().size(), 1U);
+    EXPECT_THAT(doubles::events()[0].arguments, ElementsAre("WebGUI00"));
+    EXPECT_THAT(callsOf("osselCreateEventObject")[1], HasSubstr("arguments=[WebGUI00]"));
+}
+
+TEST_F(PlatformDouble, FindsSchemaTypesOnlyWhileSomebodyIsConnected) {
+    doubles::provision();
+    const char* const title = "#OrvaneWebGUI.1.0.0.WebGUI";
+    EXPECT_EQ(olGetSchemaTypeIdByField("OsselSchemaInstances", "title", title), nullptr);
+    redisContext* const connection = osselRedisConnect();
+    const MallocPtr<char> id{olGetSchemaTypeIdByField("OsselSchemaInstances", "title", title)};
+    EXPECT_STREQ(id.get(), "schema-type");
+    const MallocPtr<char> collection{olObjGetProperty("schema-type", "instanceCollection")};
+    EXPECT_STREQ(collection.get(), "collection");
+    EXPECT_EQ(olObjGetProperty("schema-type", "absent"), nullptr);
+    osselRedisDisconnect(connection);
+}
+
+TEST_F(PlatformDouble, OpensADatabaseWithEmptyThemeStorage) {
+    SettingsDatabase handle{};
+    EXPECT_EQ(open_database(&handle, 2), 0);
+    EXPECT_EQ(handle.ready, 1);
+    EXPECT_EQ(handle.schemaLevel, 2);
+    EXPECT_EQ(doubles::runSql("INSERT INTO Misc VALUES ('Theme', 'light')"), "");
+    EXPECT_EQ(doubles::runSql("SELECT Data FROM View_Theme"), "light");
+    EXPECT_EQ(close_database(&handle), 0);
+    EXPECT_EQ(handle.ready, 0);
+    EXPECT_FALSE(doubles::databaseIsOpen());
+    EXPECT_EQ(close_database(&handle), 0);
+}
+
+TEST_F(PlatformDouble, LeavesTheHandleUnusableAfterAFailedOpen) {
+    SettingsDatabase handle{};
+    doubles::database().openResult = -1;
+    EXPECT_EQ(open_database(&handle, 2), -1);
+    EXPECT_EQ(handle.ready, 0);
+    EXPECT_EQ(handle.schemaLevel, 0);
+    EXPECT_EQ(handle.connection, nullptr);
+    EXPECT_EQ(close_database(&handle), 0);
+}
+
+TEST_F(PlatformDouble, AnswersAQueryWithTheHeadingAndEveryRow) {
+    SettingsDatabase handle{};
+    SettingsTable table{};
+    ASSERT_EQ(query_database_dat_with_condition(&handle, "webgui_tbl", &table, "where x"), 0);
+    ASSERT_EQ(table.rowCount, 1U);
+    EXPECT_STREQ(table.rows[0][12].name, "HiLoPeriod");
+    EXPECT_STREQ(table.rows[1][0].value, "Zolan CMS Web GUI Settings");
+    free_sql_tbl(&table);
+    EXPECT_EQ(table.rows, nullptr);
+    free_sql_tbl(&table);
+    doubles::fail("query_database_dat_with_condition", 3);
+    EXPECT_EQ(query_database_dat_with_condition(&handle, "webgui_tbl", &table, ""), 3);
+    EXPECT_EQ(table.rows, nullptr);
+}
+
+TEST_F(PlatformDouble, AppliesAnUpdateToItsRow) {
+    SettingsDatabase handle{};
+    SettingsColumn column{};
+    tql_update_ssqlcol_struct(&column, 1, "Language", "German");
+    const SettingsRow row{1, &column};
+    EXPECT_EQ(update_database_table_with_condition(&handle, "webgui_tbl", &row, " where y"), 0);
+    EXPECT_EQ(doubles::setting("Language"), "German");
+    EXPECT_EQ(insert_database_table_entry_struct(&handle, "webgui_tbl", &row), 0);
+    EXPECT_EQ(doubles::database().rows.size(), 2U);
+    EXPECT_THAT(doubles::calls(),
+                ElementsAre("tql_update_ssqlcol_struct(1, \"Language\", \"German\")",
+                            "update_database_table_with_condition(\"webgui_tbl\", "
+                            "[Language:1=German], \" where y\")",
+                            "insert_database_table_entry_struct(\"webgui_tbl\", "
+                            "[Language:1=German])"));
+}
+
+TEST_F(PlatformDouble, CutsAColumnTo23And255CharactersAndTakesNull) {
+    SettingsColumn column{};
+    tql_update_ssqlcol_struct(&column, 0, std::string(40, 'n').c_str(),
+                              std::string(300, 'v').c_str());
+    EXPECT_EQ(column.name, std::string(23, 'n'));
+    EXPECT_EQ(column.value, std::string(255, 'v'));
+    tql_update_ssqlcol_struct(&column, 0, nullptr, nullptr);
+    EXPECT_STREQ(column.name, "");
+    EXPECT_STREQ(column.value, "");
+}
+
+TEST_F(PlatformDouble, LeavesTheScaleUntouchedWhenItCannotBeRead) {
+    int scale = 5;
+    std::array<char, 1024> text{};
+    doubles::fail("CoolGetTempScale", 1);
+    EXPECT_EQ(CoolGetTempScale(0, &scale, 0, text.data()), 1);
+    EXPECT_EQ(scale, 5);
+    EXPECT_EQ(CoolSetTempScale(0, 0, "user", 0), 0);
+    EXPECT_EQ(CoolGetTempScale(0, &scale, 0, text.data()), 0);
+    EXPECT_EQ(scale, 0);
+}
+
+int g_handled = 0;
+
+void* takeForEver(std::string /*name*/) {
+    RequestTriple request;
+    for (ovrComSupport support;; ++g_handled) {
+        support.ovrThreadInstructionPost(lockTake, &request, fnRead);
+    }
+}
+
+void* endAtOnce(std::string /*name*/) {
+    return nullptr;
+}
+
+TEST_F(PlatformDouble, HandsAPostToTheWorkerAndThenEndsIt) {
+    g_handled = 0;
+    ovrBindCAPIToOssel binding;
+    RequestTriple request{"00001", "key", "channel"};
+    binding.ovrThreadInstructionPost(lockPost, &request, fnRead);
+    binding.ovrThreadInstructionPost(lockPost, &request, fnUpdate);
+    EXPECT_TRUE(doubles::runWorker(takeForEver).endedByHost);
+    EXPECT_EQ(g_handled, 1);
+    EXPECT_FALSE(doubles::runWorker(endAtOnce).endedByHost);
+    EXPECT_THAT(callsOf("ovrThreadInstructionPost"),
+                ElementsAre("ovrThreadInstructionPost(lockPost, {\"00001\", \"key\", "
+                            "\"channel\"}, fnRead)",
+                            "ovrThreadInstructionPost(lockPost, {\"00001\", \"key\", "
+                            "\"channel\"}, fnUpdate)",
+                            "ovrThreadInstructionPost(lockTake, fnRead)",
+                            "ovrThreadInstructionPost(lockTake, fnRead)"));
+}
+
+TEST_F(PlatformDouble, RunsTheGivenFunctionDuringTheWaitForExit) {
+    ovrBindCAPIToOssel binding;
+    bool ran = false;
+    doubles::host().duringWaitForExit = [&ran] { ran = true; };
+    binding.ovrThreadWaitForExit();
+    EXPECT_TRUE(ran);
+}
+
+TEST_F(PlatformDouble, ReturnsFromPausesAtOnce) {
+    EXPECT_EQ(usleep(200000), 0);
+    EXPECT_EQ(sleep(2), 0U);
+    EXPECT_THAT(doubles::calls(), ElementsAre("usleep(200000)", "sleep(2)"));
+}
+
+TEST_F(PlatformDouble, RefusesTheRunMarkerAsOftenAsAsked) {
+    doubles::files().markerFailures = 1;
+    EXPECT_EQ(std::fopen(doubles::kRunMarkerFile, "w+"), nullptr);
+    std::FILE* const file = std::fopen(doubles::kRunMarkerFile, "w+");
+    ASSERT_NE(file, nullptr);
+    std::fclose(file);
+    EXPECT_EQ(callsOf("fopen").size(), 2U);
+}
+
+TEST_F(PlatformDouble, HandsOutTheGivenManagingModeFile) {
+    EXPECT_EQ(std::fopen(doubles::kManagingModeFile, "r"), nullptr);
+    doubles::files().managingMode = "Varrow on";
+    std::FILE* const file = std::fopen(doubles::kManagingModeFile, "r");
+    ASSERT_NE(file, nullptr);
+    std::array<char, 32> text{};
+    EXPECT_NE(std::fgets(text.data(), 32, file), nullptr);
+    EXPECT_STREQ(text.data(), "Varrow on");
+    std::fclose(file);
+}
+
+TEST_F(PlatformDouble, PassesOtherFilesOnUnrecorded) {
+    std::string path = "/tmp/orvane-double-XXXXXX";
+    const int descriptor = ::mkstemp(path.data());
+    ASSERT_GE(descriptor, 0);
+    ::close(descriptor);
+    std::FILE* const file = std::fopen(path.c_str(), "r");
+    ASSERT_NE(file, nullptr);
+    std::fclose(file);
+    EXPECT_EQ(::unlink(path.c_str()), 0);
+    EXPECT_NE(::access(path.c_str(), F_OK), 0);
+    EXPECT_THAT(doubles::calls(), IsEmpty());
+}
+
+TEST_F(PlatformDouble, RecordsTheRemovalOfTheBuzzerMarkerInsteadOfDoingIt) {
+    doubles::files().unlinkResult = -1;
+    EXPECT_EQ(::unlink(doubles::kBuzzerSilenceFile), -1);
+    EXPECT_EQ(errno, ENOENT);
+    EXPECT_THAT(doubles::calls(), ElementsAre("unlink(\"/tmp/buzzer.silence\")"));
+}
+
+TEST_F(PlatformDouble, FailsTheAskedAllocationOnly) {
+    doubles::failAllocation(2);
+    const MallocPtr<void> first{std::malloc(8)};
+    const MallocPtr<void> second{std::calloc(1, 8)};
+    const MallocPtr<void> third{std::malloc(8)};
+    EXPECT_NE(first, nullptr);
+    EXPECT_EQ(second, nullptr);
+    EXPECT_NE(third, nullptr);
+    EXPECT_TRUE(doubles::allocationFailed());
+    EXPECT_EQ(doubles::allocations(), 3);
+}
+
+TEST_F(PlatformDouble, CatchesWhatIsWrittenToTheStreams) {
+    std::cout << 20 << '\n';
+    hexStream();
+    std::cout << 20 << '\n';
+    std::cerr << "wrong\n";
+    EXPECT_EQ(output(), "20\n14\n");
+    EXPECT_EQ(output(), "");
+    EXPECT_EQ(errors(), "wrong\n");
+}
+
+} // namespace

@@ -1,0 +1,54 @@
+// The base of every unit test that works on the doubles.
+#pragma once
+
+#include "doubles/platform_doubles.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <ios>
+#include <iostream>
+#include <sstream>
+#include <string>
+
+namespace doubles {
+
+// Starts each test with fresh doubles, in decimal, and catches what the code under test
+// writes to std::cout and std::cerr.
+class PlatformTest : public testing::Test {
+protected:
+    PlatformTest() {
+        reset();
+        std::cout << std::dec;
+    }
+    ~PlatformTest() override {
+        std::cout << std::dec;
+        std::cout.rdbuf(output_);
+        std::cerr.rdbuf(errors_);
+    }
+
+public:
+    PlatformTest(const PlatformTest&) = delete;
+    PlatformTest& operator=(const PlatformTest&) = delete;
+
+    // What was written since the last time.
+    std::string output() { return taken(capturedOutput_); }
+    std::string errors() { return taken(capturedErrors_); }
+
+    // The base that std::cout stands in. The daemon works in hexadecimal.
+    static void decimalStream() { std::cout << std::dec; }
+    static void hexStream() { std::cout << std::hex; }
+
+private:
+    static std::string taken(std::ostringstream& stream) {
+        std::string text = stream.str();
+        stream.str({});
+        return text;
+    }
+
+    std::ostringstream capturedOutput_;
+    std::ostringstream capturedErrors_;
+    std::streambuf* output_ = std::cout.rdbuf(capturedOutput_.rdbuf());
+    std::streambuf* errors_ = std::cerr.rdbuf(capturedErrors_.rdbuf());
+};
+
+} // namespace doubles

@@ -1,0 +1,230 @@
+// The double in front of the real daemon (LD_PRELOAD): the C library functions that are
+// taken over, the record in the file DOUBLE_LOG, and the script in the file DOUBLE_SCRIPT.
+//
+// Script lines; blank lines and lines that begin with '#' are left out:
+//   fail FUNCTION NTH|always [CODE]   the nth call fails; code 1 where none is given
+//   fail-any NTH [CODE]               the nth call of any function that can fail
+//   provision                         the schema definitions of the WebGUI resource
+//   schema FIELD TEXT = ID            one entry of the schema registry
+//   hash KEY FIELD=VALUE              one field of a hash
+//   list KEY MEMBER, set KEY MEMBER   one member
+//   row COLUMN=VALUE                  one value of the settings row
+//   sql STATEMENT                     run on the settings database when it is opened
+//   open-result NUMBER                result of open_database
+//   managing-mode-file TEXT           contents of the managing-mode file
+//   fopen-fail NUMBER                 so many opens of the run marker fail
+//   request MSGID REQARG CHANNEL      handed to the hook inside ovrThreadWaitForExit, after
+//                                     which the workers run until their queues are empty
+#include "doubles/platform_doubles.h"
+#include "doubles/recorder.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <fstream>
+#include <iostream>
+#include <sstream>
+#include <unistd.h>
+
+namespace doubles {
+
+namespace {
+
+constexpr int kBadScript = 99;
+
+template <typename Function>
+Function* theReal(const char* name) {
+    return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
+}
+
+int g_log = -1;
+
+void writeToLog(const std::string& line) {
+    std::string text = line;
+    std::replace(text.begin(), text.end(), '\n', ' ');
+    text += '\n';
+    if (::write(g_log, text.data(), text.size()) < 0) {
+        ::_exit(kBadScript);
+    }
+}
+
+std::vector<RequestTriple>& requests() {
+    static auto* const requests = new std::vector<RequestTriple>;
+    return *requests;
+}
+
+void serve() {
+    for (const auto& [msgId, reqArg, replyChannel] : requests()) {
+        callHook(msgId, reqArg, replyChannel);
+    }
+    runWorkers();
+}
+
+std::string rest(std::istringstream& words) {
+    std::string text;
+    std::getline(words >> std::ws, text);
+    return text;
+}
+
+// Splits at the first separator.
+std::pair<std::string, std::string> split(const std::string& text, const std::string& separator) {
+    const std::size_t at = text.find(separator);
+    return at == std::string::npos
+               ? std::pair{text, std::string()}
+               : std::pair{text.substr(0, at), text.substr(at + separator.size())};
+}
+
+void readFailure(std::istringstream& words, const std::string& function) {
+    std::string which;
+    int code = 1;
+    words >> which;
+    if (!(words >> code)) {
+        code = 1;
+    }
+    if (which == "always") {
+        failAlways(function, code);
+    } else if (function.empty()) {
+        failAnyNth(std::stoi(which), code);
+    } else {
+        failNth(function, std::stoi(which), code);
+    }
+}
+
+bool readDatum(const std::string& command, std::istringstream& words) {
+    std::string key;
+    if (command == "provision") {
+        provision();
+    } else if (command == "schema") {
+        words >> key;
+        const auto [text, id] = split(rest(words), " = ");
+        schema(key, text, id);
+    } else if (command == "hash") {
+        words >> key;
+        hashes()[key].push_back(split(rest(words), "="));
+    } else if (command == "list") {
+        words >> key;
+        lists()[key].push_back(rest(words));
+    } else if (command == "set") {
+        words >> key;
+        sets()[key].push_back(rest(words));
+    } else {
+        return false;
+    }
+    return true;
+}
+
+bool readDatabase(const std::string& command, std::istringstream& words) {
+    if (command == "row") {
+        const auto [column, value] = split(rest(words), "=");
+        setSetting(column, value);
+    } else if (command == "sql") {
+        database().statements.push_back(rest(words));
+    } else if (command == "open-result") {
+        words >> database().openResult;
+    } else {
+        return false;
+    }
+    return true;
+}
+
+bool readLine(const std::string& line) {
+    std::istringstream words(line);
+    std::string command;
+    words >> command;
+    if (command.empty() || command.front() == '#') {
+        return true;
+    }
+    if (readDatum(command, words) || readDatabase(command, words)) {
+        return true;
+    }
+    std::string function;
+    if (command == "fail") {
+        words >> function;
+        readFailure(words, function);
+    } else if (command == "fail-any") {
+        readFailure(words, {});
+    } else if (command == "managing-mode-file") {
+        files().managingMode = rest(words) + '\n';
+    } else if (command == "fopen-fail") {
+        words >> files().markerFailures;
+    } else if (command == "request") {
+        auto& [msgId, reqArg, replyChannel] = requests().emplace_back();
+        words >> msgId >> reqArg >> replyChannel;
+    } else {
+        return false;
+    }
+    return true;
+}
+
+// Runs before the constructors of the daemon's own objects.
+__attribute__((constructor)) void begin() {
+    host().duringWaitForExit = serve;
+    if (const char* const log = std::getenv("DOUBLE_LOG")) {
+        g_log = ::open(log, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+        detail::setListener(writeToLog);
+    }
+    const char* const script = std::getenv("DOUBLE_SCRIPT");
+    if (script == nullptr) {
+        return;
+    }
+    std::ifstream lines(script);
+    if (!lines) {
+        ::_exit(kBadScript);
+    }
+    for (std::string line; std::getline(lines, line);) {
+        if (!readLine(line)) {
+            std::cerr << "platform double: unknown script line: " << line << std::endl;
+            ::_exit(kBadScript);
+        }
+    }
+}
+
+} // namespace
+
+void failAllocation(int /*nth*/) {}
+
+int allocations() {
+    return 0;
+}
+
+bool allocationFailed() {
+    return false;
+}
+
+namespace detail {
+
+void* allocate(std::size_t size) {
+    return std::malloc(size);
+}
+
+std::FILE* openFile(const char* path, const char* mode) {
+    return theReal<std::FILE*(const char*, const char*)>("fopen")(path, mode);
+}
+
+int removeFile(const char* path) {
+    return theReal<int(const char*)>("unlink")(path);
+}
+
+} // namespace detail
+} // namespace doubles
+
+extern "C" {
+
+std::FILE* fopen(const char* path, const char* mode) {
+    return doubles::detail::onFopen(path, mode);
+}
+
+int unlink(const char* path) noexcept {
+    return doubles::detail::onUnlink(path);
+}
+
+int usleep(unsigned int microseconds) {
+    return doubles::detail::onUsleep(microseconds);
+}
+
+unsigned int sleep(unsigned int seconds) {
+    return doubles::detail::onSleep(seconds);
+}
+
+} // extern "C"

@@ -1,0 +1,72 @@
+// What the doubles share among themselves: one lock, the record, the failures, and how
+// arguments are shown. Tests use platform_doubles.h instead.
+#pragma once
+
+#include "records.h"
+
+#include <cstddef>
+#include <cstdio>
+#include <mutex>
+#include <string>
+#include <string_view>
+
+struct redisContext;
+
+namespace doubles::detail {
+
+// Held by each double while it works; the hook or a worker may run inside.
+std::recursive_mutex& mutex();
+using Lock = std::lock_guard<std::recursive_mutex>;
+
+// Records one call.
+void record(std::string_view function, const std::string& arguments);
+
+// Records one call that can fail. 0: it succeeds, otherwise the code of the failure.
+int enter(std::string_view function, const std::string& arguments);
+
+// Sees every recorded line; set by the shared library.
+void setListener(void (*listener)(const std::string& line));
+
+std::string show(const char* text);
+std::string show(const std::string& text);
+std::string show(int number);
+std::string show(unsigned int number);
+std::string show(const redisContext* context);
+std::string show(const FieldValuePair* fields, int count);
+std::string show(const InstanceSlot* members, unsigned int count);
+
+// A text that is shown as it stands.
+struct Plain {
+    std::string text;
+};
+inline std::string show(const Plain& plain) {
+    return plain.text;
+}
+
+// The arguments of one call, separated by ", ".
+template <typename... Parts>
+std::string arguments(const Parts&... parts) {
+    std::string text;
+    ((text += (text.empty() ? "" : ", ") + show(parts)), ...);
+    return text;
+}
+
+// The real functions, whatever the program that uses the double makes of the names.
+void* allocate(std::size_t size);
+std::FILE* openFile(const char* path, const char* mode);
+int removeFile(const char* path);
+
+// What the taken-over functions do.
+int onUsleep(unsigned int microseconds);
+unsigned int onSleep(unsigned int seconds);
+std::FILE* onFopen(const char* path, const char* mode);
+int onUnlink(const char* path);
+
+// The parts of reset().
+void resetStore();
+void resetHost();
+void resetDatabase();
+void resetDevices();
+void resetLibc();
+
+} // namespace doubles::detail

@@ -1,0 +1,264 @@
+// The double of the settings-database helpers. The statements that the daemon runs by
+// itself go to a real SQLite connection in memory.
+#include "doubles/settings_database_double.h"
+
+#include "doubles/recorder.h"
+
+#include "text.h"
+
+#include <algorithm>
+#include <sqlite3.h>
+
+namespace doubles {
+
+namespace {
+
+sqlite3* g_connection = nullptr; // of the last open_database
+
+const char* const kTables = "CREATE TABLE Misc (Key TEXT, Data TEXT);"
+                            "CREATE VIEW View_Theme AS SELECT Key, Data FROM Misc;";
+
+std::size_t indexOf(const std::string& column) {
+    const auto found = std::ranges::find(settingsColumnNames(), column);
+    return static_cast<std::size_t>(found - settingsColumnNames().begin());
+}
+
+int typeOf(const std::string& column) {
+    if (column == "Brightness") {
+        return 0;
+    }
+    return column == "InitBoot" || column == "RoomAverage" ? 2 : 1;
+}
+
+void closeConnection() {
+    sqlite3_close_v2(g_connection);
+    g_connection = nullptr;
+}
+
+void openConnection() {
+    closeConnection();
+    if (database().connection == Connection::kNull) {
+        return;
+    }
+    sqlite3_open(":memory:", &g_connection);
+    if (database().connection == Connection::kTables) {
+        runSql(kTables);
+    }
+    for (const std::string& statement : database().statements) {
+        runSql(statement);
+    }
+}
+
+// One row as the library hands it out; the heading holds the names as values, too.
+SettingsColumn* makeRow(const std::vector<std::string>& values) {
+    const std::vector<std::string>& names = settingsColumnNames();
+    auto* const row =
+        static_cast<SettingsColumn*>(detail::allocate(names.size() * sizeof(SettingsColumn)));
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        row[i].type = typeOf(names[i]);
+        copyBounded(row[i].name, names[i]);
+        copyBounded(row[i].value, i < values.size() ? values[i] : std::string());
+    }
+    return row;
+}
+
+std::string showRow(const SettingsRow* row) {
+    std::string text;
+    for (unsigned int i = 0; row != nullptr && i < row->columnCount; ++i) {
+        const SettingsColumn& column = row->columns[i];
+        text += (i == 0 ? "" : ", ") + std::string(column.name) + ':' +
+                std::to_string(column.type) + '=' + column.value;
+    }
+    return '[' + text + ']';
+}
+
+void apply(const SettingsRow& row, std::vector<std::string>& values) {
+    values.resize(settingsColumnNames().size());
+    for (unsigned int i = 0; i < row.columnCount; ++i) {
+        const std::size_t index = indexOf(row.columns[i].name);
+        if (index < values.size()) {
+            values[index] = row.columns[i].value;
+        }
+    }
+}
+
+} // namespace
+
+namespace detail {
+
+void resetDatabase() {
+    closeConnection();
+    database() = Database{};
+    database().rows = {defaultSettings()};
+}
+
+} // namespace detail
+
+Database& database() {
+    static auto* const database = [] {
+        auto* const fresh = new Database;
+        fresh->rows = {defaultSettings()};
+        return fresh;
+    }();
+    return *database;
+}
+
+const std::vector<std::string>& settingsColumnNames() {
+    static const auto* const names = new std::vector<std::string>{
+        "Name",        "InitBoot",    "Language",    "Brightness", "BacklightOff",
+        "Screensaver", "Timer",       "Measurement", "DateFormat", "TimeFormat",
+        "HasAlert",    "RoomAverage", "HiLoPeriod"};
+    return *names;
+}
+
+std::vector<std::string> defaultSettings() {
+    return {"Zolan CMS Web GUI Settings",
+            "false",
+            "English",
+            "5",
+            "Never",
+            "Enabled",
+            "5 Minutes",
+            "Metric",
+            "YYYY-MM-DD",
+            "24",
+            "NO",
+            "true",
+            "24 Hours"};
+}
+
+std::string setting(const std::string& column) {
+    return database().rows.at(0).at(indexOf(column));
+}
+
+void setSetting(const std::string& column, const std::string& value) {
+    database().rows.at(0).at(indexOf(column)) = value;
+}
+
+std::string runSql(const std::string& statement) {
+    if (g_connection == nullptr) {
+        return "(closed)";
+    }
+    std::string values;
+    const auto collect = [](void* user, int count, char** row, char** /*names*/) {
+        std::string& text = *static_cast<std::string*>(user);
+        for (int i = 0; i < count; ++i) {
+            text += (text.empty() ? "" : " ") + std::string(row[i] == nullptr ? "" : row[i]);
+        }
+        return 0;
+    };
+    if (sqlite3_exec(g_connection, statement.c_str(), collect, &values, nullptr) != SQLITE_OK) {
+        return std::string("error: ") + sqlite3_errmsg(g_connection);
+    }
+    return values;
+}
+
+bool databaseIsOpen() {
+    return g_connection != nullptr;
+}
+
+} // namespace doubles
+
+using doubles::database;
+using doubles::detail::arguments;
+using doubles::detail::enter;
+using doubles::detail::Lock;
+using doubles::detail::mutex;
+using doubles::detail::Plain;
+using doubles::detail::record;
+
+extern "C" {
+
+int open_database(SettingsDatabase* handle, int mode) {
+    const Lock lock(mutex());
+    const int code = enter("open_database", arguments(handle->path, mode));
+    const int result = code != 0 ? code : database().openResult;
+    const bool usable = result >= 0 && result <= 2;
+    handle->ready = database().ready.value_or(usable ? 1 : 0);
+    handle->schemaLevel = database().schemaLevel.value_or(usable ? 2 : 0);
+    if (usable || handle->ready != 0) {
+        doubles::openConnection();
+    }
+    handle->connection = doubles::g_connection;
+    return result;
+}
+
+int close_database(SettingsDatabase* handle) {
+    const Lock lock(mutex());
+    record("close_database", "");
+    if (handle->connection != nullptr && handle->connection == doubles::g_connection) {
+        doubles::closeConnection();
+    }
+    handle->connection = nullptr;
+    handle->ready = 0;
+    return 0;
+}
+
+int query_database_dat_with_condition(SettingsDatabase* /*handle*/, const char* table,
+                                      SettingsTable* result, const char* condition) {
+    const Lock lock(mutex());
+    const int code = enter("query_database_dat_with_condition", arguments(table, condition));
+    *result = {0, nullptr};
+    if (code != 0) {
+        return code;
+    }
+    const auto& rows = database().rows;
+    result->rowCount = static_cast<unsigned int>(rows.size());
+    result->rows = static_cast<SettingsColumn**>(
+        doubles::detail::allocate((rows.size() + 1) * sizeof(SettingsColumn*)));
+    result->rows[0] = doubles::makeRow(doubles::settingsColumnNames());
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        result->rows[i + 1] = doubles::makeRow(rows[i]);
+    }
+    return 0;
+}
+
+void free_sql_tbl(SettingsTable* table) {
+    const Lock lock(mutex());
+    record("free_sql_tbl", "");
+    if (table->rows == nullptr) {
+        return;
+    }
+    for (unsigned int i = 0; i <= table->rowCount; ++i) {
+        std::free(table->rows[i]);
+    }
+    std::free(table->rows);
+    *table = {0, nullptr};
+}
+
+int update_database_table_with_condition(SettingsDatabase* /*handle*/, const char* table,
+                                         const SettingsRow* row, const char* condition) {
+    const Lock lock(mutex());
+    const int code = enter("update_database_table_with_condition",
+                           arguments(table, Plain{doubles::showRow(row)}, condition));
+    if (code != 0) {
+        return code;
+    }
+    for (std::vector<std::string>& values : database().rows) {
+        doubles::apply(*row, values);
+    }
+    return 0;
+}
+
+int insert_database_table_entry_struct(SettingsDatabase* /*handle*/, const char* table,
+                                       const SettingsRow* row) {
+    const Lock lock(mutex());
+    const int code =
+        enter("insert_database_table_entry_struct", arguments(table, Plain{doubles::showRow(row)}));
+    if (code != 0) {
+        return code;
+    }
+    doubles::apply(*row, database().rows.emplace_back());
+    return 0;
+}
+
+void tql_update_ssqlcol_struct(SettingsColumn* column, int type, const char* name,
+                               const char* value) {
+    const Lock lock(mutex());
+    record("tql_update_ssqlcol_struct", arguments(type, name, value));
+    column->type = type;
+    copyBounded(column->name, name == nullptr ? "" : name);
+    copyBounded(column->value, value == nullptr ? "" : value);
+}
+
+} // extern "C"

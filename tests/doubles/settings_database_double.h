@@ -1,0 +1,50 @@
+// The double of the settings-database helpers: rows in memory, and a real SQLite connection
+// in memory for the statements that the daemon runs itself.
+#pragma once
+
+#include "platform/settings_database.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace doubles {
+
+// What open_database leaves in the handle's `connection`.
+enum class Connection {
+    kTables,   // Misc (Key, Data), empty, and View_Theme over it
+    kNoTables, // every statement on them fails
+    kNull,
+};
+
+struct Database {
+    int openResult = 0;
+    std::optional<int> ready;       // default: 1 for the results 0 to 2, otherwise 0
+    std::optional<int> schemaLevel; // default: 2 for the results 0 to 2, otherwise 0
+    Connection connection = Connection::kTables;
+    std::vector<std::string> statements; // run on the new connection
+
+    // The rows of webgui_tbl that a query answers, whatever its condition; values in the
+    // order of settingsColumnNames(). An update changes all of them, an insert adds one.
+    std::vector<std::vector<std::string>> rows;
+};
+Database& database();
+
+// Name, InitBoot, Language, Brightness, BacklightOff, Screensaver, Timer, Measurement,
+// DateFormat, TimeFormat, HasAlert, RoomAverage, HiLoPeriod.
+const std::vector<std::string>& settingsColumnNames();
+
+// The one row after reset(): "Zolan CMS Web GUI Settings", "false", "English", "5",
+// "Never", "Enabled", "5 Minutes", "Metric", "YYYY-MM-DD", "24", "NO", "true", "24 Hours".
+std::vector<std::string> defaultSettings();
+
+// One value of the first row, by column name.
+std::string setting(const std::string& column);
+void setSetting(const std::string& column, const std::string& value);
+
+// Result of one statement on the connection that is open: all values, joined by blanks;
+// "(closed)" without one, the message after "error: ".
+std::string runSql(const std::string& statement);
+bool databaseIsOpen();
+
+} // namespace doubles
