@@ -1,0 +1,56 @@
+# What every script shares: where the repository is, how it speaks, how it fails.
+# What each script does is its own; nothing here starts a program.
+# shellcheck shell=bash
+
+ORVANE_ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd -P)
+ORVANE_SCRIPT=$(basename "$0")
+# mount and chroot lie here, and an ordinary user's PATH seldom names it.
+PATH=$PATH:/usr/sbin:/sbin
+
+say() {
+    printf '%s: %s\n' "$ORVANE_SCRIPT" "$*"
+}
+
+complain() {
+    printf '%s: %s\n' "$ORVANE_SCRIPT" "$*" >&2
+}
+
+# die MESSAGE...: one line on standard error, exit status 1.
+die() {
+    complain "$@"
+    exit 1
+}
+
+# usage_error MESSAGE...: as die, with the status of a wrong call.
+usage_error() {
+    complain "$* (see $ORVANE_SCRIPT --help)"
+    exit 2
+}
+
+# print_help FILE: the comment block at the top of a script is its help text.
+print_help() {
+    sed -n '2,/^[^#]/{/^#/{s/^# \{0,1\}//;p}}' "$1"
+}
+
+have() {
+    command -v "$1" >/dev/null 2>&1
+}
+
+# build_preset NAME [TARGET...]: configures build/NAME and builds it; Ninja where it is present
+# and the folder was not configured otherwise before. The compiler cache sees the same paths
+# in every checkout, so that they share their objects.
+build_preset() {
+    local preset=$1 generator=() targets=()
+    shift
+    if (($# > 0)); then
+        targets=(--target "$@")
+    fi
+    if [[ ! -f $ORVANE_ROOT/build/$preset/CMakeCache.txt ]] && have ninja; then
+        generator=(-G Ninja)
+    fi
+    (
+        cd "$ORVANE_ROOT" || exit
+        export CCACHE_BASEDIR=$ORVANE_ROOT CCACHE_NOHASHDIR=1
+        cmake --preset "$preset" "${generator[@]}" && cmake --build "build/$preset" -j "$(nproc)" "${targets[@]}"
+    )
+}
