@@ -36,21 +36,25 @@ have() {
     command -v "$1" >/dev/null 2>&1
 }
 
-# build_preset NAME [TARGET...]: configures build/NAME and builds it; Ninja where it is present
-# and the folder was not configured otherwise before. The compiler cache sees the same paths
-# in every checkout, so that they share their objects.
+# configure_preset NAME: configures build/NAME; Ninja where it is present and the folder was
+# not configured otherwise before.
+configure_preset() {
+    local preset=$1 generator=()
+    if [[ ! -f $ORVANE_ROOT/build/$preset/CMakeCache.txt ]] && have ninja; then
+        generator=(-G Ninja)
+    fi
+    (cd "$ORVANE_ROOT" && cmake --preset "$preset" "${generator[@]}")
+}
+
+# build_preset NAME [TARGET]...: configures and builds build/NAME. The compiler cache sees the
+# same paths in every checkout, so that they share their objects.
 build_preset() {
-    local preset=$1 generator=() targets=()
+    local preset=$1 targets=()
     shift
     if (($# > 0)); then
         targets=(--target "$@")
     fi
-    if [[ ! -f $ORVANE_ROOT/build/$preset/CMakeCache.txt ]] && have ninja; then
-        generator=(-G Ninja)
-    fi
-    (
-        cd "$ORVANE_ROOT" || exit
-        export CCACHE_BASEDIR=$ORVANE_ROOT CCACHE_NOHASHDIR=1
-        cmake --preset "$preset" "${generator[@]}" && cmake --build "build/$preset" -j "$(nproc)" "${targets[@]}"
-    )
+    configure_preset "$preset" &&
+        CCACHE_BASEDIR=$ORVANE_ROOT CCACHE_NOHASHDIR=1 \
+            cmake --build "$ORVANE_ROOT/build/$preset" -j "$(nproc)" "${targets[@]}"
 }
