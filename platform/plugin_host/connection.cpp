@@ -1,0 +1,130 @@
+// Connecting, sending and receiving. Commands are sent past hiredis, whose write would
+// raise SIGPIPE on a connection that the server has closed.
+#include "connection.h"
+
+#include "event.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <utility>
+#include <vector>
+
+namespace plugin_host {
+
+namespace {
+
+constexpr timeval kBound{kCommandBound.count(), 0};
+
+struct FreeCommand {
+    void operator()(char* command) const { redisFreeCommand(command); }
+};
+
+} // namespace
+
+Address parseAddress(std::string_view text) {
+    constexpr std::string_view kUnix = "unix:";
+    constexpr std::string_view kTcp = "tcp:";
+    Address address;
+    if (text.starts_with(kUnix)) {
+        address.path = text.substr(kUnix.size());
+    } else if (text.starts_with(kTcp)) {
+        const std::string_view rest = text.substr(kTcp.size());
+        const std::size_t colon = rest.rfind(':');
+        if (colon != std::string_view::npos && colon > 0) {
+            const char* const end = rest.data() + rest.size();
+            int port = 0;
+            const auto parsed = std::from_chars(rest.data() + colon + 1, end, port);
+            if (parsed.ec == std::errc() && parsed.ptr == end && port > 0 && port <= 65535) {
+                address.host = rest.substr(0, colon);
+                address.port = port;
+            }
+        }
+    }
+    return address;
+}
+
+bool Connection::fail(std::string reason) {
+    reason_ = std::move(reason);
+    context_.reset();
+    return false;
+}
+
+bool Connection::open(const Address& address) {
+    const bool isUnix = !address.path.empty();
+    if (!isUnix && address.port == 0) {
+        return fail("OSSEL_REDIS is neither unix:PATH nor tcp:HOST:PORT");
+    }
+    context_.reset(isUnix ? redisConnectUnixWithTimeout(address.path.c_str(), kBound)
+                          : redisConnectWithTimeout(address.host.c_str(), address.port, kBound));
+    if (context_ == nullptr) {
+        return fail("no memory for a connection");
+    }
+    // The keep-alive tells, without waking anybody, of a server whose machine is gone.
+    if (context_->err != 0 || redisSetTimeout(context_.get(), kBound) != REDIS_OK ||
+        (!isUnix && redisEnableKeepAlive(context_.get()) != REDIS_OK)) {
+        return fail(context_->errstr);
+    }
+    ::fcntl(context_->fd, F_SETFD, FD_CLOEXEC);
+    return true;
+}
+
+bool Connection::send(std::initializer_list<std::string_view> words) {
+    std::vector<const char*> arguments;
+    std::vector<std::size_t> lengths;
+    for (const std::string_view word : words) {
+        arguments.push_back(word.data());
+        lengths.push_back(word.size());
+    }
+    char* formatted = nullptr;
+    const int length = redisFormatCommandArgv(&formatted, static_cast<int>(words.size()),
+                                              arguments.data(), lengths.data());
+    const std::unique_ptr<char, FreeCommand> command(formatted);
+    if (length < 0) {
+        return fail("no memory for a command");
+    }
+    std::string_view rest(command.get(), static_cast<std::size_t>(length));
+    while (!rest.empty()) {
+        const ssize_t sent = ::send(context_->fd, rest.data(), rest.size(), MSG_NOSIGNAL);
+        if (sent >= 0) {
+            rest.remove_prefix(static_cast<std::size_t>(sent));
+        } else if (errno != EINTR) {
+            return fail(std::strerror(errno));
+        }
+    }
+    return true;
+}
+
+ReplyPtr Connection::next() {
+    void* reply = nullptr;
+    if (redisGetReplyFromReader(context_.get(), &reply) != REDIS_OK) {
+        fail(context_->errstr);
+    }
+    return ReplyPtr(static_cast<redisReply*>(reply));
+}
+
+bool Connection::receive() {
+    return redisBufferRead(context_.get()) == REDIS_OK || fail(context_->errstr);
+}
+
+ReplyPtr Connection::await(Clock::time_point deadline) {
+    while (isOpen()) {
+        ReplyPtr reply = next();
+        if (reply || !isOpen()) {
+            return reply;
+        }
+        pollfd socket{descriptor(), POLLIN, 0};
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+        if (pollAll(&socket, 1, std::max(left, std::chrono::milliseconds(0))) <= 0) {
+            fail("no answer in time");
+        } else {
+            receive();
+        }
+    }
+    return nullptr;
+}
+
+} // namespace plugin_host

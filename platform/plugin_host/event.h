@@ -1,0 +1,56 @@
+// A flag that one thread raises and another one waits for with poll, beside its sockets.
+// It stays raised.
+#pragma once
+
+#include <cerrno>
+#include <chrono>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace plugin_host {
+
+// poll that goes on after an interrupting signal. A negative limit is none; an expired one
+// still looks once.
+inline int pollAll(pollfd* descriptors, nfds_t count, std::chrono::milliseconds limit) {
+    const auto end = std::chrono::steady_clock::now() + limit;
+    const bool endless = limit.count() < 0;
+    for (;;) {
+        const auto left =
+            std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
+        const int timeout = endless ? -1 : left.count() > 0 ? static_cast<int>(left.count()) : 0;
+        const int ready = ::poll(descriptors, count, timeout);
+        if (ready >= 0 || errno != EINTR) {
+            return ready;
+        }
+    }
+}
+
+class Event {
+public:
+    Event() : descriptor_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+        if (descriptor_ < 0) {
+            throw std::system_error(errno, std::generic_category(), "eventfd");
+        }
+    }
+    ~Event() { ::close(descriptor_); }
+    Event(const Event&) = delete;
+    Event& operator=(const Event&) = delete;
+
+    void raise() const noexcept { ::eventfd_write(descriptor_, 1); }
+
+    // Readable once it is raised.
+    int descriptor() const { return descriptor_; }
+
+    // Whether it is raised before the limit has passed.
+    bool waitFor(std::chrono::milliseconds limit) const {
+        pollfd waited{descriptor_, POLLIN, 0};
+        return pollAll(&waited, 1, limit) > 0;
+    }
+
+private:
+    int descriptor_;
+};
+
+} // namespace plugin_host

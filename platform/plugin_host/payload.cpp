@@ -1,0 +1,102 @@
+// Reads the payload of a request. It takes the parser's events instead of a tree, so that a
+// payload of another form is refused at its first wrong element; the log is left to the caller.
+#include "payload.h"
+
+#include <array>
+#include <cstdint>
+#include <nlohmann/json.hpp>
+
+namespace plugin_host {
+
+namespace {
+
+using Json = nlohmann::json;
+
+constexpr std::size_t kShownBytes = 80;
+
+// Receives the parser's events; false stops the parser. The names are the parser's.
+class RequestReader {
+public:
+    explicit RequestReader(RequestTriple& request)
+        : texts_{&std::get<0>(request), &std::get<1>(request), &std::get<2>(request)} {}
+
+    const char* reason() const { return reason_; }
+
+    bool null() { return refuseElement(); }
+    bool boolean(bool) { return refuseElement(); }
+    bool number_integer(std::int64_t) { return refuseElement(); }
+    bool number_unsigned(std::uint64_t) { return refuseElement(); }
+    bool number_float(double, const std::string&) { return refuseElement(); }
+    bool binary(Json::binary_t&) { return refuseElement(); }
+    bool start_object(std::size_t) { return refuseElement(); }
+    bool key(std::string&) { return refuseElement(); }
+    bool end_object() { return refuseElement(); }
+
+    bool start_array(std::size_t) {
+        if (inArray_) {
+            return refuseElement();
+        }
+        inArray_ = true;
+        return true;
+    }
+
+    bool string(std::string& text) {
+        if (!inArray_) {
+            return refuseElement();
+        }
+        if (count_ == texts_.size()) {
+            return refuse("more than three elements");
+        }
+        if (text.find('\0') != std::string::npos) {
+            return refuse("a text with a NUL");
+        }
+        *texts_[count_++] = text;
+        return true;
+    }
+
+    bool end_array() { return count_ == texts_.size() || refuse("less than three elements"); }
+
+    bool parse_error(std::size_t, const std::string&, const Json::exception&) {
+        return refuse("no JSON in UTF-8");
+    }
+
+private:
+    bool refuseElement() { return refuse(inArray_ ? "an element is no text" : "no array"); }
+
+    bool refuse(const char* reason) {
+        reason_ = reason;
+        return false;
+    }
+
+    std::array<std::string*, 3> texts_;
+    std::size_t count_ = 0;
+    bool inArray_ = false;
+    const char* reason_ = nullptr;
+};
+
+} // namespace
+
+const char* parseRequest(std::string_view payload, RequestTriple& request) {
+    if (payload.size() > kMostPayloadBytes) {
+        return "longer than 64 KiB";
+    }
+    RequestReader reader(request);
+    Json::sax_parse(payload.begin(), payload.end(), &reader);
+    return reader.reason();
+}
+
+std::string shownPayload(std::string_view payload) {
+    static constexpr std::string_view kDigits = "0123456789abcdef";
+    std::string shown;
+    for (const char letter : payload.substr(0, kShownBytes)) {
+        const auto byte = static_cast<unsigned char>(letter);
+        if (byte >= 0x20 && byte < 0x7f && letter != '\\') {
+            shown += letter;
+        } else {
+            shown.append({'\\', 'x', kDigits[byte >> 4U], kDigits[byte & 0xfU]});
+        }
+    }
+    return payload.size() > kShownBytes ? shown + "..." : shown;
+}
+
+} // namespace plugin_host

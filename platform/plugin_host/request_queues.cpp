@@ -1,0 +1,111 @@
+// The queues of posted requests and the waiting for them. Starting, stopping and counting
+// the threads that wait here is left to wait.cpp.
+#include "request_queues.h"
+
+#include "error_line.h"
+
+#include <utility>
+
+namespace plugin_host {
+
+namespace {
+
+// Slots kept per queue, so that requests in steady state allocate nothing.
+constexpr std::size_t kSpareSlots = 8;
+
+} // namespace
+
+bool RequestQueue::post(const RequestTriple& request) {
+    bool wake = false;
+    {
+        const std::lock_guard lock(mutex_);
+        if (closed_) {
+            return false;
+        }
+        if (spare_.empty()) {
+            pending_.push_back(request);
+        } else {
+            spare_.front() = request;
+            pending_.splice(pending_.end(), spare_, spare_.begin());
+        }
+        wake = waiting_ > 0;
+    }
+    if (wake) {
+        available_.notify_one();
+    }
+    return true;
+}
+
+void RequestQueue::take(RequestTriple& request) {
+    std::unique_lock lock(mutex_);
+    while (pending_.empty()) {
+        if (ended_) {
+            throw WorkerEnd{};
+        }
+        ++waiting_;
+        available_.wait(lock);
+        --waiting_;
+    }
+    std::swap(request, pending_.front());
+    if (spare_.size() < kSpareSlots) {
+        spare_.splice(spare_.begin(), pending_, pending_.begin());
+    } else {
+        pending_.pop_front();
+    }
+}
+
+void RequestQueue::end() {
+    {
+        const std::lock_guard lock(mutex_);
+        ended_ = true;
+    }
+    available_.notify_all();
+}
+
+std::size_t RequestQueue::close() {
+    const std::lock_guard lock(mutex_);
+    closed_ = true;
+    const std::size_t left = pending_.size();
+    pending_.clear();
+    spare_.clear();
+    return left;
+}
+
+RequestQueue* RequestQueues::find(fnTypes kind) {
+    const auto index = static_cast<std::size_t>(kind);
+    return index < queues_.size() ? &queues_[index] : nullptr;
+}
+
+void RequestQueues::post(const RequestTriple& request, fnTypes kind) {
+    RequestQueue* const queue = find(kind);
+    if (queue == nullptr) {
+        writeErrorLine("A request of no known kind is dropped: ", std::get<0>(request));
+    } else if (!queue->post(request)) {
+        writeErrorLine("A request posted after the end is dropped: ", std::get<0>(request));
+    }
+}
+
+void RequestQueues::take(RequestTriple& request, fnTypes kind) {
+    RequestQueue* const queue = find(kind);
+    if (queue == nullptr) {
+        writeErrorLine("A worker takes requests of no known kind: it ends");
+        throw WorkerEnd{};
+    }
+    queue->take(request);
+}
+
+void RequestQueues::end() {
+    for (RequestQueue& queue : queues_) {
+        queue.end();
+    }
+}
+
+std::size_t RequestQueues::close() {
+    std::size_t left = 0;
+    for (RequestQueue& queue : queues_) {
+        left += queue.close();
+    }
+    return left;
+}
+
+} // namespace plugin_host

@@ -1,0 +1,62 @@
+// The queues between the hook and the workers, one per kind of request, and the take that
+// ends a worker. Who posts, who takes and when the end comes is for wait.cpp and the daemon.
+#pragma once
+
+#include "platform/plugin_host.h"
+
+#include <array>
+#include <condition_variable>
+#include <cstddef>
+#include <list>
+#include <mutex>
+
+namespace plugin_host {
+
+// Thrown out of a take to end a worker. It has no base class, so that only the place that
+// started the thread catches it.
+struct WorkerEnd {};
+
+// One first-in-first-out queue. Any number of threads on both sides.
+class RequestQueue {
+public:
+    // Appends a copy and wakes one waiting taker. False: closed, nothing is kept.
+    bool post(const RequestTriple& request);
+
+    // Waits for the oldest request and moves it out. Once the queue is ended and empty it
+    // throws WorkerEnd.
+    void take(RequestTriple& request);
+
+    void end();
+
+    // Refuses later posts and gives how many requests nobody took; they are discarded.
+    std::size_t close();
+
+private:
+    std::mutex mutex_;
+    std::condition_variable available_;
+    std::list<RequestTriple> pending_;
+    std::list<RequestTriple> spare_; // taken slots, kept for the memory of their texts
+    std::size_t waiting_ = 0;
+    bool ended_ = false;
+    bool closed_ = false;
+};
+
+// The queues of the three kinds.
+class RequestQueues {
+public:
+    // A post that nobody will take (closed, or of an unknown kind) costs one error line.
+    void post(const RequestTriple& request, fnTypes kind);
+
+    // As RequestQueue::take. An unknown kind has no requests: it ends the worker.
+    void take(RequestTriple& request, fnTypes kind);
+
+    void end();
+    std::size_t close();
+
+private:
+    RequestQueue* find(fnTypes kind);
+
+    std::array<RequestQueue, 3> queues_;
+};
+
+} // namespace plugin_host

@@ -1,0 +1,58 @@
+// Blocks, takes and gives back the two signals that stop the host. Who waits for them, and
+// the stop itself, is left to wait.cpp.
+#include "stop_signals.h"
+
+#include <cerrno>
+#include <sys/signalfd.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace plugin_host {
+
+StopSignals::StopSignals() {
+    ::sigemptyset(&caught_);
+    for (Signal& signal : signals_) {
+        ::sigaction(signal.number, nullptr, &signal.before);
+        signal.isCaught = signal.before.sa_handler != SIG_IGN;
+        if (signal.isCaught) {
+            ::sigaddset(&caught_, signal.number);
+        }
+    }
+    descriptor_ = ::signalfd(-1, &caught_, SFD_CLOEXEC | SFD_NONBLOCK);
+    if (descriptor_ < 0) {
+        throw std::system_error(errno, std::generic_category(), "signalfd");
+    }
+    ::pthread_sigmask(SIG_BLOCK, &caught_, &maskBefore_);
+}
+
+void StopSignals::takeFirst() {
+    signalfd_siginfo taken{};
+    if (::read(descriptor_, &taken, sizeof taken) < 0) {
+        return;
+    }
+    hasTaken_ = true;
+    for (const Signal& signal : signals_) {
+        if (signal.isCaught) {
+            std::signal(signal.number, SIG_DFL);
+        }
+    }
+    ::pthread_sigmask(SIG_UNBLOCK, &caught_, nullptr);
+}
+
+StopSignals::~StopSignals() {
+    if (!hasTaken_) {
+        // The wait ends anyway: a signal that came too late to end it asks for nothing more.
+        signalfd_siginfo late{};
+        while (::read(descriptor_, &late, sizeof late) > 0) {
+        }
+    }
+    for (const Signal& signal : signals_) {
+        if (signal.isCaught) {
+            ::sigaction(signal.number, &signal.before, nullptr);
+        }
+    }
+    ::pthread_sigmask(SIG_SETMASK, &maskBefore_, nullptr);
+    ::close(descriptor_);
+}
+
+} // namespace plugin_host

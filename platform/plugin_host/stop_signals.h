@@ -1,0 +1,39 @@
+// SIGTERM and SIGINT while the host waits: the first one is read from a descriptor, the next
+// one ends the process. What a stop means is for wait.cpp.
+#pragma once
+
+#include <array>
+#include <csignal>
+
+namespace plugin_host {
+
+// Blocks the two in the calling thread, and so in every thread that it starts afterwards,
+// except where one is ignored (as under nohup): that stays as it is. Main thread.
+class StopSignals {
+public:
+    StopSignals();
+    ~StopSignals(); // as before; one that came at the very end is taken, not delivered
+    StopSignals(const StopSignals&) = delete;
+    StopSignals& operator=(const StopSignals&) = delete;
+
+    // Readable when a signal has come.
+    int descriptor() const { return descriptor_; }
+
+    // Takes the first signal. From now on the next one has its default action.
+    void takeFirst();
+
+private:
+    struct Signal {
+        int number;
+        bool isCaught;
+        struct sigaction before;
+    };
+
+    std::array<Signal, 2> signals_{{{SIGTERM, false, {}}, {SIGINT, false, {}}}};
+    sigset_t caught_{};
+    sigset_t maskBefore_{};
+    int descriptor_ = -1;
+    bool hasTaken_ = false;
+};
+
+} // namespace plugin_host

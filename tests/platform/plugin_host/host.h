@@ -1,0 +1,63 @@
+// The tests' side of host_program: the provider as a child process, its redis, requests to
+// it and what comes back on the reply channel.
+#pragma once
+
+#include "support/child_process.h"
+#include "support/redis_server.h"
+#include "support/temporary_folder.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+struct redisContext;
+
+namespace test {
+
+// The answers on the channel `replies`, from the construction on. They stay in its socket
+// until they are asked for.
+class Replies {
+public:
+    explicit Replies(const std::string& socketPath);
+    ~Replies();
+    Replies(const Replies&) = delete;
+    Replies& operator=(const Replies&) = delete;
+
+    // The next `count` answers; fewer where no further one comes within 20 s.
+    std::vector<std::string> next(std::size_t count);
+
+    // All answers until now; `server` is the one that the answers go through.
+    std::vector<std::string> all(RedisServer& server);
+
+private:
+    redisContext* context_;
+};
+
+class HostTest : public ::testing::Test {
+protected:
+    // Starts host_program and waits until it has registered.
+    void startHost(const std::vector<std::string>& arguments = {});
+
+    // Publishes a request whose answer goes to `replies`; the number of receivers.
+    std::string request(const std::string& msgId, const std::string& reqArg);
+    std::string publish(const std::string& payload);
+
+    // Lines that host_program, or the host in it, wrote so far.
+    std::string output() const { return readFile(folder_.file("out")); }
+    std::string errors() const { return readFile(folder_.file("err")); }
+    bool awaitOutput(const std::string& text) const;
+    bool awaitErrors(const std::string& text) const;
+    static std::size_t occurrences(const std::string& text, const std::string& part);
+
+    bool awaitSubscribed();
+
+    RedisServer redis;
+    std::unique_ptr<ChildProcess> host;
+
+private:
+    TemporaryFolder folder_;
+};
+
+} // namespace test

@@ -1,0 +1,92 @@
+// The provider's entry in the directory, its subscription, and both when redis is away.
+#include "host.h"
+
+#include "support/wait_until.h"
+
+namespace {
+
+using test::HostTest;
+using test::Replies;
+using Answers = std::vector<std::string>;
+
+class Registration : public HostTest {};
+
+TEST_F(Registration, EntersTheDirectoryAndSubscribesAtOnce) {
+    startHost({"go"});
+    EXPECT_EQ(redis.command({"HGETALL", "OvrCallbacks"}), "type-1 Provider");
+    EXPECT_EQ(redis.command({"PUBSUB", "NUMSUB", "Provider"}), "Provider 1");
+    EXPECT_NE(redis.command({"CLIENT", "LIST"}).find("name=Provider "), std::string::npos);
+}
+
+TEST_F(Registration, WithAnEmptyCallbackIdOnlySubscribes) {
+    Replies replies(redis.socketPath());
+    startHost({"id="});
+    EXPECT_EQ(redis.command({"EXISTS", "OvrCallbacks"}), "0");
+    EXPECT_EQ(request("00001", "a"), "1");
+    EXPECT_EQ(replies.next(1), Answers{"read:a"});
+    host->signal(SIGTERM);
+    EXPECT_EQ(host->wait(), 0);
+    EXPECT_EQ(errors(),
+              "[ovrhost]: The callback id is empty: Provider gets no entry in OvrCallbacks\n");
+}
+
+TEST_F(Registration, IsMadeUpForWhenRedisIsAwayAtFirst) {
+    redis.stop();
+    startHost();
+    ASSERT_TRUE(awaitErrors("Failed to subscribe to Provider"));
+    redis.start();
+    ASSERT_TRUE(awaitSubscribed());
+    EXPECT_EQ(redis.command({"HGET", "OvrCallbacks", "type-1"}), "Provider");
+    ASSERT_TRUE(awaitErrors("is back"));
+    Replies replies(redis.socketPath());
+    EXPECT_EQ(request("00001", "a"), "1");
+    EXPECT_EQ(replies.next(1), Answers{"read:a"});
+    host->signal(SIGTERM);
+    EXPECT_EQ(host->wait(), 0);
+    EXPECT_EQ(occurrences(errors(), "\n"), 2U) << errors();
+}
+
+TEST_F(Registration, DoesNotHangWhenRedisDoesNotAnswer) {
+    redis.pause();
+    startHost();
+    EXPECT_TRUE(awaitErrors("Failed to subscribe to Provider: no answer in time"));
+    redis.resume();
+    EXPECT_TRUE(awaitSubscribed());
+}
+
+TEST_F(Registration, FailsWithTheReasonOfRedis) {
+    redis.command({"SET", "OvrCallbacks", "a text"});
+    startHost();
+    EXPECT_TRUE(awaitErrors("Failed to subscribe to Provider: WRONGTYPE"));
+    redis.command({"DEL", "OvrCallbacks"});
+    EXPECT_TRUE(awaitSubscribed());
+}
+
+TEST_F(Registration, IsTakenBackWhenTheProgramEndsWithoutWaiting) {
+    startHost({"go", "early"});
+    EXPECT_EQ(request("00001", "a"), "1");
+    redis.command({"RPUSH", "go", "now"});
+    EXPECT_EQ(host->wait(), 0);
+    EXPECT_EQ(redis.command({"EXISTS", "OvrCallbacks"}), "0");
+    EXPECT_EQ(errors(), "[ovrhost]: Requests that nobody waited for are skipped: 1\n");
+}
+
+TEST_F(Registration, LeavesTheEntryOfAnotherProviderAlone) {
+    startHost();
+    redis.command({"HSET", "OvrCallbacks", "type-1", "Another"});
+    host->signal(SIGTERM);
+    EXPECT_EQ(host->wait(), 0);
+    EXPECT_EQ(redis.command({"HGET", "OvrCallbacks", "type-1"}), "Another");
+}
+
+TEST_F(Registration, IsNoConditionForTheWorkers) {
+    Replies replies(redis.socketPath());
+    startHost({"unregistered", "posts=1"});
+    EXPECT_EQ(replies.next(1), Answers{"read:own0"});
+    EXPECT_EQ(request("00001", "a"), "0");
+    host->signal(SIGTERM);
+    EXPECT_EQ(host->wait(), 0);
+    EXPECT_EQ(errors(), "");
+}
+
+} // namespace
