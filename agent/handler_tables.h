@@ -40,19 +40,21 @@ int OrvaneWebGUI_Agent_ACTION_GUIReady(redisContext* context, std::string instan
 
 // The properties of each update, in the order in which a handler receives their values.
 inline constexpr const char* kLanguageNames[] = {"Language"};
-inline constexpr const char* kDisplayNames[] = {"ScreenBrightness",
-                                                "BacklightOff",
-                                                "ActiveAlarmScreensaver",
-                                                "InactivityTimer",
-                                                "MeasurementSystem",
-                                                "DateFormat",
-                                                "TimeFormat",
-                                                "RoomAverage",
-                                                "HiLoPeriod",
-                                                "Theme",
-                                                "EventUserName"};
+inline constexpr const char* kDisplayNames[] = {
+    "ScreenBrightness",
+    "BacklightOff",
+    "ActiveAlarmScreensaver",
+    "InactivityTimer",
+    "MeasurementSystem",
+    "DateFormat",
+    "TimeFormat",
+    "RoomAverage",
+    "HiLoPeriod",
+    "Theme",
+    "EventUserName",
+};
 inline constexpr const char* kBootNames[] = {"InitialBoot"};
-inline constexpr const char* const* kNoNames = nullptr;
+inline constexpr const char* kNoNames[] = {nullptr}; // no action has parameters
 
 // clang-format off
 //   message id  ttl (s)  handler
@@ -60,7 +62,7 @@ inline constexpr ReadHandlerEntry kReadTable[] = {
     {"00001",    1,       OrvaneWebGUI_Agent_UPDATE_00001},
 };
 
-//   message id  ttl (s)  properties                 names           handler
+//   message id  ttl (s)  properties                  names           handler
 inline constexpr UpdateHandlerEntry kUpdateTable[] = {
     {"00002",    1,       std::ssize(kLanguageNames), kLanguageNames, OrvaneWebGUI_Agent_UPDATE_00002},
     {"00003",    1,       std::ssize(kDisplayNames),  kDisplayNames,  OrvaneWebGUI_Agent_UPDATE_00003},

@@ -57,6 +57,7 @@ int setReturnMessage(ReturnMessage* record, const char* id, unsigned int argCoun
     va_start(texts, argCount);
     bool complete = true;
     for (std::size_t i = 0; complete && i < record->argCount; ++i) {
+        // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): va_start stands above
         record->args[i] = copyText(va_arg(texts, const char*));
         complete = record->args[i] != nullptr;
     }

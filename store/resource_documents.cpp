@@ -53,9 +53,12 @@ void fillSettings(const WebGUIAgent& agent, std::string_view theme) {
 } // namespace
 
 bool allocateResourceDocuments() {
-    G_ResourceDocuments = {allocate(kWebGUILayout), allocate(kActionsLayout), allocate(kOemLayout),
-                           allocate(kTurnOffLCDLayout), allocate(kGUIReadyLayout)};
-    const ResourceDocuments& documents = G_ResourceDocuments;
+    ResourceDocuments& documents = G_ResourceDocuments;
+    documents.webGUI = allocate(kWebGUILayout);
+    documents.actions = allocate(kActionsLayout);
+    documents.oem = allocate(kOemLayout);
+    documents.turnOffLCD = allocate(kTurnOffLCDLayout);
+    documents.guiReady = allocate(kGUIReadyLayout);
     return documents.webGUI && documents.actions && documents.oem && documents.turnOffLCD &&
            documents.guiReady;
 }
