@@ -3,6 +3,7 @@
 #include "requests/action_requests.h"
 
 #include "log_line.h"
+#include "requests/property_data.h"
 #include "requests/return_messages.h"
 #include "store/instance_operations.h"
 
@@ -12,11 +13,9 @@ namespace {
 void perform(redisContext* context, const ActionHandlerEntry& row, const std::string& objectKey,
              const InstanceKeySet& keys, ReturnMessage* answer) {
     std::string instanceKey;
-    FieldValuePair* parameters = nullptr;
-    const int collected =
-        getActionParameters(context, row, objectKey, &instanceKey, &parameters, answer);
-    const MallocPtr<FieldValuePair> owner(parameters);
-    if (collected != 0) {
+    PropertyData parameters;
+    if (getActionParameters(context, row, objectKey, &instanceKey, &parameters.records, answer) !=
+        0) {
         logLine("action", "Failed to call getActionParameters().");
         return;
     }
@@ -25,7 +24,7 @@ void perform(redisContext* context, const ActionHandlerEntry& row, const std::st
         return;
     }
     std::string newObjectId;
-    if (row.handler(context, instanceKey, parameters, answer, &newObjectId) != 0) {
+    if (row.handler(context, instanceKey, parameters.records, answer, &newObjectId) != 0) {
         logLine("action", "Failed to call fnAgentAction().");
         return;
     }

@@ -3,6 +3,7 @@
 #include "requests/create_requests.h"
 
 #include "log_line.h"
+#include "requests/property_data.h"
 #include "requests/return_messages.h"
 #include "store/instance_operations.h"
 
@@ -13,20 +14,18 @@ void makeInstance(redisContext* context, const UpdateHandlerEntry& row,
                   const std::string& objectKey, const std::string& instanceCollectionKey,
                   InstanceKeySet* keys, ReturnMessage* answer) {
     std::string instanceKey;
-    FieldValuePair* values = nullptr;
-    const int collected =
-        getCreateProperties(context, row, objectKey, &instanceKey, &values, answer);
-    MallocPtr<FieldValuePair> owner(values);
-    if (collected != 0) {
+    PropertyData values;
+    if (getCreateProperties(context, row, objectKey, &instanceKey, &values.records, answer) != 0) {
         logLine("create", "Failed to call getCreateProperties().");
         return;
     }
     int count = row.propertyCount;
-    if (row.handler(context, instanceKey, &values, &count, answer) != 0) {
+    if (row.handler(context, instanceKey, &values.records, &count, answer) != 0) {
         logLine("create", "Failed to call fnAgentCreate().");
         return;
     }
-    if (createInstance(context, instanceKey, values, count, row.ttl, instanceCollectionKey) != 0) {
+    if (createInstance(context, instanceKey, values.records, count, row.ttl,
+                       instanceCollectionKey) != 0) {
         logLine("create", "Failed to call createInstance().");
         setReturnMessage(answer, "InternalError", 0);
         return;

@@ -4,6 +4,7 @@
 
 #include "log_line.h"
 #include "requests/backend_event.h"
+#include "requests/property_data.h"
 #include "requests/return_messages.h"
 #include "requests/table_lookup.h"
 #include "store/instance_operations.h"
@@ -14,11 +15,8 @@ namespace {
 void apply(redisContext* context, const UpdateHandlerEntry& row, const std::string& objectKey,
            const InstanceKeySet& keys, ReturnMessage* answer) {
     std::string instanceKey;
-    FieldValuePair* values = nullptr;
-    const int collected =
-        getUpdateProperties(context, row, objectKey, &instanceKey, &values, answer);
-    const MallocPtr<FieldValuePair> owner(values);
-    if (collected != 0) {
+    PropertyData values;
+    if (getUpdateProperties(context, row, objectKey, &instanceKey, &values.records, answer) != 0) {
         logLine("update", "Failed to call getUpdateProperties().");
         return;
     }
@@ -27,11 +25,11 @@ void apply(redisContext* context, const UpdateHandlerEntry& row, const std::stri
         return;
     }
     int count = row.propertyCount;
-    if (row.handler(context, instanceKey, &values, &count, answer) != 0) {
+    if (row.handler(context, instanceKey, &values.records, &count, answer) != 0) {
         logLine("update", "Failed to call fnAgentUpdate().");
         return;
     }
-    if (updateInstance(context, instanceKey, values, count, row.ttl) != 0) {
+    if (updateInstance(context, instanceKey, values.records, count, row.ttl) != 0) {
         logLine("update", "Failed to call updateInstance().");
         setReturnMessage(answer, "InternalError", 0);
         return;
