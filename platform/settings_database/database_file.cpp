@@ -1,0 +1,142 @@
+// The database as files: its folder, its header, and setting a damaged one aside. What is
+// in the file is left to SQLite.
+#include "database_file.h"
+
+#include <array>
+#include <cerrno>
+#include <ctime>
+#include <fcntl.h>
+#include <fstream>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// The database first: a -wal or -journal whose database is gone is ignored by SQLite, but a
+// database without its -journal would be taken for whole.
+constexpr const char* kCompanions[] = {"", "-journal", "-wal", "-shm"};
+
+constexpr int kLastFormatVersion = 2; // header bytes 18 and 19: 1 rollback journal, 2 WAL
+constexpr int kLastSchemaFormat = 4;  // header bytes 44 to 47, big-endian
+
+[[noreturn]] void failWith(const fs::path& path) {
+    throw std::system_error(errno, std::generic_category(), path.string());
+}
+
+class Descriptor {
+public:
+    explicit Descriptor(int number) : number_(number) {}
+    ~Descriptor() {
+        if (number_ >= 0) {
+            ::close(number_);
+        }
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+
+    int number() const { return number_; }
+
+private:
+    int number_;
+};
+
+fs::path folderOf(const fs::path& file) {
+    const fs::path folder = file.parent_path();
+    return folder.empty() ? fs::path(".") : folder;
+}
+
+bool isTaken(const fs::path& path) {
+    return fs::exists(fs::symlink_status(path));
+}
+
+fs::path withSuffix(const fs::path& path, const std::string& suffix) {
+    return path.string() + suffix;
+}
+
+bool isAnyTaken(const fs::path& name) {
+    for (const char* companion : kCompanions) {
+        if (isTaken(withSuffix(name, companion))) {
+            return true;
+        }
+    }
+    return false;
+}
+
+fs::path nameForDamaged(const fs::path& file) {
+    const std::time_t now = std::time(nullptr);
+    std::tm parts{};
+    ::gmtime_r(&now, &parts);
+    std::array<char, 32> stamp{};
+    std::strftime(stamp.data(), stamp.size(), "%Y%m%dT%H%M%SZ", &parts);
+    const fs::path base = withSuffix(file, std::string(".damaged-") + stamp.data());
+    fs::path name = base;
+    for (int n = 2; isAnyTaken(name); ++n) {
+        name = withSuffix(base, "-" + std::to_string(n));
+    }
+    return name;
+}
+
+} // namespace
+
+void makeFolderOf(const fs::path& file) {
+    const fs::path folder = folderOf(file);
+    if (fs::exists(folder)) { // anything but a folder is found out by opening the file
+        return;
+    }
+    makeFolderOf(folder);
+    if (::mkdir(folder.c_str(), 0755) != 0 && errno != EEXIST) {
+        failWith(folder);
+    }
+    syncFolderOf(folder);
+}
+
+void syncFolderOf(const fs::path& file) {
+    const fs::path folder = folderOf(file);
+    const Descriptor descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    // A folder that may not be read, or a file system without such a call, leaves nothing to do.
+    if (descriptor.number() >= 0 && ::fsync(descriptor.number()) != 0 && errno != EINVAL) {
+        failWith(folder);
+    }
+}
+
+void refuseOtherThanFile(const fs::path& file) {
+    struct stat status {};
+    if (::stat(file.c_str(), &status) != 0) {
+        if (errno == ENOENT) {
+            return;
+        }
+        failWith(file);
+    }
+    if (!S_ISREG(status.st_mode)) {
+        errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
+        failWith(file);
+    }
+}
+
+bool hasForeignHeader(const fs::path& file) {
+    std::array<char, 48> header{};
+    std::ifstream stream(file, std::ios::binary);
+    if (!stream.read(header.data(), header.size())) {
+        return false;
+    }
+    const auto byte = [&header](std::size_t i) { return static_cast<unsigned char>(header.at(i)); };
+    return byte(18) > kLastFormatVersion || byte(19) > kLastFormatVersion || byte(44) != 0 ||
+           byte(45) != 0 || byte(46) != 0 || byte(47) > kLastSchemaFormat;
+}
+
+fs::path setAside(const fs::path& file) {
+    // The file itself, where `file` is a link to it: its companions lie beside the file.
+    const fs::path original = fs::canonical(file);
+    const fs::path name = nameForDamaged(original);
+    for (const char* companion : kCompanions) {
+        const fs::path from = withSuffix(original, companion);
+        if (isTaken(from) && ::rename(from.c_str(), withSuffix(name, companion).c_str()) != 0) {
+            failWith(from);
+        }
+    }
+    syncFolderOf(name);
+    return name;
+}

@@ -1,0 +1,265 @@
+// The tables of the settings database, their defaults, and how a file of any older shape
+// gets them. Files and connections are left to open_and_close.cpp.
+#include "schema.h"
+
+#include "statement.h"
+
+#include <algorithm>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <strings.h>
+#include <vector>
+
+namespace {
+
+struct ColumnDefault {
+    const char* column;
+    const char* value;
+};
+
+// The columns in the order in which the readers count them, with the values of a new panel.
+// The first one selects the row.
+constexpr ColumnDefault kSettings[] = {
+    {"Name", "Zolan CMS Web GUI Settings"},
+    {"InitBoot", "true"},
+    {"Language", "English"},
+    {"Brightness", "5"},
+    {"BacklightOff", "Never"},
+    {"Screensaver", "Enabled"},
+    {"Timer", "10 Minutes"},
+    {"Measurement", "Metric"},
+    {"DateFormat", "YYYY-MM-DD"},
+    {"TimeFormat", "24 Hours"},
+    {"HasAlert", "NO"},
+    {"RoomAverage", "false"},
+    {"HiLoPeriod", "24 Hours"},
+};
+constexpr ColumnDefault kMisc[] = {
+    {"Key", ""},
+    {"Data", ""},
+};
+
+struct Table {
+    const char* name;
+    std::span<const ColumnDefault> columns;
+};
+constexpr Table kSettingsTable = {"webgui_tbl", kSettings};
+constexpr Table kMiscTable = {"Misc", kMisc};
+constexpr const char* kThemeView = "View_Theme";
+
+using Names = std::vector<std::string>;
+
+// SQLite compares names of tables and columns without case.
+bool isSameName(const std::string& left, const char* right) {
+    return ::strcasecmp(left.c_str(), right) == 0;
+}
+
+bool contains(const Names& names, const char* name) {
+    return std::any_of(names.begin(), names.end(),
+                       [name](const std::string& each) { return isSameName(each, name); });
+}
+
+// "table", "view" or, where there is neither of that name, an empty text.
+std::string kindOf(sqlite3* connection, std::string_view name) {
+    Statement statement(connection, "SELECT type FROM sqlite_master WHERE type IN ('table', "
+                                    "'view') AND name = ? COLLATE NOCASE");
+    statement.bind(1, name);
+    return statement.step() ? std::string(statement.text(0)) : std::string();
+}
+
+// The columns that a reader of `name` gets; nothing where it cannot be read, which for a
+// view includes that what it is made of is gone.
+std::optional<Names> columnsOf(sqlite3* connection, const char* name) {
+    try {
+        const Statement statement(connection, "SELECT * FROM " + quoted(name));
+        Names names;
+        for (int i = 0; i < statement.columnCount(); ++i) {
+            names.emplace_back(statement.columnName(i));
+        }
+        return names;
+    } catch (const SqlError& error) {
+        if (error.primaryCode() != SQLITE_ERROR) {
+            throw;
+        }
+        return std::nullopt;
+    }
+}
+
+bool hasShape(sqlite3* connection, const Table& table) {
+    const std::optional<Names> names = columnsOf(connection, table.name);
+    return names && kindOf(connection, table.name) == "table" &&
+           std::equal(names->begin(), names->end(), table.columns.begin(), table.columns.end(),
+                      [](const std::string& name, const ColumnDefault& wanted) {
+                          return isSameName(name, wanted.column);
+                      });
+}
+
+// A view of another definition will do, as long as the theme can be read from it.
+bool hasThemeView(sqlite3* connection) {
+    const std::optional<Names> names = columnsOf(connection, kThemeView);
+    return names && contains(*names, "Key") && contains(*names, "Data");
+}
+
+bool hasRow(sqlite3* connection) {
+    Statement statement(connection, "SELECT 1 FROM webgui_tbl WHERE Name = ?");
+    statement.bind(1, kSettings[0].value);
+    return statement.step();
+}
+
+bool isUpToDate(sqlite3* connection) {
+    return hasShape(connection, kSettingsTable) && hasRow(connection) &&
+           hasShape(connection, kMiscTable) && hasThemeView(connection);
+}
+
+bool isEmpty(sqlite3* connection) {
+    return execute(connection, "SELECT count(*) FROM sqlite_master") == "0";
+}
+
+void createTable(sqlite3* connection, const Table& table) {
+    Names columns;
+    for (const ColumnDefault& each : table.columns) {
+        columns.push_back(quoted(each.column) + " TEXT");
+    }
+    execute(connection, "CREATE TABLE " + quoted(table.name) + " (" + joined(columns) + ")");
+}
+
+// The first name of the form <name>_old_<n> that is not taken.
+std::string freeBackupName(sqlite3* connection, const std::string& name) {
+    for (int n = 1;; ++n) {
+        const std::string backup = name + "_old_" + std::to_string(n);
+        if (kindOf(connection, backup).empty()) {
+            return backup;
+        }
+    }
+}
+
+// Copies the rows of the backup: known columns by their names, the others as defaults.
+void copyRows(sqlite3* connection, const Table& table, const std::string& backup,
+              const Names& oldColumns) {
+    Names targets;
+    Names sources;
+    std::vector<const char*> defaults;
+    for (const ColumnDefault& each : table.columns) {
+        targets.push_back(quoted(each.column));
+        if (contains(oldColumns, each.column)) {
+            sources.push_back(targets.back());
+        } else {
+            sources.emplace_back("?");
+            defaults.push_back(each.value);
+        }
+    }
+    Statement statement(connection, "INSERT INTO " + quoted(table.name) + " (" + joined(targets) +
+                                        ") SELECT " + joined(sources) + " FROM " + quoted(backup));
+    int position = 0;
+    for (const char* value : defaults) {
+        statement.bind(++position, value);
+    }
+    statement.step();
+}
+
+// Makes the table anew with its columns in order and moves the rows over. The old table
+// stays as a backup where it had columns that the new one has not.
+void rebuild(sqlite3* connection, const Table& table, const std::string& kind) {
+    const std::optional<Names> oldColumns = columnsOf(connection, table.name);
+    const std::string backup = freeBackupName(connection, table.name);
+    if (oldColumns) {
+        execute(connection,
+                "CREATE TABLE " + quoted(backup) + " AS SELECT * FROM " + quoted(table.name));
+    }
+    execute(connection, "DROP " + kind + " " + quoted(table.name));
+    createTable(connection, table);
+    if (!oldColumns) {
+        return;
+    }
+    copyRows(connection, table, backup, *oldColumns);
+    const bool everyColumnIsKnown =
+        std::all_of(oldColumns->begin(), oldColumns->end(), [&table](const std::string& name) {
+            return std::any_of(
+                table.columns.begin(), table.columns.end(),
+                [&name](const ColumnDefault& known) { return isSameName(name, known.column); });
+        });
+    if (everyColumnIsKnown) {
+        execute(connection, "DROP TABLE " + quoted(backup));
+    }
+}
+
+void giveShape(sqlite3* connection, const Table& table) {
+    const std::string kind = kindOf(connection, table.name);
+    if (kind.empty()) {
+        createTable(connection, table);
+    } else if (!hasShape(connection, table)) {
+        rebuild(connection, table, kind);
+    }
+}
+
+void giveRow(sqlite3* connection) {
+    if (hasRow(connection)) {
+        return;
+    }
+    Names parameters(std::size(kSettings), "?");
+    Statement statement(connection, "INSERT INTO webgui_tbl VALUES (" + joined(parameters) + ")");
+    int position = 0;
+    for (const ColumnDefault& each : kSettings) {
+        statement.bind(++position, each.value);
+    }
+    statement.step();
+}
+
+void giveThemeView(sqlite3* connection) {
+    if (hasThemeView(connection)) {
+        return;
+    }
+    const std::string name = quoted(kThemeView);
+    const std::string kind = kindOf(connection, kThemeView);
+    if (kind == "table") {
+        execute(connection, "CREATE TABLE " + quoted(freeBackupName(connection, kThemeView)) +
+                                " AS SELECT * FROM " + name);
+    }
+    if (!kind.empty()) {
+        execute(connection, "DROP " + kind + " " + name);
+    }
+    execute(connection,
+            "CREATE VIEW " + name + " AS SELECT Key, Data FROM Misc WHERE Key = 'Theme'");
+}
+
+// A transaction that is rolled back unless it is committed.
+class Transaction {
+public:
+    explicit Transaction(sqlite3* connection) : connection_(connection) {
+        execute(connection, "BEGIN IMMEDIATE");
+    }
+    ~Transaction() {
+        if (sqlite3_get_autocommit(connection_) == 0) {
+            sqlite3_exec(connection_, "ROLLBACK", nullptr, nullptr, nullptr);
+        }
+    }
+    Transaction(const Transaction&) = delete;
+    Transaction& operator=(const Transaction&) = delete;
+
+    void commit() { execute(connection_, "COMMIT"); }
+
+private:
+    sqlite3* connection_;
+};
+
+} // namespace
+
+SchemaChange bringUpToDate(sqlite3* connection) {
+    if (isUpToDate(connection)) {
+        return SchemaChange::none;
+    }
+    Transaction transaction(connection);
+    // Asked again: another process may have done it meanwhile.
+    if (isUpToDate(connection)) {
+        return SchemaChange::none;
+    }
+    const bool wasEmpty = isEmpty(connection);
+    giveShape(connection, kSettingsTable);
+    giveRow(connection);
+    giveShape(connection, kMiscTable);
+    giveThemeView(connection);
+    transaction.commit();
+    return wasEmpty ? SchemaChange::made : SchemaChange::updated;
+}

@@ -1,0 +1,89 @@
+// A settings database in a folder of one test's own, written by the library and read back by
+// the sqlite3 command, which shares nothing with the library's own code.
+#pragma once
+
+#include "platform/settings_database.h"
+#include "support/temporary_folder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace test {
+
+// The row of a new panel, as the sqlite3 command prints it.
+constexpr const char* kDefaultRow =
+    "Zolan CMS Web GUI Settings|true|English|5|Never|Enabled|10 Minutes|Metric|YYYY-MM-DD|"
+    "24 Hours|NO|false|24 Hours\n";
+constexpr const char* kColumnNames =
+    "Name,InitBoot,Language,Brightness,BacklightOff,Screensaver,Timer,Measurement,DateFormat,"
+    "TimeFormat,HasAlert,RoomAverage,HiLoPeriod\n";
+constexpr const char* kNameCondition = "where Name is 'Zolan CMS Web GUI Settings'";
+constexpr const char* kTable = "webgui_tbl";
+
+// What the sqlite3 command answers to this text; its complaint, where it has one.
+std::string sqlite(const std::string& path, const std::string& sql);
+
+// The names of the table's columns in their order, as kColumnNames.
+std::string columnsOf(const std::string& path, const std::string& table);
+
+// An open or closed handle; closes at the end.
+class Database {
+public:
+    explicit Database(const std::string& path);
+    ~Database() { close_database(&handle_); }
+    Database(const Database&) = delete;
+    Database& operator=(const Database&) = delete;
+
+    int open() { return open_database(&handle_, 2); }
+    void close() { close_database(&handle_); }
+    SettingsDatabase* handle() { return &handle_; }
+
+private:
+    SettingsDatabase handle_{};
+};
+
+// A result that is freed at the end.
+struct Result : SettingsTable {
+    Result() : SettingsTable{} {}
+    ~Result() { free_sql_tbl(this); }
+    Result(const Result&) = delete;
+    Result& operator=(const Result&) = delete;
+
+    std::vector<std::string> values(unsigned int row, int columns) const;
+};
+
+using NamesAndValues = std::vector<std::pair<std::string, std::string>>;
+
+// A row to write, of texts.
+class Row {
+public:
+    explicit Row(const NamesAndValues& columns);
+    Row(const Row&) = delete;
+    Row& operator=(const Row&) = delete;
+
+    const SettingsRow* get() const { return &row_; }
+    SettingsColumn& column(std::size_t i) { return columns_.at(i); }
+
+private:
+    std::vector<SettingsColumn> columns_;
+    SettingsRow row_{};
+};
+
+class DatabaseTest : public testing::Test {
+protected:
+    std::string path() const { return folder_.file("webgui.db"); }
+    const TemporaryFolder& folder() const { return folder_; }
+    // The names in the folder, sorted.
+    std::vector<std::string> files() const;
+    // The one name in the folder that holds ".damaged-" and is no companion; empty: none.
+    std::string damagedFile() const;
+
+private:
+    TemporaryFolder folder_;
+};
+
+} // namespace test
