@@ -2,6 +2,7 @@
 // in the file is left to SQLite.
 #include "database_file.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <ctime>
@@ -57,12 +58,9 @@ fs::path withSuffix(const fs::path& path, const std::string& suffix) {
 }
 
 bool isAnyTaken(const fs::path& name) {
-    for (const char* companion : kCompanions) {
-        if (isTaken(withSuffix(name, companion))) {
-            return true;
-        }
-    }
-    return false;
+    return std::ranges::any_of(kCompanions, [&name](const char* companion) {
+        return isTaken(withSuffix(name, companion));
+    });
 }
 
 fs::path nameForDamaged(const fs::path& file) {
@@ -130,7 +128,7 @@ bool hasForeignHeader(const fs::path& file) {
 fs::path setAside(const fs::path& file) {
     // The file itself, where `file` is a link to it: its companions lie beside the file.
     const fs::path original = fs::canonical(file);
-    const fs::path name = nameForDamaged(original);
+    fs::path name = nameForDamaged(original);
     for (const char* companion : kCompanions) {
         const fs::path from = withSuffix(original, companion);
         if (isTaken(from) && ::rename(from.c_str(), withSuffix(name, companion).c_str()) != 0) {

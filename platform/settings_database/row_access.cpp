@@ -5,17 +5,16 @@
 #include "statement.h"
 #include "text.h"
 
-#include <array>
+#include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <exception>
-#include <memory>
 #include <mutex>
 #include <new>
 #include <span>
 #include <stdexcept>
 #include <string>
 #include <string_view>
-#include <strings.h>
 #include <vector>
 
 namespace {
@@ -24,10 +23,6 @@ constexpr int kDone = 0;
 constexpr int kFailed = 1;
 
 enum ColumnType { kNumber = 0, kText = 1, kBoolean = 2 };
-
-struct Free {
-    void operator()(void* memory) const { std::free(memory); }
-};
 
 // What the last failure said. A caller repeats a call that meets a lock many times; the same
 // line is written once, until a call succeeds or something else is to be said.
@@ -102,14 +97,13 @@ std::string withCondition(const std::string& sql, const char* condition) {
 
 // ---- Reading ----
 
+constexpr const char* kNumericWords[] = {"INT", "REAL", "FLOA", "DOUB", "NUM", "DEC"};
+
 bool isNumericType(std::string_view declared) {
     const std::string type(declared);
-    for (const char* word : {"INT", "REAL", "FLOA", "DOUB", "NUM", "DEC"}) {
-        if (::strcasestr(type.c_str(), word) != nullptr) {
-            return true;
-        }
-    }
-    return false;
+    return std::ranges::any_of(kNumericWords, [&type](const char* word) {
+        return ::strcasestr(type.c_str(), word) != nullptr;
+    });
 }
 
 int typeOf(const Statement& statement, int column) {
@@ -129,6 +123,8 @@ void fill(SettingsColumn& column, int type, std::string_view name, std::string_v
 }
 
 // The result while it grows; frees what it holds unless it is handed over.
+constexpr std::size_t kRowPointerBytes = sizeof(void*);
+
 class TableBuilder {
 public:
     TableBuilder() = default;
@@ -137,8 +133,7 @@ public:
     TableBuilder& operator=(const TableBuilder&) = delete;
 
     void addHeading(const Statement& statement) {
-        table_.rows =
-            static_cast<SettingsColumn**>(std::calloc(capacity_, sizeof(SettingsColumn*)));
+        table_.rows = static_cast<SettingsColumn**>(std::calloc(capacity_, kRowPointerBytes));
         if (table_.rows == nullptr) {
             throw std::bad_alloc();
         }
@@ -179,7 +174,7 @@ private:
         if (used < capacity_) {
             return;
         }
-        void* larger = std::realloc(table_.rows, 2 * capacity_ * sizeof(SettingsColumn*));
+        void* larger = std::realloc(table_.rows, 2 * capacity_ * kRowPointerBytes);
         if (larger == nullptr) {
             throw std::bad_alloc();
         }

@@ -128,7 +128,7 @@ void createTable(sqlite3* connection, const Table& table) {
 // The first name of the form <name>_old_<n> that is not taken.
 std::string freeBackupName(sqlite3* connection, const std::string& name) {
     for (int n = 1;; ++n) {
-        const std::string backup = name + "_old_" + std::to_string(n);
+        std::string backup = name + "_old_" + std::to_string(n);
         if (kindOf(connection, backup).empty()) {
             return backup;
         }
