@@ -1,0 +1,115 @@
+// The managing mode: environment first, then the file.
+#include "requests/managing_mode.h"
+
+#include "doubles/platform_test.h"
+
+#include <cstdlib>
+#include <limits>
+#include <string>
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class ManagingMode : public doubles::PlatformTest {
+protected:
+    ManagingMode() { ::unsetenv("ManagingMode"); }
+    ~ManagingMode() override { ::unsetenv("ManagingMode"); }
+
+public:
+    ManagingMode(const ManagingMode&) = delete;
+    ManagingMode& operator=(const ManagingMode&) = delete;
+
+protected:
+    static int withEnvironment(const std::string& text) {
+        ::setenv("ManagingMode", text.c_str(), 1);
+        return getManagingMode();
+    }
+    static int withFile(const std::string& text) {
+        ::unsetenv("ManagingMode");
+        doubles::files().managingMode = text;
+        return getManagingMode();
+    }
+    static std::string environment() {
+        const char* const text = std::getenv("ManagingMode");
+        return text == nullptr ? "(unset)" : text;
+    }
+};
+
+TEST_F(ManagingMode, TakesTheEnvironmentsNumberButAtMostTwo) {
+    EXPECT_EQ(withEnvironment("0"), 0);
+    EXPECT_EQ(withEnvironment("1"), 1);
+    EXPECT_EQ(withEnvironment("2"), 2);
+    EXPECT_EQ(withEnvironment("7"), 2);
+    EXPECT_EQ(withEnvironment("-3"), -3);
+}
+
+TEST_F(ManagingMode, TakesATextThatIsNoNumberAsZero) {
+    EXPECT_EQ(withEnvironment(""), 0);
+    EXPECT_EQ(withEnvironment("abc"), 0);
+    EXPECT_EQ(withEnvironment("Varrow"), 0);
+    EXPECT_EQ(withEnvironment("1abc"), 1);
+    EXPECT_EQ(withEnvironment("0x1"), 0);
+}
+
+TEST_F(ManagingMode, ClampsNumbersThatAreTooLarge) {
+    EXPECT_EQ(withEnvironment("4294967296"), 2);
+    EXPECT_EQ(withEnvironment("99999999999999999999"), 2);
+    EXPECT_EQ(withEnvironment("-4294967296"), std::numeric_limits<int>::min());
+    EXPECT_EQ(withEnvironment("-99999999999999999999"), std::numeric_limits<int>::min());
+}
+
+TEST_F(ManagingMode, DoesNotOpenTheFileWhenTheEnvironmentIsSet) {
+    doubles::files().managingMode = "Varrow";
+    for (const std::string text : {"0", "7", "-3", ""}) {
+        withEnvironment(text);
+        EXPECT_EQ(environment(), text);
+    }
+    EXPECT_THAT(doubles::calls(), IsEmpty());
+}
+
+TEST_F(ManagingMode, KeepsAKnownWordInTheEnvironment) {
+    EXPECT_EQ(withFile("Tinvale"), 0);
+    EXPECT_EQ(environment(), "0");
+    EXPECT_EQ(withFile("Varrow"), 1);
+    EXPECT_EQ(environment(), "1");
+}
+
+TEST_F(ManagingMode, OpensTheFileForReadingOnceAndThenAsksTheEnvironment) {
+    EXPECT_EQ(withFile("Varrow"), 1);
+    EXPECT_EQ(getManagingMode(), 1);
+    EXPECT_THAT(doubles::calls(),
+                ElementsAre("fopen(\"/var/database/CoolingUnitManagingMode.txt\", \"r\")"));
+}
+
+TEST_F(ManagingMode, ReadsOnlyTheFirstWord) {
+    EXPECT_EQ(withFile("Varrow and more\nTinvale\n"), 1);
+    EXPECT_EQ(environment(), "1");
+    EXPECT_EQ(withFile(" \n\t Tinvale\nVarrow"), 0);
+}
+
+TEST_F(ManagingMode, IsTwoForAnyOtherWordAndLeavesTheEnvironmentAlone) {
+    for (const std::string text :
+         {"", " \n", "varrow", "TINVALE", "Varrows", "Tinval", "0", "1", "Varrow,", "Other Varrow",
+          "Varrowxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx"}) {
+        SCOPED_TRACE(text);
+        EXPECT_EQ(withFile(text), 2);
+        EXPECT_EQ(environment(), "(unset)");
+    }
+}
+
+TEST_F(ManagingMode, IsTwoWithoutAFile) {
+    EXPECT_EQ(getManagingMode(), 2);
+    EXPECT_EQ(environment(), "(unset)");
+}
+
+TEST_F(ManagingMode, LogsNothing) {
+    getManagingMode();
+    withFile("Other");
+    withFile("Varrow");
+    EXPECT_EQ(output(), "");
+    EXPECT_EQ(errors(), "");
+}
+
+} // namespace

@@ -1,0 +1,189 @@
+// Read requests: the row, the target, the mark of freshness, the ETag cache, the answer.
+#include "requests/read_requests.h"
+
+#include "requests/request_test.h"
+
+namespace {
+
+using namespace requests_test;
+using doubles::context;
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::IsEmpty;
+
+constexpr ReadHandlerEntry kRows[] = {{"00001", 1, readHandler}, {"00009", 20, readHandler}};
+
+const std::string kHandlerCall = "handler(\"" + std::string(kInstance) + "\")";
+const std::string kTtlCall = "osselHashAppendTTLObject(ctx, \"" + std::string(kInstance) + "\", 1)";
+const std::string kETagCall = "osselClearETagCache(ctx, \"" + std::string(kInstance) + "\")";
+
+class ReadObject : public RequestTest {
+protected:
+    void readInstance(const std::string& messageId = "00001", int count = 2) {
+        readObject(context(), messageId, kInstance, kChannel, count, kRows, keys_);
+    }
+};
+
+TEST_F(ReadObject, AnswersSuccessAfterTheHandlerAndTheMarkOfFreshness) {
+    readInstance();
+    EXPECT_THAT(doubles::calls(),
+                ElementsAreArray(followedBy({kHandlerCall, kTtlCall}, answerCalls("Success"))));
+    EXPECT_EQ(output(), "");
+}
+
+TEST_F(ReadObject, PassesTheTtlOfTheRowUnchanged) {
+    const ReadHandlerEntry row{"00001", -3, readHandler};
+    readObject(context(), "00001", kInstance, kChannel, 1, &row, keys_);
+    EXPECT_THAT(
+        doubles::callsOf("osselHashAppendTTLObject"),
+        ElementsAre("osselHashAppendTTLObject(ctx, \"" + std::string(kInstance) + "\", -3)"));
+}
+
+TEST_F(ReadObject, RefusesAnIdWithoutARowAndLeavesTheAgentAlone) {
+    for (const std::string id : {"00002", "", "1", "0001", "00001 ", " 00001"}) {
+        SCOPED_TRACE(id);
+        doubles::reset();
+        readInstance(id);
+        const std::string uuid = doubles::uuid(1);
+        EXPECT_THAT(doubles::calls(),
+                    ElementsAre("osselGenerateUUID(ctx)",
+                                "osselCreateReturnMessage(ctx, \"" + uuid +
+                                    "\", \"ActionNotSupported\", \"" + id + "\", null)",
+                                "osselPublishToChannel(ctx, \"Reply:1\", \"" + uuid + "\")"));
+    }
+    EXPECT_THAT(script.invocations, IsEmpty());
+    EXPECT_EQ(output(), "");
+}
+
+TEST_F(ReadObject, HasNoRowForACountOfZeroOrLess) {
+    for (const int count : {0, -1}) {
+        doubles::reset();
+        readInstance("00001", count);
+        EXPECT_THAT(doubles::calls(), ElementsAreArray(answerCalls("ActionNotSupported", "00001")));
+    }
+}
+
+TEST_F(ReadObject, TakesTheFirstMatchingRow) {
+    const ReadHandlerEntry rows[] = {{"00001", 7, readHandler}, {"00001", 8, readHandler}};
+    readObject(context(), "00001", kInstance, kChannel, 2, rows, keys_);
+    EXPECT_EQ(doubles::freshness()[kInstance], 7);
+    EXPECT_EQ(script.invocations.size(), 1U);
+}
+
+TEST_F(ReadObject, LogsUnderItsNameWhenTheRefusalCannotBeSent) {
+    doubles::fail("osselPublishToChannel");
+    readInstance("00002");
+    EXPECT_EQ(output(), "[sendReturnMsg]: Failed to call osselPublishToChannel( Reply:1, " +
+                            doubles::uuid(1) +
+                            " ).\n"
+                            "[readObject]: Failed to call sendReturnMsg().\n");
+}
+
+TEST_F(ReadObject, AnswersInvalidObjectForAnUnknownKey) {
+    for (const std::string key : {"unknown", "80000000-0000-0000-0000-008000000001"}) {
+        SCOPED_TRACE(key);
+        doubles::reset();
+        readObject(context(), "00001", key, kChannel, 2, kRows, keys_);
+        EXPECT_THAT(doubles::calls(), ElementsAreArray(answerCalls("InvalidObject", key)));
+    }
+    EXPECT_THAT(script.invocations, IsEmpty());
+    EXPECT_EQ(output(), "");
+}
+
+TEST_F(ReadObject, GivesTheHandlerAClearFlag) {
+    readInstance();
+    EXPECT_FALSE(script.flagAtCall);
+    EXPECT_THAT(script.invocations, ElementsAre("read " + std::string(kInstance)));
+}
+
+TEST_F(ReadObject, AnswersSuccessWhenTheHandlerFailsWithoutAnAnswer) {
+    script.result = 1;
+    script.clearETag = true;
+    readInstance();
+    EXPECT_THAT(doubles::calls(),
+                ElementsAreArray(followedBy({kHandlerCall}, answerCalls("Success"))));
+    EXPECT_EQ(output(), "[read]: Failed to call fnAgentRead().\n");
+}
+
+TEST_F(ReadObject, SendsTheAnswerOfAFailedHandler) {
+    script.result = -4;
+    script.answerId = "InternalError";
+    readInstance();
+    EXPECT_THAT(doubles::calls(),
+                ElementsAreArray(followedBy({kHandlerCall}, answerCalls("InternalError", "why"))));
+}
+
+TEST_F(ReadObject, AnswersInternalErrorWhenTheMarkFailsAndStillClearsTheETag) {
+    script.clearETag = true;
+    doubles::fail("osselHashAppendTTLObject");
+    readInstance();
+    EXPECT_THAT(doubles::calls(), ElementsAreArray(followedBy({kHandlerCall, kTtlCall, kETagCall},
+                                                              answerCalls("InternalError"))));
+}
+
+TEST_F(ReadObject, ShowsTheTtlInDecimalWhateverTheStream) {
+    const ReadHandlerEntry rows[] = {{"00001", 20, readHandler}, {"00002", -1, readHandler}};
+    for (const bool hexadecimal : {false, true}) {
+        hexadecimal ? hexStream() : decimalStream();
+        doubles::failAlways("osselHashAppendTTLObject");
+        readObject(context(), "00001", kInstance, kChannel, 2, rows, keys_);
+        readObject(context(), "00002", kInstance, kChannel, 2, rows, keys_);
+        const std::string line =
+            "[read]: Failed to call osselHashAppendTTLObject( " + std::string(kInstance);
+        EXPECT_EQ(output(), line + ", 20 ).\n" + line + ", -1 ).\n");
+    }
+}
+
+TEST_F(ReadObject, ClearsTheETagOnlyWhenTheHandlerAsks) {
+    script.clearETag = true;
+    readInstance();
+    EXPECT_THAT(doubles::calls(), ElementsAreArray(followedBy({kHandlerCall, kTtlCall, kETagCall},
+                                                              answerCalls("Success"))));
+    EXPECT_EQ(output(), "");
+}
+
+TEST_F(ReadObject, KeepsTheAnswerWhenTheETagCannotBeCleared) {
+    script.clearETag = true;
+    doubles::fail("osselClearETagCache");
+    readInstance();
+    EXPECT_THAT(doubles::callsOf("osselCreateReturnMessage"),
+                ElementsAre(answerCalls("Success")[1]));
+    EXPECT_EQ(output(),
+              "[read]: Failed to call osselClearETagCache(" + std::string(kInstance) + ").\n");
+}
+
+TEST_F(ReadObject, LogsUnderTheNameOfReadWhenTheAnswerCannotBeSent) {
+    doubles::fail("osselGenerateUUID");
+    readInstance();
+    EXPECT_EQ(output(), "[sendReturnMsg]: Failed to call osselGenerateUUID().\n"
+                        "[sendReturnMsg]: Failed to call osselCreateReturnMessage( , Success ).\n"
+                        "[read]: Failed to call sendReturnMsg().\n");
+}
+
+TEST_F(ReadObject, SendsNoEvent) {
+    readInstance();
+    EXPECT_THAT(doubles::events(), IsEmpty());
+}
+
+// The handler's answer is replaced, its arguments are not freed first. The test frees them.
+char** g_attachedArguments = nullptr;
+
+int attachArguments(redisContext* /*context*/, std::string /*objectKey*/, ReturnMessage* answer,
+                    bool* /*clearETag*/) {
+    setReturnMessage(answer, "Warning", 1, "attached");
+    g_attachedArguments = answer->args;
+    return 0;
+}
+
+TEST_F(ReadObject, ReplacesTheAnswerOfASuccessfulHandlerWithoutFreeingIt) {
+    const ReadHandlerEntry row{"00001", 1, attachArguments};
+    readObject(context(), "00001", kInstance, kChannel, 1, &row, keys_);
+    EXPECT_THAT(doubles::callsOf("osselCreateReturnMessage"),
+                ElementsAre(answerCalls("Success")[1]));
+    ASSERT_NE(g_attachedArguments, nullptr);
+    EXPECT_STREQ(g_attachedArguments[0], "attached");
+    ReturnMessage left{"", 1, g_attachedArguments};
+    freeReturnMessage(&left);
+}
+
+} // namespace
