@@ -1,0 +1,121 @@
+// Commands on the store: one at a time, one reply each, errors as exceptions.
+// Sockets and deadlines are left to client/wire.cpp.
+#include "client/connection.h"
+
+#include "client/errors.h"
+
+#include <array>
+#include <utility>
+
+namespace client {
+
+namespace {
+
+struct Advice {
+    std::string_view begin; // of the server's error text
+    const char* text;
+};
+
+constexpr std::array kAdvice{
+    Advice{.begin = "WRONGTYPE",
+           .text = "; the key holds another kind of data: repair or delete it"},
+    Advice{.begin = "NOAUTH", .text = "; use a server without a password"},
+    Advice{.begin = "LOADING", .text = "; the server is starting: try again in a moment"},
+    Advice{.begin = "OOM",
+           .text = "; the server has reached its memory limit: free some or raise it"},
+    Advice{.begin = "READONLY", .text = "; this server is a replica: name the primary"},
+    Advice{.begin = "MISCONF", .text = "; the server cannot save: look into its log"},
+};
+
+std::string adviceFor(const std::string& error) {
+    for (const Advice& advice : kAdvice) {
+        if (error.starts_with(advice.begin)) {
+            return advice.text;
+        }
+    }
+    return {};
+}
+
+// The key that a command is about; most have it behind their name.
+const std::string& keyOf(const Words& words) {
+    if (words.front() == "EVAL") {
+        return words.at(3); // behind the script and the number of keys
+    }
+    return words.front() == "XREAD" ? words.at(words.size() - 2) : words.at(1);
+}
+
+} // namespace
+
+void throwRefused(const Address& address, const Words& words, const std::string& error) {
+    std::string what = "store " + address.text() + ": " + words.front();
+    if (words.size() > 1) {
+        what += " \"" + keyOf(words) + "\"";
+    }
+    throw StoreRefused(what + " failed: " + error + adviceFor(error));
+}
+
+StoreConnection::StoreConnection(Address address) : address_(std::move(address)) {}
+
+Wire& StoreConnection::wire() {
+    if (wire_ && wire_->isStale()) {
+        wire_.reset();
+    }
+    if (!wire_) {
+        wire_ = std::make_unique<Wire>(address_, kStoreTimeout);
+    }
+    return *wire_;
+}
+
+std::optional<Reply> StoreConnection::blockingCommand(const Words& words, Deadline deadline,
+                                                      const Stop* stop) {
+    std::optional<Reply> reply;
+    try {
+        Wire& open = wire();
+        open.send(words, Clock::now() + kStoreTimeout);
+        reply = open.receive(deadline, stop);
+    } catch (const Error&) {
+        wire_.reset();
+        throw;
+    }
+    if (!reply) {
+        // The reply may still come: it must not be taken for the next command's.
+        wire_.reset();
+    } else if (reply->kind == Reply::Kind::error) {
+        throwRefused(address_, words, reply->text);
+    }
+    return reply;
+}
+
+Reply StoreConnection::command(const Words& words) {
+    std::optional<Reply> reply = blockingCommand(words, Clock::now() + kStoreTimeout, nullptr);
+    if (!reply) {
+        throw StoreUnreachable("store " + address_.text() + ": no reply to " + words.front() +
+                               " within " + std::to_string(kStoreTimeout.count() / 1000) +
+                               " s; is the server overloaded or stopped?");
+    }
+    return std::move(*reply);
+}
+
+std::optional<std::string> StoreConnection::hashField(const std::string& key,
+                                                      const std::string& field) {
+    Reply reply = command({"HGET", key, field});
+    if (reply.isNil()) {
+        return std::nullopt;
+    }
+    return std::move(reply.text);
+}
+
+std::map<std::string, std::string> StoreConnection::hash(const std::string& key) {
+    const Reply reply = command({"HGETALL", key});
+    std::map<std::string, std::string> fields;
+    for (std::size_t i = 0; i + 1 < reply.elements.size(); i += 2) {
+        fields[reply.elements[i].text] = reply.elements[i + 1].text;
+    }
+    return fields;
+}
+
+bool StoreConnection::exists(const std::string& key) {
+    return command({"EXISTS", key}).integer != 0;
+}
+
+} // namespace client

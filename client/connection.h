@@ -1,0 +1,51 @@
+// A connection to the store for commands: made when first needed, renewed when lost,
+// every command bounded in time. Subscriptions have a connection of their own
+// (client/subscription.h).
+#pragma once
+
+#include "client/wire.h"
+
+#include <map>
+
+namespace client {
+
+// How long connecting, and how long a command, may take.
+inline constexpr std::chrono::milliseconds kStoreTimeout{2000};
+
+// Not for two threads at once: each thread has its own.
+class StoreConnection {
+public:
+    explicit StoreConnection(Address address);
+
+    const Address& address() const { return address_; }
+
+    // Sends one command (its words as they are, nothing is quoted or split) and gives its
+    // reply, never an error reply. A connection that the server closed since the last
+    // command is renewed first; a command that was sent is never repeated.
+    // Throws StoreUnreachable, StoreRefused.
+    Reply command(const Words& words);
+
+    // The same for a command that blocks in the server, XREAD for instance: waits up to
+    // the deadline, and nothing is the answer then. Throws Stopped too, and the connection
+    // is dropped then, which ends the command in the server.
+    std::optional<Reply> blockingCommand(const Words& words, Deadline deadline, const Stop* stop);
+
+    // One field of a hash; nothing when key or field is missing.
+    std::optional<std::string> hashField(const std::string& key, const std::string& field);
+    // A whole hash; empty when the key is missing.
+    std::map<std::string, std::string> hash(const std::string& key);
+    bool exists(const std::string& key);
+
+private:
+    Wire& wire();
+
+    Address address_;
+    std::unique_ptr<Wire> wire_;
+};
+
+// What a refused command throws: names server, command and key, and advises. Shared by
+// connections and subscriptions.
+[[noreturn]] void throwRefused(const Address& address, const Words& words,
+                               const std::string& error);
+
+} // namespace client

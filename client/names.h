@@ -1,0 +1,47 @@
+// Keys, fields, channels and message ids: how the store and the request channel spell
+// what this library needs. Constants only; who uses them lies in the other files.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace client {
+
+// The resource type that the provider serves.
+inline constexpr std::string_view kSchemaType = "#OrvaneWebGUI.1.0.0.WebGUI";
+
+// Keys of the store.
+inline constexpr const char* kSchemaRegistry = "OsselSchemaInstances";
+inline constexpr const char* kProviderDirectory = "OvrCallbacks";
+inline constexpr const char* kEventSource = "Zolan Event";
+
+inline std::string freshnessKey(const std::string& instance) {
+    return "TTL:" + instance;
+}
+inline std::string leaseKey(const std::string& instance) {
+    return "Lease:" + instance;
+}
+inline std::string requestKey(const std::string& uuid) {
+    return "Request:" + uuid;
+}
+inline std::string replyChannel(const std::string& uuid) {
+    return "Reply:" + uuid;
+}
+inline std::string eventKey(const std::string& source) {
+    return "Events:" + source;
+}
+
+// Message ids of requests.
+inline constexpr const char* kActionRequest = "00000";
+inline constexpr const char* kReadRequest = "00001";
+
+// Fields of a request object.
+inline constexpr const char* kTargetField = "OriginalObjID";
+inline constexpr const char* kActionField = "Action";
+inline constexpr const char* kUserField = "EventUserName";
+
+// Actions.
+inline constexpr const char* kTurnOffLcd = "WebGUI.TurnOffLCD";
+inline constexpr const char* kGuiReady = "WebGUI.GUIReady";
+
+} // namespace client

@@ -1,0 +1,188 @@
+// The road of one request: request object, subscription, publication, return message.
+// Who the provider is, and what the fields mean, is left to the callers.
+#include "client/requester.h"
+
+#include "client/names.h"
+#include "client/uuid.h"
+
+#include <nlohmann/json.hpp>
+
+namespace client {
+
+namespace {
+
+// An action's provider writes into the request object just before it answers. A stopped
+// client therefore waits this much longer, more than an action ever takes ...
+constexpr std::chrono::milliseconds kActionGrace{4000};
+// ... and after a time-out the object is left this long, emptied, so that what the
+// provider may still write to it expires with it.
+constexpr std::chrono::milliseconds kAbandonedLife{5000};
+
+constexpr int kMostArguments = 5;
+
+// ARGV: life in milliseconds, then names and values. One step, so that no client can die
+// between writing the object and limiting its life.
+constexpr const char* kStoreScript = "if redis.call('EXISTS', KEYS[1]) == 1 then return 0 end "
+                                     "redis.call('HSET', KEYS[1], unpack(ARGV, 2)) "
+                                     "redis.call('PEXPIRE', KEYS[1], ARGV[1]) return 1";
+constexpr const char* kAbandonScript = "if redis.call('DEL', KEYS[1]) == 0 then return 0 end "
+                                       "redis.call('HSET', KEYS[1], 'Abandoned', 'true') "
+                                       "redis.call('PEXPIRE', KEYS[1], ARGV[1]) return 1";
+
+std::string inSeconds(std::chrono::milliseconds time) {
+    std::string text = std::to_string(static_cast<double>(time.count()) / 1000.0);
+    text.erase(text.find_last_not_of('0') + 1);
+    return (text.ends_with('.') ? text.substr(0, text.size() - 1) : text) + " s";
+}
+
+std::string payloadOf(const Request& request, const std::string& replies) {
+    try {
+        return nlohmann::json{request.messageId, request.argument, replies}.dump();
+    } catch (const nlohmann::json::exception&) {
+        throw InvalidArgument("message id and request argument must be UTF-8 text");
+    }
+}
+
+} // namespace
+
+std::string Answer::text() const {
+    std::string result = messageId;
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        result += (i == 0 ? " (" : ", ") + arguments[i];
+    }
+    return arguments.empty() ? result : result + ")";
+}
+
+// The request object in the store, gone at the latest with this guard.
+class Requester::RequestObject {
+public:
+    RequestObject(StoreConnection& store, const Request& request, std::chrono::milliseconds life)
+        : store_(store) {
+        if (request.fields.empty()) {
+            return;
+        }
+        Words words{"EVAL", kStoreScript, "1", request.argument, std::to_string(life.count())};
+        for (const auto& [name, value] : request.fields) {
+            words.push_back(name);
+            words.push_back(value);
+        }
+        key_ = request.argument;
+        isAction_ = request.messageId == kActionRequest;
+        if (store_.command(words).integer == 0) {
+            key_.clear();
+            throw StoreContents("store " + store_.address().text() + ": the key \"" +
+                                request.argument +
+                                "\" exists already; choose another one for the request object");
+        }
+    }
+    ~RequestObject() { tryCommand({"DEL", key_}); }
+    RequestObject(const RequestObject&) = delete;
+    RequestObject& operator=(const RequestObject&) = delete;
+
+    bool isAction() const { return isAction_; }
+
+    void abandon() noexcept {
+        tryCommand({"EVAL", kAbandonScript, "1", key_, std::to_string(kAbandonedLife.count())});
+        key_.clear();
+    }
+
+private:
+    // Where it fails, the object expires by itself.
+    void tryCommand(const Words& words) noexcept {
+        try {
+            if (!key_.empty()) {
+                store_.command(words);
+            }
+        } catch (const std::exception&) {
+            key_.clear();
+        }
+    }
+
+    StoreConnection& store_;
+    std::string key_; // empty: nothing to delete
+    bool isAction_ = false;
+};
+
+namespace {
+
+// Unsubscribes however the wait ends.
+class Subscribed {
+public:
+    Subscribed(Subscription& subscription, std::string channel)
+        : subscription_(subscription), channel_(std::move(channel)) {
+        subscription_.subscribe(channel_);
+    }
+    ~Subscribed() { subscription_.unsubscribe(channel_); }
+    Subscribed(const Subscribed&) = delete;
+    Subscribed& operator=(const Subscribed&) = delete;
+
+private:
+    Subscription& subscription_;
+    std::string channel_;
+};
+
+} // namespace
+
+Requester::Requester(StoreConnection& store, std::chrono::milliseconds timeout, const Stop* stop)
+    : store_(store), subscription_(store.address()), timeout_(timeout), stop_(stop) {}
+
+Answer Requester::perform(const std::string& channel, const Request& request) {
+    // A name per request: what is answered late or twice reaches nobody.
+    const std::string replies = replyChannel(makeUuid());
+    const std::string payload = payloadOf(request, replies);
+    const Subscribed subscribed(subscription_, replies);
+    RequestObject object(store_, request, timeout_ + kRequestObjectMargin);
+    const Clock::time_point published = Clock::now();
+    if (store_.command({"PUBLISH", channel, payload}).integer == 0) {
+        throw NobodyThere("store " + store_.address().text() + ": nobody listens on channel \"" +
+                          channel + "\"; start the provider");
+    }
+    const std::string uuid = awaitAnswer(channel, replies, object);
+    Answer answer = readAnswer(uuid);
+    answer.latency =
+        std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - published);
+    return answer;
+}
+
+std::string Requester::awaitAnswer(const std::string& channel, const std::string& replies,
+                                   RequestObject& object) {
+    std::optional<std::string> uuid;
+    try {
+        uuid = subscription_.next(replies, Clock::now() + timeout_, stop_);
+    } catch (const Stopped&) {
+        if (object.isAction()) {
+            subscription_.next(replies, Clock::now() + std::min(timeout_, kActionGrace), nullptr);
+        }
+        throw;
+    }
+    if (!uuid) {
+        if (object.isAction()) {
+            object.abandon();
+        }
+        throw NoAnswer("no answer on channel \"" + channel + "\" of store " +
+                       store_.address().text() + " within " + inSeconds(timeout_) +
+                       "; look into the provider's log, or allow more time");
+    }
+    return *uuid;
+}
+
+Answer Requester::readAnswer(const std::string& uuid) {
+    const std::map<std::string, std::string> fields = store_.hash(uuid);
+    const auto id = fields.find("MessageId");
+    if (id == fields.end()) {
+        throw StoreContents(
+            "store " + store_.address().text() + ": the return message \"" + uuid +
+            "\" is missing or has no field \"MessageId\"; look into the provider's log");
+    }
+    Answer answer{.messageId = id->second, .arguments = {}};
+    for (int i = 0; i < kMostArguments; ++i) {
+        const auto argument = fields.find("MessageArgs." + std::to_string(i));
+        if (argument == fields.end()) {
+            break;
+        }
+        answer.arguments.push_back(argument->second);
+    }
+    return answer;
+}
+
+} // namespace client

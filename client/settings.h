@@ -1,0 +1,35 @@
+// The settings of the WebGUI resource: their names, the message id that changes each, and
+// the values that make sense. A table and its check; sending is left to client/webgui.h.
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace client {
+
+// Bytes that a value may have, as much as the settings database keeps of it.
+inline constexpr std::size_t kLongestValue = 255;
+
+struct Setting {
+    std::string_view name;
+    std::string_view messageId;                // of the update request that carries it
+    std::span<const std::string_view> allowed; // empty: any text of at most kLongestValue
+};
+
+// All rows, ascending by message id; within an id in the order of its request.
+std::span<const Setting> settings();
+
+// The row of a name, or null. Names are compared exactly.
+const Setting* findSetting(std::string_view name);
+
+// Names with values, each name once.
+using SettingValues = std::vector<std::pair<std::string, std::string>>;
+
+// Throws InvalidArgument for an unknown name, a name given twice and, unless `anyValue`, a
+// value that is not allowed; its text lists the names or values that are.
+void checkSettings(const SettingValues& values, bool anyValue);
+
+} // namespace client

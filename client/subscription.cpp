@@ -1,0 +1,82 @@
+// Subscribes to channels and waits for their messages.
+// What the messages mean is left to client/requester.cpp.
+#include "client/subscription.h"
+
+#include "client/connection.h"
+#include "client/errors.h"
+
+#include <utility>
+
+namespace client {
+
+namespace {
+
+// A message or confirmation: its kind, its channel, its content.
+bool isAbout(const Reply& reply, const char* kind, const std::string& channel) {
+    return reply.elements.size() == 3 && reply.elements[0].text == kind &&
+           reply.elements[1].text == channel;
+}
+
+} // namespace
+
+Subscription::Subscription(Address address) : address_(std::move(address)) {}
+
+void Subscription::subscribe(const std::string& channel) {
+    if (wire_) {
+        try {
+            confirm(channel);
+            return;
+        } catch (const StoreUnreachable&) {
+            // An idle connection may have been lost long ago; subscribing again is harmless.
+        }
+    }
+    wire_ = std::make_unique<Wire>(address_, kStoreTimeout);
+    confirm(channel);
+}
+
+void Subscription::confirm(const std::string& channel) {
+    const Deadline deadline = Clock::now() + kStoreTimeout;
+    const Words words{"SUBSCRIBE", channel};
+    try {
+        wire_->send(words, deadline);
+        while (std::optional<Reply> reply = wire_->receive(deadline, nullptr)) {
+            if (reply->kind == Reply::Kind::error) {
+                throwRefused(address_, words, reply->text);
+            }
+            if (isAbout(*reply, "subscribe", channel)) {
+                return;
+            }
+        }
+        throw StoreUnreachable(
+            "store " + address_.text() +
+            ": SUBSCRIBE is not confirmed; is the server overloaded or stopped?");
+    } catch (const Error&) {
+        wire_.reset();
+        throw;
+    }
+}
+
+void Subscription::unsubscribe(const std::string& channel) noexcept {
+    try {
+        if (wire_) {
+            wire_->send({"UNSUBSCRIBE", channel}, Clock::now() + kStoreTimeout);
+        }
+    } catch (const std::exception&) {
+        wire_.reset();
+    }
+}
+
+std::optional<std::string> Subscription::next(const std::string& channel, Deadline deadline,
+                                              const Stop* stop) {
+    if (!wire_) {
+        throw StoreUnreachable("store " + address_.text() + ": the subscription was lost");
+    }
+    while (std::optional<Reply> reply = wire_->receive(deadline, stop)) {
+        if (isAbout(*reply, "message", channel)) {
+            return std::move(reply->elements[2].text);
+        }
+    }
+    return std::nullopt;
+}
+
+} // namespace client

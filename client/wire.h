@@ -1,0 +1,49 @@
+// One socket to the store: sends commands and receives replies, each up to a deadline of
+// its own. It knows nothing of what the commands mean; see client/connection.h.
+#pragma once
+
+#include "client/address.h"
+#include "client/reply.h"
+#include "client/stop.h"
+
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+struct redisContext;
+
+namespace client {
+
+using Words = std::vector<std::string>;
+
+// Not for two threads at once. After any exception the wire is out of step: drop it.
+class Wire {
+public:
+    // Connects within `limit`. Throws StoreUnreachable.
+    Wire(const Address& address, std::chrono::milliseconds limit);
+
+    // Sends one command. Never raises SIGPIPE. Throws StoreUnreachable.
+    void send(const Words& words, Deadline deadline);
+
+    // The next reply; nothing when none has come by the deadline. Throws Stopped, and
+    // StoreUnreachable when the connection is lost. `stop` may be null.
+    std::optional<Reply> receive(Deadline deadline, const Stop* stop);
+
+    // True when the other side has closed it, or has sent something unasked.
+    bool isStale() const;
+
+private:
+    struct Disconnect {
+        void operator()(redisContext* context) const;
+    };
+
+    [[noreturn]] void fail(const std::string& reason) const;
+    std::optional<Reply> takeBuffered();
+
+    std::string name_;
+    std::unique_ptr<redisContext, Disconnect> context_;
+};
+
+} // namespace client

@@ -1,0 +1,36 @@
+// orvanectl provision: the schema definitions that the provider looks up.
+// The definitions themselves are in client/provisioning.cpp.
+#include "client/provisioning.h"
+#include "orvanectl/commands.h"
+
+#include <nlohmann/json.hpp>
+
+namespace orvanectl {
+
+namespace {
+
+int provision(const Context& context) {
+    client::WebGui webGui = context.connect();
+    const std::vector<client::Definition> definitions = client::provision(webGui.store());
+    std::vector<Row> rows;
+    nlohmann::ordered_json json = nlohmann::ordered_json::array();
+    for (const client::Definition& each : definitions) {
+        rows.push_back({each.written ? "written" : "unchanged", each.key, each.field, each.value});
+        json.push_back({{"key", each.key},
+                        {"field", each.field},
+                        {"value", each.value},
+                        {"written", each.written}});
+    }
+    context.options.json ? context.output.print(json) : context.output.print(rows);
+    return kSuccess;
+}
+
+} // namespace
+
+void addProvision(CLI::App& app, Command& chosen) {
+    CLI::App* const command = app.add_subcommand(
+        "provision", "Write the schema definitions that the provider looks up; repeatable");
+    command->callback([&chosen] { chosen = provision; });
+}
+
+} // namespace orvanectl

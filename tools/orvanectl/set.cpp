@@ -1,0 +1,71 @@
+// orvanectl set: changes settings, one request per message id.
+// Checks, present values and the lease are in client/webgui.cpp.
+#include "client/names.h"
+#include "orvanectl/commands.h"
+
+#include <algorithm>
+#include <memory>
+#include <nlohmann/json.hpp>
+
+namespace orvanectl {
+
+namespace {
+
+struct SetOptions {
+    std::vector<std::string> assignments;
+    std::string user;
+    bool force = false;
+};
+
+std::string joined(const std::vector<std::string>& texts) {
+    std::string result;
+    for (const std::string& text : texts) {
+        result += (result.empty() ? "" : ", ") + text;
+    }
+    return result;
+}
+
+void print(const Context& context, const std::vector<client::UpdateAnswer>& answers) {
+    std::vector<Row> rows;
+    nlohmann::ordered_json json = nlohmann::ordered_json::array();
+    for (const client::UpdateAnswer& each : answers) {
+        rows.push_back({each.messageId, each.answer.text(), joined(each.names)});
+        nlohmann::ordered_json object{{"request", each.messageId}, {"names", each.names}};
+        object.update(toJson(each.answer));
+        json.push_back(object);
+    }
+    context.options.json ? context.output.print(json) : context.output.print(rows);
+}
+
+int set(const Context& context, const SetOptions& options) {
+    client::SettingValues changes;
+    for (const std::string& assignment : options.assignments) {
+        changes.push_back(splitAssignment(assignment));
+    }
+    client::WebGui webGui = context.connect();
+    const std::vector<client::UpdateAnswer> answers =
+        webGui.updateSettings(changes, options.user, options.force);
+    print(context, answers);
+    return statusOf(answers.back().answer);
+}
+
+} // namespace
+
+void addSet(CLI::App& app, Command& chosen) {
+    CLI::App* const command =
+        app.add_subcommand("set", "Change settings; those not named keep their values");
+    const auto options = std::make_shared<SetOptions>();
+    options->user = "orvanectl";
+    command->add_option("NAME=VALUE", options->assignments, "Settings and their new values")
+        ->required();
+    command->add_flag("--force", options->force, "Send the values unchecked");
+    command
+        ->add_option("--user", options->user,
+                     "Who makes the change, told to the cooling unit (default: orvanectl)")
+        ->type_name("NAME");
+    command->callback([&chosen, options] {
+        chosen = [options](const Context& context) { return set(context, *options); };
+    });
+}
+
+} // namespace orvanectl
