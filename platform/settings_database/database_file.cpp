@@ -21,7 +21,7 @@ namespace {
 constexpr const char* kCompanions[] = {"", "-journal", "-wal", "-shm"};
 
 constexpr int kLastFormatVersion = 2; // header bytes 18 and 19: 1 rollback journal, 2 WAL
-constexpr int kLastSchemaFormat = 4;  // header bytes 44 to 47, big-endian
+constexpr int kLastSchemaFormat = 4;  // header byte 47, the last of a number
 
 [[noreturn]] void failWith(const fs::path& path) {
     throw std::system_error(errno, std::generic_category(), path.string());
@@ -121,8 +121,8 @@ bool hasForeignHeader(const fs::path& file) {
         return false;
     }
     const auto byte = [&header](std::size_t i) { return static_cast<unsigned char>(header.at(i)); };
-    return byte(18) > kLastFormatVersion || byte(19) > kLastFormatVersion || byte(44) != 0 ||
-           byte(45) != 0 || byte(46) != 0 || byte(47) > kLastSchemaFormat;
+    return byte(18) > kLastFormatVersion || byte(19) > kLastFormatVersion ||
+           byte(47) > kLastSchemaFormat;
 }
 
 fs::path setAside(const fs::path& file) {

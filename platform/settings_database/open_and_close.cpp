@@ -7,6 +7,7 @@
 #include "statement.h"
 #include "text.h"
 
+#include <algorithm>
 #include <exception>
 #include <memory>
 #include <new>
@@ -69,7 +70,9 @@ Connection connect(const std::string& file) {
 void checkWhole(sqlite3* connection) {
     Statement check(connection, "PRAGMA quick_check(1)");
     if (check.step() && check.text(0) != "ok") {
-        throw DamagedFile(std::string(check.text(0)));
+        std::string fault(check.text(0));
+        std::replace(fault.begin(), fault.end(), '\n', ' ');
+        throw DamagedFile(fault);
     }
     if (sqlite3_db_readonly(connection, "main") != 0) {
         throw SqlError(SQLITE_READONLY, "the file can only be read");

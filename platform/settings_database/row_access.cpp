@@ -122,9 +122,9 @@ void fill(SettingsColumn& column, int type, std::string_view name, std::string_v
     copyBounded(column.value, value);
 }
 
-// The result while it grows; frees what it holds unless it is handed over.
 constexpr std::size_t kRowPointerBytes = sizeof(void*);
 
+// The result while it grows; frees what it holds unless it is handed over.
 class TableBuilder {
 public:
     TableBuilder() = default;

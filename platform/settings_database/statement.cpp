@@ -67,11 +67,8 @@ std::string_view Statement::declaredType(int column) const {
 }
 
 std::string_view Statement::text(int column) const {
-    if (storageClass(column) == SQLITE_NULL) {
-        return {};
-    }
     const void* start = sqlite3_column_text(statement_, column);
-    if (start == nullptr) {
+    if (start == nullptr) { // NULL, or no memory to convert
         if (sqlite3_errcode(connection_) == SQLITE_NOMEM) {
             throw std::bad_alloc();
         }

@@ -23,6 +23,7 @@ Database::Database(const std::string& path) {
 
 std::vector<std::string> Result::values(unsigned int row, int columns) const {
     std::vector<std::string> texts;
+    texts.reserve(static_cast<std::size_t>(columns));
     for (int i = 0; i < columns; ++i) {
         texts.emplace_back(boundedText(rows[row][i].value));
     }
@@ -30,6 +31,7 @@ std::vector<std::string> Result::values(unsigned int row, int columns) const {
 }
 
 Row::Row(const NamesAndValues& columns) {
+    columns_.reserve(columns.size());
     for (const auto& [name, value] : columns) {
         tql_update_ssqlcol_struct(&columns_.emplace_back(), 1, name.c_str(), value.c_str());
     }
@@ -43,6 +45,14 @@ std::vector<std::string> DatabaseTest::files() const {
     }
     std::sort(names.begin(), names.end());
     return names;
+}
+
+std::string processPath() {
+    return std::filesystem::canonical("/proc/self/exe").parent_path() / "settings_database_process";
+}
+
+int countOf(const std::string& text, char letter) {
+    return static_cast<int>(std::count(text.begin(), text.end(), letter));
 }
 
 std::string DatabaseTest::damagedFile() const {

@@ -30,6 +30,11 @@ std::string sqlite(const std::string& path, const std::string& sql);
 // The names of the table's columns in their order, as kColumnNames.
 std::string columnsOf(const std::string& path, const std::string& table);
 
+// The program of settings_database_process.cpp, which lies beside the test.
+std::string processPath();
+
+int countOf(const std::string& text, char letter);
+
 // An open or closed handle; closes at the end.
 class Database {
 public:
