@@ -1,0 +1,168 @@
+// Lists and sets of instance keys: the instance collections and the work trees. The instances
+// themselves are left to hashes.cpp.
+#include "platform/ossel.h"
+
+#include "boundary.h"
+#include "exchange.h"
+#include "text.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <string>
+#include <string_view>
+
+namespace ossel {
+
+namespace {
+
+constexpr std::string_view kWorkTreePrefix = "WorkTree:";
+
+// Looking and pushing in one step, so that two writers cannot both push the same value.
+constexpr std::string_view kPushUnlessHeld =
+    "if redis.call('LPOS', KEYS[1], ARGV[1]) then return 0 end\n"
+    "return redis.call('RPUSH', KEYS[1], ARGV[1])";
+
+bool isNumber(const Reply& reply) {
+    return reply != nullptr && reply->type == REDIS_REPLY_INTEGER;
+}
+
+// A list is tried before a set: that the key holds the other kind is for the caller to see,
+// not for the log.
+bool push(redisContext& context, const char* key, const char* value) {
+    ShortCommand eval{"EVAL", kPushUnlessHeld, "1", key, value};
+    return isNumber(askAllowingWrongKind(context, eval, {REDIS_REPLY_INTEGER}, Repeat::Harmless));
+}
+
+bool removeFromList(redisContext& context, const char* key, int count, const char* value) {
+    std::array<char, 16> digits{};
+    const char* const end = std::to_chars(digits.begin(), digits.end(), count).ptr;
+    const std::string_view number(digits.data(), static_cast<std::size_t>(end - digits.data()));
+    ShortCommand lrem{"LREM", key, number, value};
+    const Reply reply = askAllowingWrongKind(context, lrem, {REDIS_REPLY_INTEGER}, Repeat::Never);
+    return isNumber(reply) && reply->integer > 0;
+}
+
+bool addToSet(redisContext& context, const char* key, const char* member) {
+    ShortCommand sadd{"SADD", key, member};
+    return isNumber(ask(context, sadd, {REDIS_REPLY_INTEGER}, Repeat::Harmless));
+}
+
+bool removeFromSet(redisContext& context, const char* key, const char* member) {
+    ShortCommand srem{"SREM", key, member};
+    const Reply reply = ask(context, srem, {REDIS_REPLY_INTEGER}, Repeat::Never);
+    return isNumber(reply) && reply->integer > 0;
+}
+
+// The members of a set or of a list. Null when they cannot be read.
+Reply membersOf(redisContext& context, const char* key) {
+    ShortCommand smembers{"SMEMBERS", key};
+    Reply reply = askAllowingWrongKind(context, smembers, {REDIS_REPLY_ARRAY}, Repeat::Harmless);
+    if (reply != nullptr && isWrongKind(*reply)) {
+        ShortCommand lrange{"LRANGE", key, "0", "-1"};
+        reply = ask(context, lrange, {REDIS_REPLY_ARRAY}, Repeat::Harmless);
+    }
+    return reply;
+}
+
+bool readMembers(redisContext& context, const char* key, InstanceSlot*& members,
+                 unsigned int& count) {
+    const Reply reply = membersOf(context, key);
+    if (reply == nullptr) {
+        return false;
+    }
+    const std::span<redisReply*> texts(reply->element, reply->elements);
+    if (texts.empty()) {
+        return true;
+    }
+    MallocPtr<InstanceSlot> slots(
+        static_cast<InstanceSlot*>(std::malloc(texts.size() * sizeof(InstanceSlot))));
+    if (slots == nullptr) {
+        return false;
+    }
+    for (std::size_t i = 0; i < texts.size(); ++i) {
+        copyBounded(slots.get()[i], textOf(*texts[i]));
+    }
+    members = slots.release();
+    count = static_cast<unsigned int>(texts.size());
+    return true;
+}
+
+// Exactly these members, whatever the key held before.
+bool makeSet(redisContext& context, const char* key, std::span<const InstanceSlot> members) {
+    ShortCommand del{"DEL", key};
+    LongCommand sadd(2 + members.size());
+    sadd.add("SADD");
+    sadd.add(key);
+    for (const InstanceSlot& member : members) {
+        sadd.add(boundedText(member));
+    }
+    return runTransaction(context, std::array<Command, 2>{del, sadd}, Repeat::Harmless);
+}
+
+// What was done already is not done twice by a second try: the set is gone by then.
+bool renew(redisContext& context, int mode, const char* collectionKey, const char* setKey) {
+    constexpr int kAdd = 0;
+    constexpr int kTakeOut = 1;
+    if (mode != kAdd && mode != kTakeOut) {
+        return false;
+    }
+    const std::string tree = std::string(kWorkTreePrefix) + collectionKey;
+    ShortCommand store{mode == kAdd ? "SUNIONSTORE" : "SDIFFSTORE", tree, tree, setKey};
+    ShortCommand del{"DEL", setKey};
+    return runTransaction(context, std::array<Command, 2>{store, del}, Repeat::Harmless);
+}
+
+} // namespace
+
+} // namespace ossel
+
+using namespace ossel;
+
+int osselListRightPush(redisContext* context, const char* key, const char* value) {
+    return resultCode([=] { return !anyNull(context, key, value) && push(*context, key, value); });
+}
+
+int osselLREM(redisContext* context, const char* key, int count, const char* value) {
+    return resultCode([=] {
+        return !anyNull(context, key, value) && removeFromList(*context, key, count, value);
+    });
+}
+
+int osselSADD(redisContext* context, const char* key, const char* member, int /*flag*/) {
+    return resultCode(
+        [=] { return !anyNull(context, key, member) && addToSet(*context, key, member); });
+}
+
+int osselRemoveInstanceFromSet(redisContext* context, const char* key, const char* member) {
+    return resultCode(
+        [=] { return !anyNull(context, key, member) && removeFromSet(*context, key, member); });
+}
+
+int osselSMembers(redisContext* context, const char* key, InstanceSlot** members,
+                  unsigned int* count) {
+    return resultCode([=] {
+        if (anyNull(members, count)) {
+            return false;
+        }
+        *members = nullptr;
+        *count = 0;
+        return !anyNull(context, key) && readMembers(*context, key, *members, *count);
+    });
+}
+
+int osselCreateSetTable(redisContext* context, const char* key, const InstanceSlot* members,
+                        unsigned int count) {
+    return resultCode([=] {
+        return !anyNull(context, key, members) && count > 0 &&
+               makeSet(*context, key, {members, count});
+    });
+}
+
+int osselRenewCollection(redisContext* context, int mode, const char* collectionKey,
+                         const char* setKey, unsigned char /*flag*/) {
+    return resultCode([=] {
+        return !anyNull(context, collectionKey, setKey) &&
+               renew(*context, mode, collectionKey, setKey);
+    });
+}

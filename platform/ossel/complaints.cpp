@@ -1,0 +1,81 @@
+// Keeps standard error readable while the store is away or refuses the same thing again and
+// again. The form of a line and its writing in one piece are left to log_line.h.
+#include "complaints.h"
+
+#include "log_line.h"
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <mutex>
+#include <unordered_map>
+
+namespace ossel {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::chrono::seconds kSilencePerLine{10};
+constexpr std::size_t kRememberedLines = 64;
+
+std::atomic<bool> outage{false};
+
+// True when the line may be said again. Any thread.
+bool isDue(const std::string& line) {
+    static std::mutex mutex;
+    static std::unordered_map<std::string, Clock::time_point> lastSaid;
+    const std::lock_guard lock(mutex);
+    const Clock::time_point now = Clock::now();
+    if (lastSaid.size() >= kRememberedLines) {
+        std::erase_if(lastSaid,
+                      [now](const auto& entry) { return now - entry.second >= kSilencePerLine; });
+    }
+    if (lastSaid.size() >= kRememberedLines && !lastSaid.contains(line)) {
+        return false;
+    }
+    const auto [entry, isNew] = lastSaid.try_emplace(line, now);
+    if (!isNew && now - entry->second < kSilencePerLine) {
+        return false;
+    }
+    entry->second = now;
+    return true;
+}
+
+} // namespace
+
+void complain(std::string_view text) {
+    // Keys and the server's texts may hold anything; a line stays one line.
+    std::string line(text);
+    std::replace_if(
+        line.begin(), line.end(),
+        [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; }, '?');
+    writeErrorLine("ossel: ", line);
+}
+
+void complainOfOutage(std::string_view address, std::string_view text) {
+    static std::mutex mutex;
+    static std::string lastAddress;
+    {
+        const std::lock_guard lock(mutex);
+        if (outage.exchange(true) && lastAddress == address) {
+            return;
+        }
+        lastAddress = address;
+    }
+    complain(text);
+}
+
+void outageIsOver() noexcept {
+    if (outage.load(std::memory_order_relaxed)) {
+        outage.store(false);
+    }
+}
+
+void complainNowAndThen(std::string_view text) {
+    if (isDue(std::string(text))) {
+        complain(text);
+    }
+}
+
+} // namespace ossel

@@ -1,0 +1,149 @@
+// The hashes of the object store - instances, request objects, schema objects - and the two
+// keys that stand beside an instance: its freshness and its cached ETag. Return messages, which
+// are hashes too, are left to messages_and_events.cpp.
+#include "platform/ossel.h"
+
+#include "boundary.h"
+#include "exchange.h"
+#include "text.h"
+
+#include <array>
+#include <charconv>
+#include <string>
+#include <string_view>
+
+namespace ossel {
+
+namespace {
+
+constexpr std::string_view kFreshnessPrefix = "TTL:";
+constexpr std::string_view kETagPrefix = "ETag:";
+
+// Every caller's buffer has room for that many characters and a NUL.
+constexpr std::size_t kMaxFieldText = 255;
+
+std::string prefixed(std::string_view prefix, std::string_view key) {
+    std::string text;
+    text.reserve(prefix.size() + key.size());
+    return text.append(prefix).append(key);
+}
+
+bool setFields(redisContext& context, const char* key, std::span<const FieldValuePair> fields) {
+    LongCommand command(2 + 2 * fields.size());
+    command.add("HSET");
+    command.add(key);
+    for (const FieldValuePair& field : fields) {
+        command.add(boundedText(field.name));
+        command.add(boundedText(field.value));
+    }
+    return ask(context, command, {REDIS_REPLY_INTEGER}, Repeat::Harmless) != nullptr;
+}
+
+bool removeKey(redisContext& context, std::string_view key) {
+    ShortCommand del{"DEL", key};
+    return ask(context, del, {REDIS_REPLY_INTEGER}, Repeat::Harmless) != nullptr;
+}
+
+// The reply with the field's text; null when there is none.
+Reply readField(redisContext& context, const char* key, const char* field) {
+    ShortCommand hget{"HGET", key, field};
+    Reply reply = ask(context, hget, {REDIS_REPLY_STRING, REDIS_REPLY_NIL}, Repeat::Harmless);
+    return reply != nullptr && reply->type == REDIS_REPLY_STRING ? std::move(reply) : nullptr;
+}
+
+bool markFresh(redisContext& context, std::string_view key, int ttl) {
+    const std::string mark = prefixed(kFreshnessPrefix, key);
+    if (ttl <= 0) {
+        return removeKey(context, mark);
+    }
+    std::array<char, 16> digits{};
+    const char* const end = std::to_chars(digits.begin(), digits.end(), ttl).ptr;
+    const std::string_view seconds(digits.data(), static_cast<std::size_t>(end - digits.data()));
+    ShortCommand set{"SET", mark, "1", "EX", seconds};
+    return ask(context, set, {REDIS_REPLY_STATUS}, Repeat::Harmless) != nullptr;
+}
+
+FieldValuePair* readAllFields(redisContext& context, const char* key, unsigned int& count) {
+    ShortCommand hgetall{"HGETALL", key};
+    const Reply reply = ask(context, hgetall, {REDIS_REPLY_ARRAY}, Repeat::Harmless);
+    if (reply == nullptr || reply->elements < 2 || reply->elements % 2 != 0) {
+        return nullptr;
+    }
+    const std::size_t pairs = reply->elements / 2;
+    MallocPtr<FieldValuePair> fields(
+        static_cast<FieldValuePair*>(std::malloc(pairs * sizeof(FieldValuePair))));
+    if (fields == nullptr) {
+        return nullptr;
+    }
+    for (std::size_t i = 0; i < pairs; ++i) {
+        FieldValuePair& field = fields.get()[i];
+        copyBounded(field.name, textOf(*reply->element[2 * i]));
+        copyBounded(field.value, textOf(*reply->element[2 * i + 1]));
+    }
+    count = static_cast<unsigned int>(pairs);
+    return fields.release();
+}
+
+} // namespace
+
+} // namespace ossel
+
+using namespace ossel;
+
+int osselCreateHashTable(redisContext* context, const char* key, const FieldValuePair* fields,
+                         int count) {
+    return resultCode([=] {
+        return !anyNull(context, key, fields) && count > 0 &&
+               setFields(*context, key, {fields, static_cast<std::size_t>(count)});
+    });
+}
+
+int osselDeleteHash(redisContext* context, const char* key) {
+    return resultCode(
+        [=] { return !anyNull(context, key) && (*key == '\0' || removeKey(*context, key)); });
+}
+
+int osselGetHashField(redisContext* context, const char* key, const char* field, char* value) {
+    return resultCode([=] {
+        if (anyNull(context, key, field, value)) {
+            return false;
+        }
+        const Reply reply = readField(*context, key, field);
+        if (reply == nullptr) {
+            return false;
+        }
+        // Nothing behind the NUL is touched: the buffers are of different sizes.
+        const std::string_view text = textOf(*reply).substr(0, kMaxFieldText);
+        copyBounded(value, text.size() + 1, text);
+        return true;
+    });
+}
+
+FieldValuePair* osselHashGetAll(redisContext* context, const char* key, unsigned int* count) {
+    return atBoundary<FieldValuePair*>(nullptr, [=]() -> FieldValuePair* {
+        if (count != nullptr) {
+            *count = 0;
+        }
+        return anyNull(context, key, count) ? nullptr : readAllFields(*context, key, *count);
+    });
+}
+
+int osselIsFieldMatched(redisContext* context, const char* key, const char* field,
+                        const char* value) {
+    return atBoundary(0, [=] {
+        if (anyNull(context, key, field, value)) {
+            return 0;
+        }
+        const Reply reply = readField(*context, key, field);
+        return reply != nullptr && textOf(*reply) == value ? 1 : 0;
+    });
+}
+
+int osselHashAppendTTLObject(redisContext* context, const char* key, int ttl) {
+    return resultCode([=] { return !anyNull(context, key) && markFresh(*context, key, ttl); });
+}
+
+int osselClearETagCache(redisContext* context, const char* key) {
+    return resultCode(
+        [=] { return !anyNull(context, key) && removeKey(*context, prefixed(kETagPrefix, key)); });
+}

@@ -1,0 +1,46 @@
+// Looks up schema types and properties of schema objects, for callers that carry no context.
+// Which connection serves them is left to first_connection.h.
+#include "platform/ossel.h"
+
+#include "boundary.h"
+#include "exchange.h"
+#include "first_connection.h"
+
+#include <cstring>
+#include <string>
+
+namespace ossel {
+
+namespace {
+
+// The field of the hash as a `malloc`ed text, whatever its length; null when there is none.
+char* copyOfField(redisContext& context, std::string_view key, std::string_view field) {
+    ShortCommand hget{"HGET", key, field};
+    const Reply reply = ask(context, hget, {REDIS_REPLY_STRING, REDIS_REPLY_NIL}, Repeat::Harmless);
+    return reply != nullptr && reply->type == REDIS_REPLY_STRING ? ::strndup(reply->str, reply->len)
+                                                                 : nullptr;
+}
+
+char* lookUp(std::string_view key, std::string_view field) {
+    char* text = nullptr;
+    withFirstConnection([&](redisContext& context) { text = copyOfField(context, key, field); });
+    return text;
+}
+
+} // namespace
+
+} // namespace ossel
+
+using namespace ossel;
+
+char* olGetSchemaTypeIdByField(const char* key, const char* field, const char* value) {
+    return atBoundary<char*>(nullptr, [=]() -> char* {
+        return anyNull(key, field, value) ? nullptr : lookUp(key, std::string(field) + ':' + value);
+    });
+}
+
+char* olObjGetProperty(const char* objectKey, const char* property) {
+    return atBoundary<char*>(nullptr, [=]() -> char* {
+        return anyNull(objectKey, property) ? nullptr : lookUp(objectKey, property);
+    });
+}
