@@ -1,0 +1,55 @@
+// A server on a unix socket that answers what the test tells it to: broken, late, too much, or
+// not at all. It understands no command.
+#pragma once
+
+#include "support/temporary_folder.h"
+
+#include <atomic>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace test {
+
+class OddServer {
+public:
+    struct Answer {
+        std::string bytes;
+        bool closes = false;
+        bool inPieces = false; // byte by byte, each in a packet of its own
+    };
+    // Called in the server's thread with everything that arrived in one go, except for PING,
+    // which is always answered as it should be.
+    using Answering = std::function<Answer(const std::string& request)>;
+
+    explicit OddServer(Answering answering);
+    ~OddServer();
+    OddServer(const OddServer&) = delete;
+    OddServer& operator=(const OddServer&) = delete;
+
+    std::string address() const { return "unix:" + folder_.file("odd.sock"); }
+
+    // Sends something that nobody asked for to the client of now. It has arrived when the
+    // function returns.
+    void push(const std::string& bytes);
+
+    std::vector<std::string> requests() const; // without PING
+
+private:
+    void serve();
+    void serveClient(int client);
+    bool waitReadable(int descriptor) const;
+
+    TemporaryFolder folder_;
+    Answering answering_;
+    int listener_ = -1;
+    int stopping_ = -1; // eventfd: readable once the server is to end
+    std::atomic<int> client_{-1};
+    mutable std::mutex mutex_;
+    std::vector<std::string> requests_; // guarded by mutex_
+    std::thread thread_;
+};
+
+} // namespace test
