@@ -1,0 +1,116 @@
+// The panel's brightness by way of a directory of the kernel's backlight class. Range checks
+// of the level are the caller's.
+#include "lcd_panel/backlight.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <optional>
+#include <string_view>
+#include <unistd.h>
+
+namespace lcdpanel {
+
+namespace {
+
+// O_NONBLOCK: a pipe in the place of a file must not hold the caller.
+constexpr int kOpenFlags = O_CLOEXEC | O_NONBLOCK;
+
+class File {
+public:
+    File(const std::filesystem::path& path, int flags)
+        : descriptor_(::open(path.c_str(), flags | kOpenFlags)) {}
+    ~File() {
+        if (descriptor_ >= 0) {
+            ::close(descriptor_);
+        }
+    }
+    File(const File&) = delete;
+    File& operator=(const File&) = delete;
+
+    bool isOpen() const { return descriptor_ >= 0; }
+    int descriptor() const { return descriptor_; }
+
+private:
+    int descriptor_;
+};
+
+std::string problem(const std::filesystem::path& path, const char* text) {
+    return path.string() + ": " + text;
+}
+
+// A whole positive number that an int holds, with nothing but the line's end behind it.
+std::optional<int> positiveNumber(std::string_view text) {
+    if (!text.empty() && text.back() == '\n') {
+        text.remove_suffix(1);
+    }
+    int number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc() || end != text.data() + text.size() || number <= 0) {
+        return std::nullopt;
+    }
+    return number;
+}
+
+} // namespace
+
+int brightnessOf(int level, int maximum) {
+    const std::int64_t product = std::int64_t{level} * maximum;
+    const std::int64_t nearest = (product + kHighestLevel / 2) / kHighestLevel;
+    return static_cast<int>(std::max<std::int64_t>(nearest, 1));
+}
+
+std::filesystem::path backlightFolder(const std::filesystem::path& classFolder) {
+    const char* named = std::getenv("LCD_BACKLIGHT");
+    if (named != nullptr && *named != '\0') {
+        return named;
+    }
+    std::filesystem::path first;
+    std::error_code error;
+    std::filesystem::directory_iterator entry(classFolder, error);
+    for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+        std::error_code notThere;
+        // The kernel's entries are links to directories.
+        if (std::filesystem::is_directory(entry->path(), notThere) &&
+            (first.empty() || entry->path() < first)) {
+            first = entry->path();
+        }
+    }
+    return first;
+}
+
+std::string setBrightness(const std::filesystem::path& folder, int level) {
+    const std::filesystem::path maximumPath = folder / "max_brightness";
+    const File maximumFile(maximumPath, O_RDONLY);
+    if (!maximumFile.isOpen()) {
+        return problem(maximumPath, std::strerror(errno));
+    }
+    std::array<char, 64> text{};
+    const ssize_t length = ::read(maximumFile.descriptor(), text.data(), text.size());
+    if (length < 0) {
+        return problem(maximumPath, std::strerror(errno));
+    }
+    const auto maximum = positiveNumber({text.data(), static_cast<std::size_t>(length)});
+    if (!maximum) {
+        return problem(maximumPath, "holds no number from 1 to 2147483647");
+    }
+
+    const std::filesystem::path path = folder / "brightness";
+    const std::string value = std::to_string(brightnessOf(level, *maximum)) + '\n';
+    const File file(path, O_WRONLY | O_TRUNC);
+    if (!file.isOpen()) {
+        return problem(path, std::strerror(errno));
+    }
+    const ssize_t written = ::write(file.descriptor(), value.data(), value.size());
+    if (written != static_cast<ssize_t>(value.size())) {
+        return problem(path, written < 0 ? std::strerror(errno) : "took only a part of the value");
+    }
+    return {};
+}
+
+} // namespace lcdpanel
