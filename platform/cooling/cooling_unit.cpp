@@ -1,0 +1,77 @@
+// The cooling unit as the library's calls see it: reached at need, given up for a while when
+// it is away. The steps on the wire are modbus_link.cpp's.
+#include "cooling/cooling_unit.h"
+
+#include <cstdlib>
+
+namespace cooling {
+
+bool CoolingUnit::read(const char* function, int number, std::uint16_t& value) {
+    return ask(function, refusedReads_,
+               [&](Deadline deadline) { return link_.readRegister(number, value, deadline); });
+}
+
+bool CoolingUnit::write(const char* function, int number, std::uint16_t value) {
+    return ask(function, refusedWrites_,
+               [&](Deadline deadline) { return link_.writeRegister(number, value, deadline); });
+}
+
+bool CoolingUnit::ask(const char* function, Outage& refusals, const Question& question) {
+    const std::lock_guard turn(mutex_);
+    if (!useAddress(function) || (!link_.isOpen() && std::chrono::steady_clock::now() < nextTry_)) {
+        return false;
+    }
+    const bool wasKept = link_.isOpen();
+    Answer answer = askBounded(question);
+    if (answer == Answer::broken && wasKept) {
+        // A unit that was restarted shows only now that the connection is dead; reading and
+        // writing a register may both be repeated.
+        answer = askBounded(question);
+    }
+    if (answer == Answer::broken) {
+        nextTry_ = std::chrono::steady_clock::now() + kTryAgainAfter;
+        away_.failed(function, "cooling unit ", addressText_, ": ", link_.error());
+        return false;
+    }
+    if (away_.worked()) {
+        logErrorLine(function, "cooling unit ", addressText_, " answers again");
+    }
+    if (answer == Answer::refused) {
+        refusals.failed(function, "cooling unit ", addressText_, " refuses: ", link_.error());
+        return false;
+    }
+    refusals.worked();
+    return true;
+}
+
+// Takes the address of the environment; a new one ends what was known of the old one.
+bool CoolingUnit::useAddress(const char* function) {
+    const char* given = std::getenv("COOLING_UNIT");
+    const std::string text = given == nullptr || *given == '\0' ? kDefaultAddress : given;
+    if (text != addressText_) {
+        addressText_ = text;
+        link_.close();
+        nextTry_ = {};
+        for (Outage* outage : {&badAddress_, &away_, &refusedReads_, &refusedWrites_}) {
+            outage->worked();
+        }
+    }
+    const auto address = parseUnitAddress(text);
+    if (!address) {
+        badAddress_.failed(function, "COOLING_UNIT is \"", text, "\"; allowed is ",
+                           kAllowedAddresses);
+        return false;
+    }
+    address_ = *address;
+    return true;
+}
+
+Answer CoolingUnit::askBounded(const Question& question) {
+    const Deadline deadline = std::chrono::steady_clock::now() + kAnswerBound;
+    if (!link_.isOpen() && !link_.open(address_, deadline)) {
+        return Answer::broken;
+    }
+    return question(deadline);
+}
+
+} // namespace cooling
