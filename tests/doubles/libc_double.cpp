@@ -14,15 +14,24 @@ Files& files() {
     return *files;
 }
 
+std::function<void()>& duringPause() {
+    static auto* const function = new std::function<void()>;
+    return *function;
+}
+
 namespace detail {
 
 void resetLibc() {
     files() = Files{};
+    duringPause() = nullptr;
     failAllocation(0);
 }
 
 int onUsleep(unsigned int microseconds) {
     record("usleep", arguments(microseconds));
+    if (duringPause()) {
+        duringPause()();
+    }
     return 0;
 }
 
@@ -53,7 +62,8 @@ std::FILE* onFopen(const char* path, const char* mode) {
     if (std::strcmp(path, kRunMarkerFile) == 0) {
         const Lock lock(mutex());
         record("fopen", arguments(path, mode));
-        return files().markerFailures-- > 0 ? noSuchFile() : openFile("/dev/null", mode);
+        return files().markerFailures-- > 0 ? noSuchFile()
+                                            : openFile(files().markerPath.c_str(), mode);
     }
     if (std::strcmp(path, kManagingModeFile) == 0) {
         const Lock lock(mutex());

@@ -1,7 +1,8 @@
 // The double of the C library functions that the daemon uses across the seam. `usleep` and
-// `sleep` are recorded and return at once.
+// `sleep` are recorded and return at once, unless the test lets a pause last.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -15,10 +16,15 @@ inline constexpr const char* kBuzzerSilenceFile = "/tmp/buzzer.silence";
 
 struct Files {
     int markerFailures = 0;                  // so many opens of the run marker fail
+    std::string markerPath = "/dev/null";    // what the others open instead of it
     std::optional<std::string> managingMode; // contents of the file; nothing: there is none
     int unlinkResult = 0;                    // -1 sets errno to ENOENT
 };
 Files& files();
+
+// Runs inside each `usleep` after it was recorded, without the doubles' lock: a test blocks here
+// to hold a thread in its pause. Set while no other thread pauses.
+std::function<void()>& duringPause();
 
 // The nth malloc or calloc that the test's program makes from now on in this thread gives
 // null: 1, 2, ... Operator new is not touched. 0 calls it off. (Not in the shared library.)

@@ -367,6 +367,17 @@ TEST_F(PlatformDouble, ReturnsFromPausesAtOnce) {
     EXPECT_THAT(doubles::calls(), ElementsAre("usleep(200000)", "sleep(2)"));
 }
 
+TEST_F(PlatformDouble, LetsAPauseLastAsLongAsTheTestWants) {
+    int pauses = 0;
+    doubles::duringPause() = [&pauses] { ++pauses; };
+    EXPECT_EQ(usleep(1), 0);
+    EXPECT_EQ(sleep(1), 0U);
+    EXPECT_EQ(pauses, 1);
+    doubles::reset();
+    EXPECT_EQ(usleep(1), 0);
+    EXPECT_EQ(pauses, 1);
+}
+
 TEST_F(PlatformDouble, RefusesTheRunMarkerAsOftenAsAsked) {
     doubles::files().markerFailures = 1;
     EXPECT_EQ(std::fopen(doubles::kRunMarkerFile, "w+"), nullptr);

@@ -13,6 +13,7 @@
 //   open-result NUMBER                result of open_database
 //   managing-mode-file TEXT           contents of the managing-mode file
 //   fopen-fail NUMBER                 so many opens of the run marker fail
+//   marker-file PATH                  what is opened instead of the run marker
 //   request MSGID REQARG CHANNEL      handed to the hook inside ovrThreadWaitForExit, after
 //                                     which the workers run until their queues are empty
 #include "doubles/platform_doubles.h"
@@ -148,6 +149,8 @@ bool readLine(const std::string& line) {
         files().managingMode = rest(words) + '\n';
     } else if (command == "fopen-fail") {
         words >> files().markerFailures;
+    } else if (command == "marker-file") {
+        files().markerPath = rest(words);
     } else if (command == "request") {
         auto& [msgId, reqArg, replyChannel] = requests().emplace_back();
         words >> msgId >> reqArg >> replyChannel;
