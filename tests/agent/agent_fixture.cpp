@@ -1,0 +1,125 @@
+// The fixture of the agent's tests. The doubles do the recording; the statements of SQLite reach it
+// through a trace on each connection.
+#include "agent/agent_fixture.h"
+
+#include "doubles/recorder.h"
+
+#include <sqlite3.h>
+#include <string_view>
+#include <utility>
+
+namespace agent_test {
+
+namespace {
+
+sqlite3* g_connection = nullptr;
+
+int traceStatement(unsigned int /*kind*/, void* /*user*/, void* /*statement*/, void* text) {
+    const std::string_view sql = static_cast<const char*>(text);
+    if (!sql.starts_with("CREATE") && !sql.starts_with("--")) { // tables and triggers of the double
+        doubles::detail::record("sql", doubles::detail::show(std::string(sql)));
+    }
+    return 0;
+}
+
+int onConnection(sqlite3* connection, const char** /*message*/, const void* /*functions*/) {
+    g_connection = connection;
+    return sqlite3_trace_v2(connection, SQLITE_TRACE_STMT, traceStatement, nullptr);
+}
+
+void watchConnections() {
+    // SQLite hands a different type to an automatic extension than its prototype says.
+    sqlite3_auto_extension(reinterpret_cast<void (*)()>(onConnection));
+}
+
+void countNothing(sqlite3_context* /*context*/, int /*count*/, sqlite3_value** /*values*/) {}
+
+void giveText(sqlite3_context* context) {
+    const auto* const text = static_cast<const char*>(sqlite3_user_data(context));
+    if (text == nullptr) {
+        sqlite3_result_null(context);
+    } else {
+        sqlite3_result_text(context, text, -1, SQLITE_STATIC);
+    }
+}
+
+void giveOne(sqlite3_context* context, int /*count*/, sqlite3_value** /*values*/) {
+    sqlite3_result_int(context, 1);
+}
+
+} // namespace
+
+std::string updateCall(const std::map<std::string, std::string>& changes) {
+    const std::vector<std::string>& names = doubles::settingsColumnNames();
+    const std::vector<std::string> values = doubles::defaultSettings();
+    std::string row;
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        if (names[i] == "Name" || names[i] == "HasAlert") {
+            continue;
+        }
+        const bool isBoolean = names[i] == "InitBoot" || names[i] == "RoomAverage";
+        const char* const type = names[i] == "Brightness" ? "0" : isBoolean ? "2" : "1";
+        const auto change = changes.find(names[i]);
+        row += (row.empty() ? "" : ", ") + names[i] + ':' + type + '=' +
+               (change == changes.end() ? values[i] : change->second);
+    }
+    return "update_database_table_with_condition(\"webgui_tbl\", [" + row +
+           "], \" where Name is 'Zolan CMS Web GUI Settings'\")";
+}
+
+Calls alertCheckThen(const Calls& rest) {
+    Calls calls{kQuery, kPause, kFree, kReadTheme};
+    calls.insert(calls.end(), rest.begin(), rest.end());
+    return calls;
+}
+
+Calls repeated(int times, const Calls& calls) {
+    Calls all;
+    for (int i = 0; i < times; ++i) {
+        all.insert(all.end(), calls.begin(), calls.end());
+    }
+    return all;
+}
+
+AgentTest::AgentTest() {
+    watchConnections();
+    doubles::ignore("tql_update_ssqlcol_struct");
+}
+
+AgentTest::~AgentTest() {
+    delete std::exchange(G_WebGUIAgent, nullptr);
+    sqlite3_reset_auto_extension();
+    g_connection = nullptr;
+}
+
+WebGUIAgent& AgentTest::start(const std::string& theme) {
+    if (!theme.empty()) {
+        doubles::database().statements.push_back("INSERT INTO Misc VALUES ('Theme', '" + theme +
+                                                 "')");
+    }
+    delete std::exchange(G_WebGUIAgent, nullptr);
+    G_WebGUIAgent = new WebGUIAgent;
+    doubles::calls();
+    output();
+    errors();
+    return *G_WebGUIAgent;
+}
+
+sqlite3* AgentTest::connection() {
+    return g_connection;
+}
+
+void AgentTest::answerCountWith(const char* text) {
+    // The text outlives the connection: tests give literals.
+    ASSERT_EQ(sqlite3_create_function(connection(), "count", 0, SQLITE_UTF8,
+                                      const_cast<char*>(text), nullptr, countNothing, giveText),
+              SQLITE_OK);
+}
+
+void AgentTest::countRowByRow() {
+    ASSERT_EQ(sqlite3_create_function(connection(), "count", 0, SQLITE_UTF8, nullptr, giveOne,
+                                      nullptr, nullptr),
+              SQLITE_OK);
+}
+
+} // namespace agent_test
