@@ -37,10 +37,8 @@ Statement::Statement(sqlite3* connection, const std::string& sql) : connection_(
 }
 
 void Statement::bind(int position, std::string_view text) {
-    // A null pointer would bind NULL instead of an empty text.
-    const char* start = text.data() == nullptr ? "" : text.data();
-    if (sqlite3_bind_text64(statement_, position, start, text.size(), SQLITE_STATIC, SQLITE_UTF8) !=
-        SQLITE_OK) {
+    if (sqlite3_bind_text64(statement_, position, text.data(), text.size(), SQLITE_STATIC,
+                            SQLITE_UTF8) != SQLITE_OK) {
         throw SqlError(connection_);
     }
 }
@@ -72,7 +70,7 @@ std::string_view Statement::text(int column) const {
         if (sqlite3_errcode(connection_) == SQLITE_NOMEM) {
             throw std::bad_alloc();
         }
-        return {};
+        return "";
     }
     return static_cast<const char*>(start);
 }

@@ -32,7 +32,7 @@ public:
     Statement& operator=(const Statement&) = delete;
 
     // Binds a text to the parameter `position`, counted from 1. The text is borrowed until
-    // the statement is gone.
+    // the statement is gone; one without data is stored as NULL.
     void bind(int position, std::string_view text);
 
     // Goes to the next row; false when there is none.
