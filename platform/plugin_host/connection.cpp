@@ -53,6 +53,11 @@ bool Connection::fail(std::string reason) {
     return false;
 }
 
+bool Connection::failAsHiredisSays() {
+    const redisContext& context = *context_;
+    return fail(context.errstr);
+}
+
 bool Connection::open(const Address& address) {
     const bool isUnix = !address.path.empty();
     if (!isUnix && address.port == 0) {
@@ -66,7 +71,7 @@ bool Connection::open(const Address& address) {
     // The keep-alive tells, without waking anybody, of a server whose machine is gone.
     if (context_->err != 0 || redisSetTimeout(context_.get(), kBound) != REDIS_OK ||
         (!isUnix && redisEnableKeepAlive(context_.get()) != REDIS_OK)) {
-        return fail(context_->errstr);
+        return failAsHiredisSays();
     }
     ::fcntl(context_->fd, F_SETFD, FD_CLOEXEC);
     return true;
@@ -101,13 +106,13 @@ bool Connection::send(std::initializer_list<std::string_view> words) {
 ReplyPtr Connection::next() {
     void* reply = nullptr;
     if (redisGetReplyFromReader(context_.get(), &reply) != REDIS_OK) {
-        fail(context_->errstr);
+        failAsHiredisSays();
     }
     return ReplyPtr(static_cast<redisReply*>(reply));
 }
 
 bool Connection::receive() {
-    return redisBufferRead(context_.get()) == REDIS_OK || fail(context_->errstr);
+    return redisBufferRead(context_.get()) == REDIS_OK || failAsHiredisSays();
 }
 
 ReplyPtr Connection::await(Clock::time_point deadline) {

@@ -57,6 +57,8 @@ private:
         void operator()(redisContext* context) const { redisFree(context); }
     };
 
+    bool failAsHiredisSays();
+
     std::unique_ptr<redisContext, Free> context_;
     std::string reason_;
 };

@@ -20,8 +20,10 @@ constexpr const char* kDirectory = "OvrCallbacks";
 constexpr std::chrono::milliseconds kFirstPause{50};
 constexpr std::chrono::milliseconds kLongestPause{1000};
 
-// Another provider may have taken over the callback id; its entry stays.
-constexpr const char* kRemoveOwnEntry = "if redis.call('HGET', KEYS[1], ARGV[1]) == ARGV[2] then "
+// The entry stays where another provider has taken over: with a name of its own, or already
+// subscribed under this one (a new run of the daemon that started before the old one ended).
+constexpr const char* kRemoveOwnEntry = "if redis.call('HGET', KEYS[1], ARGV[1]) == ARGV[2] "
+                                        "and redis.call('PUBSUB', 'NUMSUB', ARGV[2])[2] == 0 then "
                                         "return redis.call('HDEL', KEYS[1], ARGV[1]) end return 0";
 
 std::string_view textOf(const redisReply& reply) {

@@ -3,6 +3,9 @@
 
 #include "support/wait_until.h"
 
+#include <csignal>
+#include <utility>
+
 namespace {
 
 using test::HostTest;
@@ -77,6 +80,16 @@ TEST_F(Registration, LeavesTheEntryOfAnotherProviderAlone) {
     host->signal(SIGTERM);
     EXPECT_EQ(host->wait(), 0);
     EXPECT_EQ(redis.command({"HGET", "OvrCallbacks", "type-1"}), "Another");
+}
+
+TEST_F(Registration, LeavesTheEntryToANewRunThatAlreadyListens) {
+    startHost();
+    const std::unique_ptr<test::ChildProcess> old = std::move(host);
+    startHost({"go"});
+    old->signal(SIGTERM);
+    EXPECT_EQ(old->wait(), 0);
+    EXPECT_EQ(redis.command({"HGET", "OvrCallbacks", "type-1"}), "Provider");
+    EXPECT_EQ(request("00001", "a"), "1");
 }
 
 TEST_F(Registration, IsNoConditionForTheWorkers) {

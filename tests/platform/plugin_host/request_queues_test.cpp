@@ -58,6 +58,7 @@ TEST(RequestQueue, HandsEachPostToExactlyOneOfSeveralTakers) {
     RequestQueue queue;
     std::vector<std::vector<int>> taken(kTakers);
     std::vector<std::thread> takers;
+    takers.reserve(kTakers);
     for (std::vector<int>& mine : taken) {
         takers.emplace_back([&queue, &mine] {
             RequestTriple request;
@@ -71,6 +72,7 @@ TEST(RequestQueue, HandsEachPostToExactlyOneOfSeveralTakers) {
         });
     }
     std::vector<std::thread> posters;
+    posters.reserve(kPosters);
     for (int poster = 0; poster < kPosters; ++poster) {
         posters.emplace_back([&queue, poster] {
             for (int i = 0; i < kEach; ++i) {
@@ -100,6 +102,7 @@ TEST(RequestQueue, HandsEachPostToExactlyOneOfSeveralTakers) {
 TEST(RequestQueue, KeepsTheOrderOfEachPoster) {
     RequestQueue queue;
     std::vector<std::thread> posters;
+    posters.reserve(3);
     for (int poster = 0; poster < 3; ++poster) {
         posters.emplace_back([&queue, poster] {
             for (int i = 0; i < 1000; ++i) {

@@ -4,7 +4,12 @@
 
 #include <gtest/gtest.h>
 
+#include <arpa/inet.h>
 #include <chrono>
+#include <netinet/in.h>
+#include <string>
+#include <sys/socket.h>
+#include <unistd.h>
 
 namespace {
 
@@ -32,6 +37,30 @@ TEST(ParseAddress, FindsNoServerInAnyOtherText) {
         EXPECT_FALSE(connection.open(address)) << text;
         EXPECT_EQ(connection.reason(), "OSSEL_REDIS is neither unix:PATH nor tcp:HOST:PORT");
     }
+}
+
+// A port of the loopback that is free now.
+int freePort() {
+    const int socket = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = ::htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof address;
+    EXPECT_EQ(::bind(socket, reinterpret_cast<const sockaddr*>(&address), size), 0);
+    EXPECT_EQ(::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &size), 0);
+    ::close(socket);
+    return ::ntohs(address.sin_port);
+}
+
+TEST(Connection, ReachesAServerOverTcp) {
+    const std::string port = std::to_string(freePort());
+    const test::RedisServer redis({"--port", port, "--bind", "127.0.0.1"});
+    Connection connection;
+    ASSERT_TRUE(connection.open(parseAddress("tcp:127.0.0.1:" + port))) << connection.reason();
+    ASSERT_TRUE(connection.send({"PING"}));
+    const plugin_host::ReplyPtr reply = connection.await(Clock::now() + std::chrono::seconds(20));
+    ASSERT_TRUE(reply);
+    EXPECT_STREQ(reply->str, "PONG");
 }
 
 TEST(Connection, AwaitsAReply) {
