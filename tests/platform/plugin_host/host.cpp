@@ -4,6 +4,8 @@
 
 #include <hiredis/hiredis.h>
 
+#include <algorithm>
+#include <csignal>
 #include <stdexcept>
 
 namespace test {
@@ -13,6 +15,12 @@ namespace {
 struct FreeReply {
     void operator()(redisReply* reply) const { freeReplyObject(reply); }
 };
+
+// The mask as the kernel shows it, in hexadecimal digits.
+bool blocksSigterm(const std::string& mask) {
+    constexpr unsigned long kSigterm = 1UL << (SIGTERM - 1);
+    return !mask.empty() && (std::stoul(mask, nullptr, 16) & kSigterm) != 0;
+}
 
 } // namespace
 
@@ -60,6 +68,16 @@ void HostTest::startHost(const std::vector<std::string>& arguments) {
         command, std::map<std::string, std::string>{{"OSSEL_REDIS", redis.address()}},
         folder_.file("out"), folder_.file("err"));
     ASSERT_TRUE(awaitOutput("registered\n")) << errors();
+    if (std::find(arguments.begin(), arguments.end(), "go") == arguments.end()) {
+        ASSERT_TRUE(waitUntil([this] { return blocksSigterm(status("SigBlk")); })) << errors();
+    }
+}
+
+std::string HostTest::status(const std::string& name) const {
+    const std::string all = readFile("/proc/" + std::to_string(host->pid()) + "/status");
+    const std::size_t start = all.find(name + ":\t");
+    const std::size_t value = start + name.size() + 2;
+    return start == std::string::npos ? "" : all.substr(value, all.find('\n', start) - value);
 }
 
 std::string HostTest::request(const std::string& msgId, const std::string& reqArg) {

@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <memory>
 #include <string>
 #include <vector>
@@ -37,7 +38,11 @@ private:
 
 class HostTest : public ::testing::Test {
 protected:
-    // Starts host_program and waits until it has registered.
+    // A test run in the background inherits an ignored SIGINT; the host must not.
+    HostTest() { ::signal(SIGINT, SIG_DFL); }
+
+    // Starts host_program and waits until it has registered and, without the argument `go`,
+    // takes its signals inside the wait.
     void startHost(const std::vector<std::string>& arguments = {});
 
     // Publishes a request whose answer goes to `replies`; the number of receivers.
@@ -52,6 +57,9 @@ protected:
     static std::size_t occurrences(const std::string& text, const std::string& part);
 
     bool awaitSubscribed();
+
+    // The value of one line of /proc/<host>/status; empty once it has ended.
+    std::string status(const std::string& name) const;
 
     RedisServer redis;
     std::unique_ptr<ChildProcess> host;
