@@ -92,7 +92,8 @@ TEST(Address, MayBeAHostAndAPort) {
     test::RedisServer redis({"--bind", "127.0.0.1"});
     const std::string port = openTcp(redis);
     for (const std::string host : {"127.0.0.1", "localhost"}) {
-        const test::OsselConnection context = connectTo("tcp:" + host + ":" + port);
+        const test::OsselConnection context =
+            connectTo(std::string("tcp:").append(host).append(":").append(port));
         ASSERT_NE(context, nullptr) << host;
         EXPECT_EQ(osselSADD(context.get(), "set", host.c_str(), 0), 0);
     }

@@ -2,10 +2,15 @@
 #include "store_test.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <csignal>
+#include <fcntl.h>
+#include <filesystem>
 #include <gmock/gmock.h>
+#include <hiredis/hiredis.h>
 #include <thread>
+#include <unistd.h>
 
 namespace {
 
@@ -15,7 +20,8 @@ using testing::HasSubstr;
 
 using Clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds kLimit{2000};
-constexpr std::chrono::milliseconds kMargin{1500};
+// For a machine that has other things to do.
+constexpr std::chrono::milliseconds kMargin{4000};
 
 using Connection = test::StoreTest;
 
@@ -112,6 +118,22 @@ TEST_F(Connection, KeepsNoDescriptorsOverManyOutages) {
         EXPECT_NE(store(context.get(), "key", "value"), 0);
     }
     EXPECT_LE(openDescriptors(), stopped);
+}
+
+TEST_F(Connection, IsNeitherAStandardStreamNorInheritedByPrograms) {
+    const int kept = ::dup(STDIN_FILENO);
+    ::close(STDIN_FILENO);
+    const test::OsselConnection another = connectTo(redis.address());
+    redis.command({"CLIENT", "KILL", "TYPE", "normal"});
+    const int stored = store(another.get(), "key", "value");
+    if (kept >= 0) {
+        ::dup2(kept, STDIN_FILENO);
+        ::close(kept);
+    }
+    EXPECT_EQ(stored, 0);
+    ASSERT_NE(another, nullptr);
+    EXPECT_GT(another->fd, STDERR_FILENO);
+    EXPECT_NE(::fcntl(another->fd, F_GETFD) & FD_CLOEXEC, 0);
 }
 
 TEST_F(Connection, IsLeftAfterTwoSecondsOfSilenceAndNeverReadsTheLateReply) {
@@ -220,12 +242,32 @@ TEST_F(Connection, ReportsAServerThatOnlyReads) {
                 HasSubstr("ossel: HSET key: NOREPLICAS"));
 }
 
+// The first connect of a process decides, so each of these has a process of its own.
+int afterFirstConnect(void (*handler)(int)) {
+    ::signal(SIGPIPE, handler);
+    connectTo("unix:/nowhere/redis.sock");
+    struct sigaction action {};
+    ::sigaction(SIGPIPE, nullptr, &action);
+    return action.sa_handler == SIG_IGN ? 10 : action.sa_handler == handler ? 11 : 12;
+}
+
+TEST(BrokenPipe, IsIgnoredFromTheFirstConnectOn) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(std::exit(afterFirstConnect(SIG_DFL)), testing::ExitedWithCode(10), "");
+}
+
+TEST(BrokenPipe, IsLeftToAHandlerOfTheProcess) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(std::exit(afterFirstConnect([](int) {})), testing::ExitedWithCode(11), "");
+}
+
 TEST_F(Connection, OfEachThreadIsItsOwnThoughTheServerKeepsCuttingThem) {
     constexpr int kThreads = 6;
     constexpr int kRounds = 100;
     std::atomic<int> running{kThreads};
     std::atomic<int> failures{0};
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int i = 0; i < kThreads; ++i) {
         threads.emplace_back([&, i] {
             test::OsselConnection own;

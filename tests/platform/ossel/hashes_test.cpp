@@ -75,6 +75,7 @@ TEST_F(CreateHashTable, FailsForACountBelowOneAndStoresNothing) {
 
 TEST_F(CreateHashTable, StoresManyFieldsAtOnce) {
     std::vector<FieldValuePair> fields;
+    fields.reserve(500);
     for (int i = 0; i < 500; ++i) {
         fields.push_back(field("name" + std::to_string(i), std::string(1000, 'v')));
     }

@@ -3,6 +3,7 @@
 
 #include "text.h"
 
+#include <algorithm>
 #include <array>
 #include <poll.h>
 #include <stdexcept>
@@ -44,6 +45,7 @@ OddServer::~OddServer() {
 }
 
 void OddServer::push(const std::string& bytes) {
+    const std::lock_guard lock(mutex_);
     sendAll(client_, bytes);
 }
 
@@ -60,11 +62,26 @@ bool OddServer::waitReadable(int descriptor) const {
 void OddServer::serve() {
     while (waitReadable(listener_)) {
         const int client = ::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
-        client_ = client;
+        setClient(client);
         serveClient(client);
-        client_ = -1;
+        setClient(-1);
         ::close(client);
     }
+}
+
+bool OddServer::send(int client, const Answer& answer) {
+    if (!answer.inPieces) {
+        return sendAll(client, answer.bytes);
+    }
+    return std::all_of(answer.bytes.begin(), answer.bytes.end(), [&](char byte) {
+        std::this_thread::sleep_for(answer.pause);
+        return sendAll(client, std::string(1, byte));
+    });
+}
+
+void OddServer::setClient(int client) {
+    const std::lock_guard lock(mutex_);
+    client_ = client;
 }
 
 void OddServer::serveClient(int client) {
@@ -84,15 +101,7 @@ void OddServer::serveClient(int client) {
             requests_.push_back(request);
         }
         const Answer answer = answering_(request);
-        if (answer.inPieces) {
-            for (const char byte : answer.bytes) {
-                sendAll(client, std::string(1, byte));
-                std::this_thread::yield();
-            }
-        } else {
-            sendAll(client, answer.bytes);
-        }
-        if (answer.closes) {
+        if (!send(client, answer) || answer.closes) {
             return;
         }
     }

@@ -4,7 +4,7 @@
 
 #include "support/temporary_folder.h"
 
-#include <atomic>
+#include <chrono>
 #include <functional>
 #include <mutex>
 #include <string>
@@ -18,7 +18,8 @@ public:
     struct Answer {
         std::string bytes;
         bool closes = false;
-        bool inPieces = false; // byte by byte, each in a packet of its own
+        bool inPieces = false;              // byte by byte, until the client hangs up
+        std::chrono::milliseconds pause{0}; // between two pieces
     };
     // Called in the server's thread with everything that arrived in one go, except for PING,
     // which is always answered as it should be.
@@ -39,16 +40,18 @@ public:
 
 private:
     void serve();
+    void setClient(int client);
+    static bool send(int client, const Answer& answer);
     void serveClient(int client);
     bool waitReadable(int descriptor) const;
 
     TemporaryFolder folder_;
     Answering answering_;
     int listener_ = -1;
-    int stopping_ = -1; // eventfd: readable once the server is to end
-    std::atomic<int> client_{-1};
-    mutable std::mutex mutex_;
-    std::vector<std::string> requests_; // guarded by mutex_
+    int stopping_ = -1;        // eventfd: readable once the server is to end
+    mutable std::mutex mutex_; // guards the two below
+    int client_ = -1;
+    std::vector<std::string> requests_;
     std::thread thread_;
 };
 

@@ -68,6 +68,7 @@ TEST_F(SchemaLookup, HasOneFirstConnectionWhenThreadsConnectAtTheSameTime) {
     context.reset();
     std::vector<test::OsselConnection> connections(8);
     std::vector<std::thread> threads;
+    threads.reserve(connections.size());
     for (test::OsselConnection& connection : connections) {
         threads.emplace_back([&connection] { connection.reset(osselRedisConnect()); });
     }
