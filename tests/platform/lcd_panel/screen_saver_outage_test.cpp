@@ -1,0 +1,173 @@
+// What the panel's calls do while the X server is absent, killed, paused, or goes away in the
+// midst of an exchange: the process lives, and no call takes longer than its bound.
+#include "platform/lcd_panel.h"
+#include "relay.h"
+#include "support/wait_until.h"
+#include "x_server.h"
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <string>
+#include <unistd.h>
+
+namespace {
+
+using std::chrono::milliseconds;
+using testing::HasSubstr;
+
+// The bound is 250 ms; the rest is for a busy machine.
+constexpr milliseconds kBound{600};
+constexpr milliseconds kAtOnce{200};
+// More packets than any exchange has.
+constexpr int kMostStages = 12;
+
+class ScreenSaverOutage : public testing::Test {
+protected:
+    ScreenSaverOutage() { use(server_.display()); }
+    ~ScreenSaverOutage() override { ::unsetenv("DISPLAY"); }
+
+    static void use(const std::string& display) { ::setenv("DISPLAY", display.c_str(), 1); }
+
+    template <typename Call>
+    static milliseconds timeOf(Call call) {
+        const auto begin = std::chrono::steady_clock::now();
+        call();
+        return std::chrono::duration_cast<milliseconds>(std::chrono::steady_clock::now() - begin);
+    }
+
+    // An exchange that is held has ended some time after its connection broke.
+    static bool worksSoon() {
+        return test::waitUntil([] { return LCDBlankTimeOutSet(42) == 0; });
+    }
+
+    static std::ptrdiff_t countLines(const std::string& text) {
+        return std::count(text.begin(), text.end(), '\n');
+    }
+
+    test::XServer server_;
+};
+
+TEST_F(ScreenSaverOutage, IsToldOnceWhileNoServerIsThere) {
+    server_.kill();
+    for (int outage = 0; outage < 2; ++outage) {
+        testing::internal::CaptureStderr();
+        for (int i = 0; i < 3; ++i) {
+            EXPECT_LT(timeOf([] { EXPECT_NE(LCDBlankTimeOutSet(60), 0); }), kBound);
+            EXPECT_LT(timeOf([] { EXPECT_NE(LCDBlank(0), 0); }), kBound);
+        }
+        const std::string text = testing::internal::GetCapturedStderr();
+        EXPECT_THAT(text, HasSubstr("[LCDBlankTimeOutSet]: display " + server_.display()));
+        EXPECT_EQ(countLines(text), 1) << text;
+        server_.start();
+        EXPECT_TRUE(worksSoon());
+        EXPECT_THAT(server_.screenSaver(), HasSubstr("timeout 42 "));
+        server_.kill();
+    }
+}
+
+TEST_F(ScreenSaverOutage, IsToldOnceWithoutADisplay) {
+    ::unsetenv("DISPLAY");
+    testing::internal::CaptureStderr();
+    EXPECT_NE(LCDBlank(0), 0);
+    EXPECT_NE(LCDBlank(1), 0);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "[LCDBlank]: DISPLAY is not set\n");
+}
+
+TEST_F(ScreenSaverOutage, EndsWithTheServersReturn) {
+    ASSERT_EQ(LCDBlankTimeOutSet(60), 0);
+    server_.kill();
+    EXPECT_NE(LCDBlankTimeOutSet(60), 0);
+    server_.start();
+    EXPECT_TRUE(worksSoon());
+}
+
+TEST_F(ScreenSaverOutage, HoldsNoCallWhileTheServerIsPaused) {
+    server_.xset("s 77 88");
+    server_.pause();
+    testing::internal::CaptureStderr();
+    const auto first = timeOf([] { EXPECT_NE(LCDBlankTimeOutSet(60), 0); });
+    EXPECT_GE(first, milliseconds(250));
+    EXPECT_LT(first, kBound);
+    for (int i = 0; i < 5; ++i) {
+        EXPECT_LT(timeOf([] { EXPECT_NE(LCDBlank(0), 0); }), kAtOnce);
+    }
+    const std::string text = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(countLines(text), 1) << text;
+    EXPECT_THAT(text, HasSubstr("does not answer within 250 ms"));
+    server_.resume();
+    EXPECT_TRUE(test::waitUntil([] { return LCDBlank(1) == 0; }));
+    // The call that was given up has changed nothing afterwards.
+    EXPECT_THAT(server_.screenSaver(), HasSubstr("timeout 77 "));
+    EXPECT_FALSE(server_.isDark());
+}
+
+TEST_F(ScreenSaverOutage, IsOverWhenAPausedServerIsKilledAndAnotherStarts) {
+    server_.pause();
+    EXPECT_NE(LCDBlankTimeOutSet(60), 0);
+    server_.kill();
+    server_.start();
+    EXPECT_TRUE(worksSoon());
+}
+
+TEST_F(ScreenSaverOutage, EndsNothingWhenTheServerHangsUpAtAnyStage) {
+    int broken = 0;
+    for (int stage = 0; stage < kMostStages; ++stage) {
+        SCOPED_TRACE(stage);
+        const test::Relay relay(server_.socketPath(), stage, test::Relay::Then::hangUp);
+        use(relay.display());
+        int result = 0;
+        EXPECT_LT(timeOf([&] { result = LCDBlankTimeOutSet(60); }), kBound);
+        if (relay.reached()) {
+            ++broken;
+        } else {
+            EXPECT_EQ(result, 0);
+        }
+        use(server_.display());
+        EXPECT_TRUE(worksSoon());
+    }
+    EXPECT_GE(broken, 5); // set-up, what libx11 asks for, get, set
+    EXPECT_LT(broken, kMostStages);
+}
+
+TEST_F(ScreenSaverOutage, HoldsNoCallWhenTheServerFallsSilentAtAnyStage) {
+    for (int stage = 0; stage < kMostStages; ++stage) {
+        SCOPED_TRACE(stage);
+        {
+            const test::Relay relay(server_.socketPath(), stage, test::Relay::Then::fallSilent);
+            use(relay.display());
+            int result = 0;
+            EXPECT_LT(timeOf([&] { result = LCDBlank(1); }), kBound);
+            EXPECT_EQ(result != 0, relay.reached());
+        }
+        use(server_.display());
+        EXPECT_TRUE(worksSoon());
+    }
+}
+
+// SIGTERM belongs to the program; a thread of the library that took it would end it.
+TEST_F(ScreenSaverOutage, LeavesNoThreadThatTakesSignals) {
+    const test::Relay relay(server_.socketPath(), 1, test::Relay::Then::fallSilent);
+    use(relay.display());
+    ASSERT_NE(LCDBlank(1), 0);
+    ASSERT_TRUE(test::waitUntil([&] { return relay.reached(); }));
+    int threadsOfTheLibrary = 0;
+    for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
+        std::ifstream status(task.path() / "status");
+        std::string line;
+        while (std::getline(status, line) && !line.starts_with("SigBlk:")) {
+        }
+        const auto blocked = std::stoull(line.substr(line.find('\t') + 1), nullptr, 16);
+        const auto isBlocked = [&](int number) { return (blocked >> (number - 1) & 1U) != 0; };
+        threadsOfTheLibrary += isBlocked(SIGTERM) && isBlocked(SIGINT) ? 1 : 0;
+    }
+    // Main and the relay's thread block nothing.
+    EXPECT_GE(threadsOfTheLibrary, 1);
+}
+
+} // namespace

@@ -1,0 +1,43 @@
+// An Xvfb of one test's own, on a display that it finds free by itself.
+#pragma once
+
+#include "support/child_process.h"
+#include "support/temporary_folder.h"
+
+#include <memory>
+#include <string>
+
+namespace test {
+
+class XServer {
+public:
+    // Takes connections when the constructor returns.
+    XServer();
+    ~XServer();
+    XServer(const XServer&) = delete;
+    XServer& operator=(const XServer&) = delete;
+
+    const std::string& display() const { return display_; } // ":7"
+    std::string socketPath() const;
+
+    void start();        // again, on the same display
+    void kill();         // SIGKILL, waits for the end, removes what it leaves behind
+    void pause() const;  // SIGSTOP
+    void resume() const; // SIGCONT
+
+    // Runs xset on this display and gives what it prints.
+    std::string xset(const std::string& words) const;
+    // "timeout 60 cycle 600 blanking yes exposures yes", by `xset q`.
+    std::string screenSaver() const;
+    // Whether the panel is dark now, by the screen saver extension.
+    bool isDark() const;
+
+private:
+    void launch(const std::string& display);
+
+    TemporaryFolder folder_;
+    std::string display_;
+    std::unique_ptr<ChildProcess> process_;
+};
+
+} // namespace test
