@@ -1,0 +1,58 @@
+// TCP servers that are no cooling unit.
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace test {
+
+// Answers whatever arrives with the same bytes, on one connection after the other.
+class CannedServer {
+public:
+    struct Answer {
+        std::vector<std::uint8_t> bytes;
+        std::chrono::milliseconds pause{}; // before each byte
+        bool hangUp = false;               // afterwards
+    };
+    explicit CannedServer(Answer answer);
+    ~CannedServer();
+    CannedServer(const CannedServer&) = delete;
+    CannedServer& operator=(const CannedServer&) = delete;
+
+    std::string address() const;
+    int connections() const { return connections_; }
+    int requests() const { return requests_; }
+
+private:
+    void work();
+    void serve(int client);
+    bool waitFor(int descriptor) const;
+
+    Answer answer_;
+    int listener_ = -1;
+    int stop_[2] = {-1, -1}; // pipe: closed to end the thread
+    std::atomic<int> connections_ = 0;
+    std::atomic<int> requests_ = 0;
+    std::thread thread_;
+};
+
+// A listener whose queue is full: connecting to it is neither taken nor refused.
+class FullListener {
+public:
+    FullListener();
+    ~FullListener();
+    FullListener(const FullListener&) = delete;
+    FullListener& operator=(const FullListener&) = delete;
+
+    std::string address() const;
+
+private:
+    int listener_ = -1;
+    std::vector<int> waiting_;
+};
+
+} // namespace test
