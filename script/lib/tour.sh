@@ -1,0 +1,73 @@
+# The tour at the end of script/run: each command as a newcomer can repeat it, with what it
+# prints. The steps that ask the daemon must be answered "Success"; the others show where the
+# change has arrived. Colours and pauses are left out on purpose: the output is also a log.
+# shellcheck shell=bash
+
+# As a Modbus client is told of the cooling unit's one register (docs/devices.md).
+readonly UNIT_STATION=1 UNIT_REGISTER=101
+
+chapter() {
+    printf '\n== %s\n' "$1"
+}
+
+# show COMMAND: prints the command as it is typed in the repository's folder, and its output;
+# the tour ends at the first that fails.
+show() {
+    local output status=0
+    printf '$ %s\n' "$1"
+    output=$(cd "$ORVANE_ROOT" && bash -c "$1" 2>&1) || status=$?
+    [[ -z $output ]] || printf '%s\n' "$output"
+    ((status == 0)) || fail_with_log "$LOGS/daemon.log" "the tour failed (status $status) at: $1"
+}
+
+panel() {
+    show "cat build/run/backlight/brightness"
+    show "xset -display $DISPLAY_NAME q | grep timeout:"
+}
+
+unit() {
+    show "mbpoll -q -1 -m tcp -p ${UNIT_ADDRESS##*:} -t 4 -a $UNIT_STATION -r $UNIT_REGISTER ${UNIT_ADDRESS%:*} | grep ']:'"
+}
+
+# Values that differ from the present ones, so that every run of the tour changes something.
+choose_values() {
+    local present
+    present=$("$BUILT/orvanectl" get --json) || die "the settings cannot be read"
+    BRIGHTNESS=2 THEME=light SYSTEM=Imperial BACKLIGHT_OFF="Off After 1 Minute"
+    if [[ $present == *'"ScreenBrightness":"2"'* ]]; then BRIGHTNESS=6; fi
+    if [[ $present == *'"Theme":"light"'* ]]; then THEME=dark; fi
+    if [[ $present == *'"MeasurementSystem":"Imperial"'* ]]; then SYSTEM=Metric; fi
+    if [[ $present == *'"BacklightOff":"Off After 1 Minute"'* ]]; then BACKLIGHT_OFF=Never; fi
+}
+
+run_tour() {
+    choose_values
+    local marker=build/run/view/tmp/buzzer.silence
+
+    chapter "The daemon is there, and a read brings all settings up to date"
+    show "build/release/orvanectl status"
+    show "build/release/orvanectl request 00001 80000000-0000-0000-0000-008000000000"
+    show "build/release/orvanectl get"
+
+    chapter "Panel and cooling unit before any change"
+    panel
+    unit
+
+    chapter "One change of several settings"
+    show "build/release/orvanectl set --user tour ScreenBrightness=$BRIGHTNESS Theme=$THEME MeasurementSystem=$SYSTEM 'BacklightOff=$BACKLIGHT_OFF'"
+    show "build/release/orvanectl get ScreenBrightness Theme MeasurementSystem BacklightOff"
+
+    chapter "It was announced with an event"
+    show "build/release/orvanectl events --since 0 --count 1"
+
+    chapter "Panel, cooling unit and database after it"
+    panel
+    unit
+    show "sqlite3 build/run/view/var-database/webgui.db 'SELECT Brightness, BacklightOff, Measurement FROM webgui_tbl; SELECT Data FROM View_Theme'"
+
+    chapter "Both actions: the panel goes dark, and the buzzer may sound again"
+    show "build/release/orvanectl action turn-off-lcd"
+    show "touch $marker"
+    show "build/release/orvanectl action gui-ready"
+    show "test ! -e $marker"
+}
