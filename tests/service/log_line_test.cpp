@@ -1,0 +1,165 @@
+// Lines of log: their form, the base of their integers, and that lines of different threads never
+// mix: include/log_line.h.
+#include "doubles/platform_test.h"
+#include "log_line.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cstdio>
+#include <map>
+#include <stdexcept>
+#include <stdio_ext.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+class LogLine : public doubles::PlatformTest {};
+
+TEST_F(LogLine, HasItsFunctionInBrackets) {
+    logLine("name", "text ", "with ", "parts.");
+    EXPECT_EQ(output(), "[name]: text with parts.\n");
+    logErrorLine("name", "text");
+    EXPECT_EQ(errors(), "[name]: text\n");
+    EXPECT_EQ(output(), "");
+}
+
+TEST_F(LogLine, StandsWithoutBracketsWhereItsWriterWantsNone) {
+    writeLine("plain ", 1);
+    EXPECT_EQ(output(), "plain 1\n");
+    writeErrorLine("plain ", 1);
+    EXPECT_EQ(errors(), "plain 1\n");
+}
+
+TEST_F(LogLine, ShowsIntegersInTheBaseOfStandardOutput) {
+    struct Case {
+        bool hexadecimal;
+        const char* line;
+    };
+    for (const Case& each : {Case{false, "[n]: 20 -1 16\n"}, Case{true, "[n]: 14 ffffffff 10\n"}}) {
+        each.hexadecimal ? hexStream() : decimalStream();
+        logLine("n", 20, ' ', -1, ' ', 16U);
+        EXPECT_EQ(output(), each.line);
+    }
+}
+
+TEST_F(LogLine, ShowsIntegersOnStandardErrorInDecimalAlways) {
+    hexStream();
+    logErrorLine("n", 20, ' ', -1);
+    EXPECT_EQ(errors(), "[n]: 20 -1\n");
+}
+
+TEST_F(LogLine, NeverChangesTheBaseOfTheStream) {
+    hexStream();
+    const auto flags = std::cout.flags();
+    logLine("n", std::to_string(20), 20);
+    logErrorLine("n", 20);
+    EXPECT_EQ(output(), "[n]: 2014\n");
+    EXPECT_EQ(std::cout.flags(), flags);
+}
+
+// Standard output or standard error of the process, read back through a pipe.
+class Piped {
+public:
+    Piped(std::FILE* stream, int descriptor) : stream_(stream), descriptor_(descriptor) {
+        std::fflush(stream_);
+        std::array<int, 2> ends{};
+        if (::pipe(ends.data()) != 0) {
+            throw std::runtime_error("no pipe");
+        }
+        kept_ = ::dup(descriptor_);
+        ::dup2(ends[1], descriptor_);
+        ::close(ends[1]);
+        reader_ = std::thread([this, end = ends[0]] {
+            std::array<char, 4096> part{};
+            for (ssize_t size = 0; (size = ::read(end, part.data(), part.size())) > 0;) {
+                text_.append(part.data(), static_cast<std::size_t>(size));
+            }
+            ::close(end);
+        });
+    }
+    // Puts the stream back and gives what was written to it.
+    std::string finish() {
+        std::fflush(stream_);
+        ::dup2(kept_, descriptor_); // closes the last writing end
+        ::close(kept_);
+        reader_.join();
+        return text_;
+    }
+
+private:
+    std::FILE* stream_;
+    int descriptor_;
+    int kept_ = -1;
+    std::string text_;
+    std::thread reader_;
+};
+
+constexpr int kThreads = 8;
+constexpr int kLines = 300;
+
+// Long enough to need more than one write of a pipe or a buffer, and different per thread.
+std::string textOf(int thread, int line) {
+    const auto length = static_cast<std::size_t>(line % 7 == 0 ? 9000 : 60 + line % 50);
+    return std::string(length, static_cast<char>('a' + thread));
+}
+
+void expectWholeLines(const std::string& text) {
+    std::map<std::string, int> lines;
+    std::size_t begin = 0;
+    for (std::size_t end = 0; (end = text.find('\n', begin)) != std::string::npos;
+         begin = end + 1) {
+        ++lines[text.substr(begin, end - begin)];
+    }
+    EXPECT_EQ(begin, text.size());
+    std::map<std::string, int> expected;
+    for (int thread = 0; thread < kThreads; ++thread) {
+        for (int line = 0; line < kLines; ++line) {
+            ++expected["[worker]: " + textOf(thread, line) + " 5."];
+        }
+    }
+    EXPECT_TRUE(lines == expected);
+}
+
+template <typename Write>
+void writeFromManyThreads(Write write) {
+    std::atomic<int> waiting = kThreads;
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < kThreads; ++thread) {
+        threads.emplace_back([&waiting, write, thread] {
+            --waiting;
+            while (waiting > 0) { // all begin at once
+                std::this_thread::yield();
+            }
+            for (int line = 0; line < kLines; ++line) {
+                write("worker", textOf(thread, line), ' ', 5, '.');
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+}
+
+TEST(LogLineOfManyThreads, ComesOutWholeOnStandardOutput) {
+    Piped output(stdout, STDOUT_FILENO);
+    writeFromManyThreads([](const auto&... parts) { logLine(parts...); });
+    expectWholeLines(output.finish());
+}
+
+TEST(LogLineOfManyThreads, ComesOutWholeOnStandardError) {
+    Piped errors(stderr, STDERR_FILENO);
+    writeFromManyThreads([](const auto&... parts) { logErrorLine(parts...); });
+    expectWholeLines(errors.finish());
+}
+
+TEST(LogLineOfManyThreads, IsFlushedWhenItIsWritten) {
+    Piped output(stdout, STDOUT_FILENO);
+    logLine("name", "text");
+    EXPECT_EQ(::__fpending(stdout), 0U);
+    EXPECT_EQ(output.finish(), "[name]: text\n");
+}
+
+} // namespace

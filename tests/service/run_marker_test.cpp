@@ -1,0 +1,66 @@
+// The run marker: attempts, pauses, and what is left of an old one: service/run_marker.cpp.
+#include "doubles/platform_test.h"
+#include "service/run_marker.h"
+#include "support/temporary_folder.h"
+
+#include <filesystem>
+
+namespace {
+
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+
+constexpr char kOpen[] = "fopen(\"/tmp/run/Stidre.run\", \"w+\")";
+constexpr char kSleep[] = "sleep(2)";
+
+class RunMarker : public doubles::PlatformTest {};
+
+TEST_F(RunMarker, IsCreatedAtTheFirstAttempt) {
+    createRunMarker();
+    EXPECT_THAT(doubles::calls(), ElementsAre(kOpen));
+    EXPECT_EQ(output() + errors(), "");
+}
+
+TEST_F(RunMarker, IsTriedAgainAfterASleepForEachFailure) {
+    for (int failures = 1; failures <= 5; ++failures) {
+        doubles::files().markerFailures = failures;
+        createRunMarker();
+        std::vector<std::string> expected;
+        for (int i = 0; i < failures; ++i) {
+            expected.insert(expected.end(), {kOpen, kSleep});
+        }
+        expected.emplace_back(kOpen);
+        EXPECT_THAT(doubles::calls(), ElementsAreArray(expected)) << failures;
+    }
+    EXPECT_EQ(output() + errors(), "");
+}
+
+TEST_F(RunMarker, IsGivenUpSilentlyAfterSixFailuresAndSixSleeps) {
+    doubles::files().markerFailures = 100;
+    createRunMarker();
+    EXPECT_THAT(doubles::calls(), ElementsAre(kOpen, kSleep, kOpen, kSleep, kOpen, kSleep, kOpen,
+                                              kSleep, kOpen, kSleep, kOpen, kSleep));
+    EXPECT_EQ(output() + errors(), "");
+}
+
+TEST_F(RunMarker, IsEmptiedWhenItIsThereAlready) {
+    const test::TemporaryFolder folder;
+    const std::string path = folder.file("marker");
+    test::writeFile(path, "old");
+    doubles::files().markerPath = path;
+    createRunMarker();
+    EXPECT_TRUE(std::filesystem::exists(path));
+    EXPECT_EQ(std::filesystem::file_size(path), 0U);
+}
+
+TEST_F(RunMarker, IsClosedAtOnce) {
+    const auto openFiles = [] {
+        const std::filesystem::directory_iterator files("/proc/self/fd");
+        return std::distance(begin(files), end(files));
+    };
+    const auto before = openFiles();
+    createRunMarker();
+    EXPECT_EQ(openFiles(), before);
+}
+
+} // namespace
