@@ -1,5 +1,5 @@
-// The fixture of the agent's tests. The doubles do the recording; the statements of SQLite reach it
-// through a trace on each connection.
+// The fixture of the agent's tests. The doubles do the recording; the linker puts
+// __wrap_sqlite3_exec in front of SQLite, so that its statements are recorded too.
 #include "agent/agent_fixture.h"
 
 #include "doubles/recorder.h"
@@ -8,23 +8,34 @@
 #include <string_view>
 #include <utility>
 
+extern "C" {
+
+using RowCallback = int (*)(void* user, int count, char** values, char** names);
+int __real_sqlite3_exec(sqlite3* connection, const char* sql, RowCallback callback, void* user,
+                        char** message);
+int __wrap_sqlite3_exec(sqlite3* connection, const char* sql, RowCallback callback, void* user,
+                        char** message);
+
+} // extern "C"
+
+// Recorded before SQLite takes a lock of its own.
+int __wrap_sqlite3_exec(sqlite3* connection, const char* sql, RowCallback callback, void* user,
+                        char** message) {
+    if (user == nullptr) { // not a statement of the double
+        doubles::detail::record("sql", doubles::detail::show(sql));
+    }
+    return __real_sqlite3_exec(connection, sql, callback, user, message);
+}
+
 namespace agent_test {
 
 namespace {
 
 sqlite3* g_connection = nullptr;
 
-int traceStatement(unsigned int /*kind*/, void* /*user*/, void* /*statement*/, void* text) {
-    const std::string_view sql = static_cast<const char*>(text);
-    if (!sql.starts_with("CREATE") && !sql.starts_with("--")) { // tables and triggers of the double
-        doubles::detail::record("sql", doubles::detail::show(std::string(sql)));
-    }
-    return 0;
-}
-
 int onConnection(sqlite3* connection, const char** /*message*/, const void* /*functions*/) {
     g_connection = connection;
-    return sqlite3_trace_v2(connection, SQLITE_TRACE_STMT, traceStatement, nullptr);
+    return SQLITE_OK;
 }
 
 void watchConnections() {

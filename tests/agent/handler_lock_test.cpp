@@ -44,6 +44,8 @@ private:
     std::promise<void> released_;
 };
 
+redisContext* g_context = nullptr;
+
 int update(AgentUpdateHandler handler, const std::vector<std::string>& values) {
     std::vector<FieldValuePair> records(values.size());
     for (std::size_t i = 0; i < values.size(); ++i) {
@@ -52,7 +54,7 @@ int update(AgentUpdateHandler handler, const std::vector<std::string>& values) {
     FieldValuePair* data = records.data();
     int count = static_cast<int>(values.size());
     ReturnMessage answer = kSuccessTemplate;
-    const int result = handler(doubles::context(), kInstance, &data, &count, &answer);
+    const int result = handler(g_context, kInstance, &data, &count, &answer);
     freeReturnMessage(&answer);
     return result;
 }
@@ -74,19 +76,19 @@ int updateBoot() {
 int read() {
     bool flag = false;
     ReturnMessage answer = kSuccessTemplate;
-    return OrvaneWebGUI_Agent_UPDATE_00001(doubles::context(), kInstance, &answer, &flag);
+    return OrvaneWebGUI_Agent_UPDATE_00001(g_context, kInstance, &answer, &flag);
 }
 
 int turnOffLcd() {
     ReturnMessage answer = kSuccessTemplate;
-    return OrvaneWebGUI_Agent_ACTION_TurnOffLCD(doubles::context(), kInstance, nullptr, &answer,
-                                                nullptr);
+    return OrvaneWebGUI_Agent_ACTION_TurnOffLCD(g_context, kInstance, nullptr, &answer, nullptr);
 }
 
 class HandlerLock : public agent_test::AgentTest {
 protected:
     HandlerLock() {
         G_ManagingMode = 0;
+        g_context = doubles::context();
         doubles::hashes()[kInstance] = {{"MeasurementSystem", "Metric"}};
         start();
     }
