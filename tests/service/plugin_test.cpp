@@ -3,6 +3,10 @@
 
 #include <type_traits>
 
+const void* service_test::otherModelNames() {
+    return &G_ModelNames;
+}
+
 namespace {
 
 using Plugin = ovrPlugin<ovrBindCAPIToOssel>;

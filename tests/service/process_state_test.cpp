@@ -47,6 +47,10 @@ TEST_F(ProcessState, PassesAnExceptionOfTheConstructorOnAndHasNoAgent) {
     EXPECT_EQ(G_WebGUIAgent, nullptr);
 }
 
+TEST(ModelNames, AreACopyOfEachModule) {
+    EXPECT_NE(static_cast<const void*>(&G_ModelNames), service_test::otherModelNames());
+}
+
 TEST(ModelNames, AreTheTwoUnits) {
     EXPECT_EQ(G_ModelNames.first, "Tinvale");
     EXPECT_EQ(G_ModelNames.second, "Varrow");

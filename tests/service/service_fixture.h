@@ -17,6 +17,9 @@ using Calls = std::vector<std::string>;
 inline constexpr char kInstance[] = "80000000-0000-0000-0000-008000000000";
 inline constexpr char kChannel[] = "Reply:1";
 
+// Where another module has its G_ModelNames.
+const void* otherModelNames();
+
 class ServiceTest : public doubles::PlatformTest {
 protected:
     ServiceTest()
