@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/socket.h>
@@ -25,28 +24,6 @@ struct FreeCommand {
 
 } // namespace
 
-Address parseAddress(std::string_view text) {
-    constexpr std::string_view kUnix = "unix:";
-    constexpr std::string_view kTcp = "tcp:";
-    Address address;
-    if (text.starts_with(kUnix)) {
-        address.path = text.substr(kUnix.size());
-    } else if (text.starts_with(kTcp)) {
-        const std::string_view rest = text.substr(kTcp.size());
-        const std::size_t colon = rest.rfind(':');
-        if (colon != std::string_view::npos && colon > 0) {
-            const char* const end = rest.data() + rest.size();
-            int port = 0;
-            const auto parsed = std::from_chars(rest.data() + colon + 1, end, port);
-            if (parsed.ec == std::errc() && parsed.ptr == end && port > 0 && port <= 65535) {
-                address.host = rest.substr(0, colon);
-                address.port = port;
-            }
-        }
-    }
-    return address;
-}
-
 bool Connection::fail(std::string reason) {
     reason_ = std::move(reason);
     context_.reset();
@@ -60,7 +37,7 @@ bool Connection::failAsHiredisSays() {
 
 bool Connection::open(const Address& address) {
     const bool isUnix = !address.path.empty();
-    if (!isUnix && address.port == 0) {
+    if (!address.isKnown()) {
         return fail("OSSEL_REDIS is neither unix:PATH nor tcp:HOST:PORT");
     }
     context_.reset(isUnix ? redisConnectUnixWithTimeout(address.path.c_str(), kBound)

@@ -2,6 +2,8 @@
 // 2 s at most. What is sent and when a lost one is opened again is for subscription.cpp.
 #pragma once
 
+#include "address.h"
+
 #include <chrono>
 #include <hiredis/hiredis.h>
 #include <initializer_list>
@@ -19,14 +21,6 @@ struct FreeReply {
     void operator()(redisReply* reply) const { freeReplyObject(reply); }
 };
 using ReplyPtr = std::unique_ptr<redisReply, FreeReply>;
-
-// Where the server is: `unix:PATH` or `tcp:HOST:PORT`.
-struct Address {
-    std::string path; // empty: TCP
-    std::string host;
-    int port = 0; // with an empty path, 0: the text names no server
-};
-Address parseAddress(std::string_view text);
 
 // One thread at a time. Every failure closes the connection and leaves its reason.
 class Connection {
