@@ -246,16 +246,21 @@ int osselGenerateUUID(redisContext* context, char* uuid) {
 }
 
 int osselCreateReturnMessage(redisContext* context, const char* uuid, const char* messageId, ...) {
+    std::vector<std::string> texts;
+    std::va_list list;
+    va_start(list, messageId);
+    for (const char* text = va_arg(list, const char*); text != nullptr;
+         text = va_arg(list, const char*)) {
+        texts.emplace_back(text);
+    }
+    va_end(list);
     const Lock lock(mutex());
     doubles::Fields fields{{"MessageId", messageId == nullptr ? "" : messageId}};
     std::string shown = arguments(context, uuid, messageId);
-    std::va_list list;
-    va_start(list, messageId);
-    while (const char* const text = va_arg(list, const char*)) {
+    for (const std::string& text : texts) {
         fields.emplace_back("MessageArgs." + std::to_string(fields.size() - 1), text);
         shown += ", " + show(text);
     }
-    va_end(list);
     const int code = enter("osselCreateReturnMessage", shown + ", null");
     if (code != 0 || doubles::isAny(context, {uuid, messageId})) {
         return code != 0 ? code : 1;

@@ -96,6 +96,8 @@ ovrComSupport::~ovrComSupport() {
     delete threads_;
 }
 
+// NOLINTBEGIN(readability-convert-member-functions-to-static): the contract has them as members
+
 void ovrComSupport::ovrAddRunningThread(void* (*body)(std::string), std::string name) {
     const Lock lock(mutex());
     record("ovrAddRunningThread", arguments(name));
@@ -118,6 +120,8 @@ void ovrComSupport::ovrThreadWaitForExit() {
     }
 }
 
+// NOLINTEND(readability-convert-member-functions-to-static)
+
 ovrBindCAPIToOssel::ovrBindCAPIToOssel() : subscription_(new Subscription) {
     record("ovrBindCAPIToOssel", "");
 }
@@ -126,6 +130,8 @@ ovrBindCAPIToOssel::~ovrBindCAPIToOssel() {
     record("~ovrBindCAPIToOssel", "");
     delete subscription_;
 }
+
+// NOLINTBEGIN(readability-convert-member-functions-to-static): as above
 
 void ovrBindCAPIToOssel::ovrcbIdSet(std::string callbackId) {
     const Lock lock(mutex());
@@ -150,3 +156,5 @@ void ovrBindCAPIToOssel::ovrHookFnRedisRegister(char** name) {
     record("ovrHookFnRedisRegister", arguments(*name));
     host().registrationName = *name;
 }
+
+// NOLINTEND(readability-convert-member-functions-to-static)

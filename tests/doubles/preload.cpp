@@ -212,6 +212,8 @@ int removeFile(const char* path) {
 } // namespace detail
 } // namespace doubles
 
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name): the C library names its
+// parameters with reserved words
 extern "C" {
 
 std::FILE* fopen(const char* path, const char* mode) {
@@ -231,3 +233,4 @@ unsigned int sleep(unsigned int seconds) {
 }
 
 } // extern "C"
+// NOLINTEND(readability-inconsistent-declaration-parameter-name)

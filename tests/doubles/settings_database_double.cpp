@@ -169,28 +169,28 @@ using doubles::detail::record;
 
 extern "C" {
 
-int open_database(SettingsDatabase* handle, int mode) {
+int open_database(SettingsDatabase* database, int mode) {
     const Lock lock(mutex());
-    const int code = enter("open_database", arguments(handle->path, mode));
-    const int result = code != 0 ? code : database().openResult;
+    const int code = enter("open_database", arguments(database->path, mode));
+    const int result = code != 0 ? code : doubles::database().openResult;
     const bool usable = result >= 0 && result <= 2;
-    handle->ready = database().ready.value_or(usable ? 1 : 0);
-    handle->schemaLevel = database().schemaLevel.value_or(usable ? 2 : 0);
-    if (usable || handle->ready != 0) {
+    database->ready = doubles::database().ready.value_or(usable ? 1 : 0);
+    database->schemaLevel = doubles::database().schemaLevel.value_or(usable ? 2 : 0);
+    if (usable || database->ready != 0) {
         doubles::openConnection();
     }
-    handle->connection = doubles::g_connection;
+    database->connection = doubles::g_connection;
     return result;
 }
 
-int close_database(SettingsDatabase* handle) {
+int close_database(SettingsDatabase* database) {
     const Lock lock(mutex());
     record("close_database", "");
-    if (handle->connection != nullptr && handle->connection == doubles::g_connection) {
+    if (database->connection != nullptr && database->connection == doubles::g_connection) {
         doubles::closeConnection();
     }
-    handle->connection = nullptr;
-    handle->ready = 0;
+    database->connection = nullptr;
+    database->ready = 0;
     return 0;
 }
 
@@ -204,8 +204,10 @@ int query_database_dat_with_condition(SettingsDatabase* /*handle*/, const char* 
     }
     const auto& rows = database().rows;
     result->rowCount = static_cast<unsigned int>(rows.size());
-    result->rows = static_cast<SettingsColumn**>(
-        doubles::detail::allocate((rows.size() + 1) * sizeof(SettingsColumn*)));
+    // NOLINTNEXTLINE(bugprone-sizeof-expression): an array of pointers, one per row
+    constexpr std::size_t kPointerSize = sizeof(SettingsColumn*);
+    result->rows =
+        static_cast<SettingsColumn**>(doubles::detail::allocate((rows.size() + 1) * kPointerSize));
     result->rows[0] = doubles::makeRow(doubles::settingsColumnNames());
     for (std::size_t i = 0; i < rows.size(); ++i) {
         result->rows[i + 1] = doubles::makeRow(rows[i]);
