@@ -156,7 +156,7 @@ void StandInProvider::handle(const std::string& payload) {
         return;
     }
     std::this_thread::sleep_for(behaviour.work);
-    if (behaviour.messageId == "Success") {
+    if (behaviour.messageId == "Success" && behaviour.times > 0) {
         work(request);
     }
     answer(request, behaviour);

@@ -29,7 +29,7 @@ struct ReceivedRequest {
 struct Behaviour {
     std::string messageId = "Success";
     std::vector<std::string> arguments{};
-    int times = 1;                      // answers; 0: silence
+    int times = 1;                      // answers; 0: silence, and nothing done
     std::chrono::milliseconds delay{0}; // before doing anything
     std::chrono::milliseconds work{0};  // between reading the object and writing
     bool hasReturnMessage = true;       // false: an answer that leads nowhere

@@ -1,0 +1,104 @@
+#include "client/webgui.h"
+
+#include "client/stand_in_provider.h"
+
+#include <barrier>
+#include <gmock/gmock.h>
+
+namespace {
+
+using client::WebGui;
+using std::chrono::milliseconds;
+using test::StandInProvider;
+
+class TheWebGui : public testing::Test {
+protected:
+    client::Address address() const { return client::parseAddress(server.address()); }
+    std::string field(const std::string& name) {
+        return server.command({"HGET", StandInProvider::kInstance, name});
+    }
+
+    test::RedisServer server;
+    StandInProvider provider{server};
+    WebGui webGui{address()};
+};
+
+// Two clients change different properties of the same request at the same moment: each
+// sends what the other has just changed along with its own.
+TEST_F(TheWebGui, LosesNoneOfTwoChangesMadeAtTheSameMoment) {
+    constexpr int kRounds = 100;
+    provider.behave("00003", {.work = milliseconds(2)});
+    std::barrier<> together(2);
+    std::atomic<int> failed{0};
+    std::atomic<int> lost{0};
+    const auto change = [&](const std::string& name, bool checks) {
+        WebGui own(address(), milliseconds(20'000));
+        for (int round = 0; round < kRounds; ++round) {
+            together.arrive_and_wait();
+            const auto answers = own.updateSettings({{name, std::to_string(round)}}, "test");
+            failed += answers.size() == 1 && answers[0].answer.isSuccess() ? 0 : 1;
+            together.arrive_and_wait();
+            if (checks) {
+                lost += field("HiLoPeriod") == std::to_string(round) ? 0 : 1;
+                lost += field("DateFormat") == std::to_string(round) ? 0 : 1;
+            }
+        }
+    };
+    std::thread other([&] { change("HiLoPeriod", false); });
+    change("DateFormat", true);
+    other.join();
+    EXPECT_EQ(failed, 0);
+    EXPECT_EQ(lost, 0);
+}
+
+TEST_F(TheWebGui, ReadsOnlyWhatIsNoLongerFresh) {
+    EXPECT_EQ(webGui.fields().at("Theme"), "light");
+    EXPECT_EQ(provider.receivedCount(), 1U);
+    server.command({"SET", std::string("TTL:") + StandInProvider::kInstance, "1"});
+    webGui.fields();
+    EXPECT_EQ(provider.receivedCount(), 1U);
+    EXPECT_TRUE(webGui.read().isSuccess());
+    EXPECT_EQ(provider.receivedCount(), 2U);
+}
+
+TEST_F(TheWebGui, CarriesTheAnswerToARefusedRead) {
+    provider.behave({.messageId = "InvalidObject", .arguments = {"x"}});
+    try {
+        webGui.fields();
+        ADD_FAILURE() << "read";
+    } catch (const client::AnsweredOtherwise& error) {
+        EXPECT_EQ(error.answer.messageId, "InvalidObject");
+        EXPECT_THAT(error.answer.arguments, testing::ElementsAre("x"));
+    }
+}
+
+TEST_F(TheWebGui, SendsNothingWhenOneOfTheValuesIsNotAllowed) {
+    EXPECT_THROW(webGui.updateSettings({{"Language", "x"}, {"Theme", "blue"}}, "test"),
+                 client::InvalidArgument);
+    EXPECT_EQ(provider.receivedCount(), 0U);
+    EXPECT_TRUE(webGui.updateSettings({}, "test").empty());
+}
+
+TEST_F(TheWebGui, FindsAProviderThatWasStartedAnew) {
+    EXPECT_TRUE(webGui.read().isSuccess());
+    provider.stopListening();
+    const StandInProvider again(server);
+    EXPECT_TRUE(webGui.runAction("WebGUI.GUIReady").isSuccess());
+    EXPECT_EQ(again.received().at(0).object.at("Action"), "WebGUI.GUIReady");
+}
+
+TEST_F(TheWebGui, WaitsForTheLeaseBeforeItLooksAtThePresentValues) {
+    server.command({"SET", std::string("TTL:") + StandInProvider::kInstance, "1"});
+    server.command({"SET", std::string("Lease:") + StandInProvider::kInstance, "other"});
+    std::thread client([this] {
+        WebGui own(address());
+        own.updateSettings({{"Theme", "dark"}}, "test");
+    });
+    server.command({"HSET", StandInProvider::kInstance, "HiLoPeriod", "changed meanwhile"});
+    server.command({"DEL", std::string("Lease:") + StandInProvider::kInstance});
+    client.join();
+    EXPECT_EQ(field("HiLoPeriod"), "changed meanwhile");
+    EXPECT_EQ(field("Theme"), "dark");
+}
+
+} // namespace
