@@ -127,6 +127,9 @@ Requester::Requester(StoreConnection& store, std::chrono::milliseconds timeout, 
     : store_(store), subscription_(store.address()), timeout_(timeout), stop_(stop) {}
 
 Answer Requester::perform(const std::string& channel, const Request& request) {
+    if (stop_ != nullptr && stop_->isRequested()) {
+        throw Stopped("stopped before the request was sent");
+    }
     // A name per request: what is answered late or twice reaches nobody.
     const std::string replies = replyChannel(makeUuid());
     const std::string payload = payloadOf(request, replies);

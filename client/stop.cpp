@@ -57,7 +57,8 @@ WaitResult waitFor(int descriptor, short events, Deadline deadline, const Stop* 
     while (true) {
         const int count = ::poll(awaited.data(), awaited.size(), millisecondsUntil(deadline));
         if (count > 0) {
-            return awaited[0].revents != 0 ? WaitResult::ready : WaitResult::stopped;
+            const bool isStopped = awaited[1].revents != 0 || awaited[2].revents != 0;
+            return isStopped ? WaitResult::stopped : WaitResult::ready;
         }
         if (count < 0 && errno != EINTR) {
             throw Error("cannot wait on the connection: poll failed");

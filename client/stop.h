@@ -37,7 +37,8 @@ private:
 enum class WaitResult { ready, timedOut, stopped };
 
 // Waits until the descriptor is ready for `events` (as of poll), has failed, or the
-// deadline has passed. A ready descriptor wins over a stop. `stop` may be null.
+// deadline has passed. A stop wins over a ready descriptor, so that a
+// busy one cannot keep it off. `stop` may be null.
 WaitResult waitFor(int descriptor, short events, Deadline deadline, const Stop* stop);
 
 // Waits for nothing but the stop. False where it was requested.

@@ -105,6 +105,12 @@ TEST_F(Requests, EndWhenStopped) {
     EXPECT_FALSE(store.exists("my-object"));
 }
 
+TEST_F(Requests, AreNotSentOnceStopped) {
+    stop.request();
+    EXPECT_THROW(perform({"00001", "key", {}}), client::Stopped);
+    EXPECT_EQ(provider.receivedCount(), 0U);
+}
+
 TEST_F(Requests, FailWhenTheStoreDiesWhileTheyWaitAndWorkAgainAfterwards) {
     provider.behave({.times = 0});
     std::thread other([this] {

@@ -41,12 +41,13 @@ TEST(WaitFor, EndsWhenAnotherThreadRequestsTheStop) {
     EXPECT_TRUE(stop.isRequested());
 }
 
-TEST(WaitFor, PrefersWhatIsReadyToAStop) {
+TEST(WaitFor, PrefersAStopToWhatIsReady) {
     const Pipe pipe;
     Stop stop;
     stop.request();
     EXPECT_EQ(::write(pipe.ends[1], "x", 1), 1);
-    EXPECT_EQ(client::waitFor(pipe.ends[0], POLLIN, Clock::now(), &stop), WaitResult::ready);
+    EXPECT_EQ(client::waitFor(pipe.ends[0], POLLIN, Clock::now(), &stop), WaitResult::stopped);
+    EXPECT_EQ(client::waitFor(pipe.ends[0], POLLIN, Clock::now(), nullptr), WaitResult::ready);
 }
 
 TEST(Stop, IsNotRequestedAtFirstAndStaysRequested) {
