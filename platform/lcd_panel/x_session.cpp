@@ -1,16 +1,15 @@
 // One exchange with an X server about its screen saver, over a connection of its own that
 // the server may drop at any moment. The bound in time is screen_saver.cpp's.
 //
-// Libx11 ends the process when a connection breaks, unless it is told otherwise in time:
-// - While a display is being opened nothing but a jump out of the error handler helps, since
-//   libx11 calls exit() when that handler returns. The half-made Display cannot be closed by
-//   XCloseDisplay; its socket is closed and its memory (some kilobytes) is kept.
-// - Once a display is open its exit handler (libx11 1.8) lets the calls return.
+// Libx11 calls exit() when a connection breaks, as soon as its error handler returns; so the
+// handler jumps out of libx11 instead. (The exit handler of libx11 1.8 is no help while a
+// display is being opened, and afterwards lets libx11 unlock a mutex that is unlocked.) What
+// is left of the Display must not be used again, not even to close it: its socket is closed,
+// its memory, some kilobytes, is kept.
 #include "lcd_panel/x_session.h"
 
 #include <X11/Xlib.h>
 #include <csetjmp>
-#include <memory>
 #include <mutex>
 #include <unistd.h>
 #include <vector>
@@ -19,66 +18,37 @@ namespace lcdpanel {
 
 namespace {
 
-// What the handlers have seen; they run on the thread that made the call.
-struct Trouble {
-    bool opening = false;
-    bool lost = false;
-    bool refused = false;
-    Display* halfMade = nullptr;
+// What the handlers know and leave; they run on the thread that made the call.
+struct Exchange {
     std::jmp_buf wayOut{};
+    Display* lost = nullptr;
+    bool refused = false;
+    Outcome outcome = Outcome::lost;
 };
-thread_local Trouble trouble;
+thread_local Exchange current;
 
-void stayAlive(Display* /*display*/, void* /*nothing*/) {}
-
-int connectionLost(Display* display) {
-    trouble.lost = true;
-    if (trouble.opening) {
-        trouble.halfMade = display;
-        std::longjmp(trouble.wayOut, 1); // NOLINT(cert-err52-cpp): the only way, see above
-    }
-    return 0;
+[[noreturn]] int connectionLost(Display* display) {
+    current.lost = display;
+    std::longjmp(current.wayOut, 1); // NOLINT(cert-err52-cpp): the only way, see above
 }
 
 int requestRefused(Display* /*display*/, XErrorEvent* /*event*/) {
-    trouble.refused = true;
+    current.refused = true;
     return 0;
 }
 
 void takeHandlers() {
-    XInitThreads();
     XSetIOErrorHandler(connectionLost);
     XSetErrorHandler(requestRefused);
 }
 
-// Keeps what is left of a Display that cannot be freed within reach.
-void bury(Display* halfMade) {
+// Keeps what is left of a Display within reach.
+void bury(Display* lost) {
     static std::mutex mutex;
     static auto* const graveyard = new std::vector<Display*>;
-    ::close(ConnectionNumber(halfMade));
+    ::close(ConnectionNumber(lost));
     const std::lock_guard lock(mutex);
-    graveyard->push_back(halfMade);
-}
-
-// No object with a destructor lives here: the handler jumps over this frame's calls.
-Display* openDisplay(const char* name) {
-    trouble.opening = true;
-    Display* display = nullptr;
-    if (setjmp(trouble.wayOut) == 0) { // NOLINT(cert-err52-cpp): the only way, see above
-        display = XOpenDisplay(name);
-        trouble.opening = false;
-        return display;
-    }
-    trouble.opening = false;
-    return nullptr;
-}
-
-struct CloseDisplay {
-    void operator()(Display* display) const { XCloseDisplay(display); }
-};
-
-bool broken() {
-    return trouble.lost || trouble.refused;
+    graveyard->push_back(lost);
 }
 
 void setTimeOut(Display* display, int seconds) {
@@ -87,9 +57,7 @@ void setTimeOut(Display* display, int seconds) {
     int preferBlanking = 0;
     int allowExposures = 0;
     XGetScreenSaver(display, &timeOut, &interval, &preferBlanking, &allowExposures);
-    if (!broken()) {
-        XSetScreenSaver(display, seconds, interval, preferBlanking, allowExposures);
-    }
+    XSetScreenSaver(display, seconds, interval, preferBlanking, allowExposures);
 }
 
 void make(const Change& change, Display* display) {
@@ -105,6 +73,30 @@ void make(const Change& change, Display* display) {
         break;
     }
     XSync(display, False);
+}
+
+// From here on no object with a destructor lives on the stack: the jump comes past.
+
+// Leaves its outcome in `current`; a break that comes after the confirmation spoils nothing.
+void talk(const char* name, const Change& change, const std::atomic<bool>& abandoned) {
+    Display* display = XOpenDisplay(name);
+    if (display == nullptr) {
+        current.outcome = Outcome::noServer;
+        return;
+    }
+    if (abandoned) {
+        current.outcome = Outcome::abandoned;
+    } else {
+        make(change, display);
+        current.outcome = current.refused ? Outcome::refused : Outcome::done;
+    }
+    XCloseDisplay(display);
+}
+
+void talkOrJump(const char* name, const Change& change, const std::atomic<bool>& abandoned) {
+    if (setjmp(current.wayOut) == 0) { // NOLINT(cert-err52-cpp): the only way, see above
+        talk(name, change, abandoned);
+    }
 }
 
 } // namespace
@@ -133,25 +125,14 @@ Outcome changeScreenSaver(const std::string& display, const Change& change,
     static std::once_flag once;
     std::call_once(once, takeHandlers);
 
-    trouble.lost = false;
-    trouble.refused = false;
-    trouble.halfMade = nullptr;
-    const std::unique_ptr<Display, CloseDisplay> connection(openDisplay(display.c_str()));
-    if (!connection) {
-        if (trouble.halfMade != nullptr) {
-            bury(trouble.halfMade);
-        }
-        return trouble.lost ? Outcome::lost : Outcome::noServer;
+    current.lost = nullptr;
+    current.refused = false;
+    current.outcome = Outcome::lost;
+    talkOrJump(display.c_str(), change, abandoned);
+    if (current.lost != nullptr) {
+        bury(current.lost);
     }
-    XSetIOErrorExitHandler(connection.get(), stayAlive, nullptr);
-    if (abandoned) {
-        return Outcome::abandoned;
-    }
-    make(change, connection.get());
-    if (trouble.lost) {
-        return Outcome::lost;
-    }
-    return trouble.refused ? Outcome::refused : Outcome::done;
+    return current.outcome;
 }
 
 } // namespace lcdpanel

@@ -29,7 +29,10 @@ int connectTo(const std::string& path) {
     address.sun_family = AF_UNIX;
     std::strncpy(address.sun_path, path.c_str(), sizeof(address.sun_path) - 1);
     const int socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    ::connect(socket, reinterpret_cast<sockaddr*>(&address), sizeof(address));
+    if (::connect(socket, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0) {
+        ::close(socket);
+        return -1; // passing on fails, and the client is let go
+    }
     return socket;
 }
 
