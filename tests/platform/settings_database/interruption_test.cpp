@@ -161,10 +161,10 @@ TEST_F(Interruption, OfAWriterAtAnyMomentLeavesAWholeRow) {
 TEST_F(Interruption, ByOtherProcessesThatOpenTheSameFileMakesItOnce) {
     for (int round = 0; round < 5; ++round) {
         const std::string file = folder().file("shared-" + std::to_string(round) + ".db");
-        std::vector<std::unique_ptr<ChildProcess>> processes;
-        for (int i = 0; i < 4; ++i) {
-            processes.push_back(std::make_unique<ChildProcess>(
-                std::vector<std::string>{processPath(), "open", file}));
+        std::vector<std::unique_ptr<ChildProcess>> processes(4);
+        for (std::unique_ptr<ChildProcess>& process : processes) {
+            process = std::make_unique<ChildProcess>(
+                std::vector<std::string>{processPath(), "open", file});
         }
         int made = 0;
         for (const auto& process : processes) {

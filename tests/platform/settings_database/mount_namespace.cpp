@@ -42,17 +42,18 @@ bool becomeOrdinaryUser() {
     return ::geteuid() != 0 || ::setresuid(kNobody, kNobody, kNobody) == 0;
 }
 
-[[noreturn]] void runChild(bool (*prepare)(), const std::function<void()>& body) {
-    int status = kRefused;
-    if (prepare()) {
-        status = kFailed;
-        try {
-            body();
-            status = testing::Test::HasFailure() ? kFailed : kPassed;
-        } catch (const std::exception& error) {
-            std::fprintf(stderr, "in the child process: %s\n", error.what());
-        }
+int statusOf(const std::function<void()>& body) {
+    try {
+        body();
+        return testing::Test::HasFailure() ? kFailed : kPassed;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "in the child process: %s\n", error.what());
+        return kFailed;
     }
+}
+
+[[noreturn]] void runChild(bool (*prepare)(), const std::function<void()>& body) {
+    const int status = prepare() ? statusOf(body) : kRefused;
     std::fflush(nullptr);
     ::_exit(status);
 }

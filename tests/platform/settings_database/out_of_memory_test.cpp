@@ -33,9 +33,11 @@ void* __libc_realloc(void* memory, std::size_t size);
 void* malloc(std::size_t size) {
     return mustFail() ? nullptr : __libc_malloc(size);
 }
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): libc's are reserved
 void* calloc(std::size_t count, std::size_t size) {
     return mustFail() ? nullptr : __libc_calloc(count, size);
 }
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): libc's are reserved
 void* realloc(void* memory, std::size_t size) {
     return mustFail() ? nullptr : __libc_realloc(memory, size);
 }

@@ -129,6 +129,7 @@ int lock(const char* path, const char* sql) {
 } // namespace
 
 // The library's own changes of names. They stand before those of the C library.
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): libc's are reserved
 extern "C" int rename(const char* from, const char* to) noexcept {
     dieAtTheLastChange();
     return ::renameat(AT_FDCWD, from, AT_FDCWD, to);
