@@ -42,7 +42,9 @@ void dieAtTheLastChange() {
 
 ssize_t cutWrite(int file, const void* data, std::size_t size, off_t offset) {
     if (isLastChange()) {
-        ::pwrite(file, data, size / 2, offset);
+        if (::pwrite(file, data, size / 2, offset) < 0) {
+            std::perror("half a write");
+        }
         die();
     }
     return ::pwrite(file, data, size, offset);
