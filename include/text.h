@@ -15,7 +15,7 @@
 // texts are silently cut to one character less than the field holds.
 inline void copyBounded(char* destination, std::size_t size, std::string_view text) {
     const std::size_t length = std::min(text.size(), size - 1);
-    std::memcpy(destination, text.data(), length);
+    std::copy_n(text.begin(), length, destination); // a view of nothing has no data to copy
     std::memset(destination + length, 0, size - length);
 }
 
