@@ -13,10 +13,12 @@ using testing::IsEmpty;
 
 constexpr ActionHandlerEntry kRow{"WebGUI.TurnOffLCD", 0, nullptr, actionHandler};
 
+// NOLINTBEGIN(cert-err58-cpp): without memory for them the test fails, as it should
 const std::string kId = kInstance;
 const std::string kInputCall = "osselHashGetAll(ctx, \"Request:1\")";
 const std::string kHandlerCall = "handler(\"" + kId + "\")";
 const std::string kDataCall = "osselCreateHashTable(ctx, \"Request:1\", [HasRespData=No], 1)";
+// NOLINTEND(cert-err58-cpp)
 
 class Action : public RequestTest {
 protected:

@@ -14,12 +14,14 @@ using testing::IsEmpty;
 constexpr const char* kNames[] = {"Language"};
 constexpr UpdateHandlerEntry kRow{"00002", 1, 1, kNames, updateHandler};
 
+// NOLINTBEGIN(cert-err58-cpp): without memory for them the test fails, as it should
 const std::string kNew = "11111111-2222-3333-4444-555555555555";
 const std::string kInputCall = "osselHashGetAll(ctx, \"Request:1\")";
 const std::string kHandlerCall = "handler(\"" + kNew + "\")";
 const std::string kHashCall = "osselCreateHashTable(ctx, \"" + kNew + "\", [Language=German], 1)";
 const std::string kTtlCall = "osselHashAppendTTLObject(ctx, \"" + kNew + "\", 1)";
 const std::string kPushCall = "osselListRightPush(ctx, \"collection\", \"" + kNew + "\")";
+// NOLINTEND(cert-err58-cpp)
 
 class Create : public RequestTest {
 protected:

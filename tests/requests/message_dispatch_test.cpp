@@ -17,8 +17,10 @@ constexpr const char* kNames[] = {"Language"};
 constexpr UpdateHandlerEntry kCreations[] = {{"00002", 1, 1, kNames, updateHandler},
                                              {"00003", 1, 1, kNames, otherUpdateHandler}};
 
+// NOLINTBEGIN(cert-err58-cpp): without memory for them the test fails, as it should
 const std::string kId = kInstance;
 const std::string kActionCall = "osselGetHashField(ctx, \"Request:1\", \"Action\")";
+// NOLINTEND(cert-err58-cpp)
 
 class Dispatch : public RequestTest {
 protected:

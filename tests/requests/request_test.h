@@ -10,6 +10,7 @@
 #include "text.h"
 
 #include <cstring>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -101,10 +102,11 @@ inline int otherActionHandler(redisContext* context, std::string instanceKey,
 }
 
 // The calls that send an answer without arguments, or with one; the nth of the test.
-inline std::vector<std::string> answerCalls(const std::string& id, const std::string& argument = {},
-                                            int nth = 1) {
+inline std::vector<std::string>
+answerCalls(const std::string& id, const std::optional<std::string>& argument = std::nullopt,
+            int nth = 1) {
     const std::string uuid = '"' + doubles::uuid(nth) + '"';
-    const std::string text = argument.empty() ? "" : ", \"" + argument + '"';
+    const std::string text = argument ? ", \"" + *argument + '"' : "";
     return {"osselGenerateUUID(ctx)",
             "osselCreateReturnMessage(ctx, " + uuid + ", \"" + id + '"' + text + ", null)",
             "osselPublishToChannel(ctx, \"" + std::string(kChannel) + "\", " + uuid + ")"};

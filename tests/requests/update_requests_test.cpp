@@ -16,6 +16,7 @@ constexpr const char* kNames[] = {"Language", "Theme"};
 constexpr UpdateHandlerEntry kRows[] = {{"00002", 1, 2, kNames, updateHandler},
                                         {"00003", 5, 1, kNames, otherUpdateHandler}};
 
+// NOLINTBEGIN(cert-err58-cpp): without memory for them the test fails, as it should
 const std::string kId = kInstance;
 const std::string kInputCall = "osselHashGetAll(ctx, \"Request:1\")";
 const std::string kHandlerCall = "handler(\"" + kId + "\")";
@@ -27,6 +28,7 @@ const std::string kEventCall =
     "osselCreateEventObject(ctx, \"Zolan Event\", 0, [{eventType=ResourceUpdated, kind=MESSAGE, "
     "message=Resource updated, messageId=Orvane.1.0.Msg000, arguments=[WebGUI00], origin=" +
     kId + "}], 1)";
+// NOLINTEND(cert-err58-cpp)
 
 class UpdateObject : public RequestTest {
 protected:

@@ -172,10 +172,12 @@ TEST_F(InputData, KeepsValuesOf1023Characters) {
 
 TEST_F(InputData, NarrowsTheCountTo8BitsForTheNamesAlone) {
     std::vector<std::string> texts;
+    texts.reserve(258);
     for (int i = 0; i < 258; ++i) {
         texts.push_back("N" + std::to_string(i));
     }
     std::vector<const char*> names;
+    names.reserve(texts.size());
     for (const std::string& text : texts) {
         names.push_back(text.c_str());
     }

@@ -10,10 +10,10 @@ namespace {
 using namespace store_test;
 using doubles::context;
 using testing::ElementsAre;
-using testing::ElementsAreArray;
 using testing::IsEmpty;
 using testing::Pair;
 
+// NOLINTNEXTLINE(cert-err58-cpp): without memory for it the test fails, as it should
 const std::string kTemporary = doubles::uuid(1);
 
 class CreateInstance : public StoreTest {

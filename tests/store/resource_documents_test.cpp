@@ -28,7 +28,7 @@ protected:
         allocateResourceDocuments();
         nameResourceDocuments();
     }
-    std::string fill() {
+    static std::string fill() {
         std::string uuid;
         EXPECT_EQ(WebGUIPlugin_FillDocument(context(), &uuid, 7), 1);
         return uuid;
