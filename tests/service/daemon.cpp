@@ -110,8 +110,8 @@ Lines callsBeforeMain() {
 
 Lines callsOfLookup() {
     return {"fopen(\"/var/database/CoolingUnitManagingMode.txt\", \"r\")",
-            "olGetSchemaTypeIdByField(\"OsselSchemaInstances\", \"title\", "
-            "\"#OrvaneWebGUI.1.0.0.WebGUI\")",
+            ("olGetSchemaTypeIdByField(\"OsselSchemaInstances\", \"title\", "
+             "\"#OrvaneWebGUI.1.0.0.WebGUI\")"),
             "olObjGetProperty(\"schema-type\", \"instanceCollection\")",
             readField("schema-type", "definitions"),
             readField("definitions", "WebGUI"),
