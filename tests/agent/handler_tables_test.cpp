@@ -15,7 +15,6 @@ using agent_test::alertCheckThen;
 using agent_test::Calls;
 using agent_test::kCountThemes;
 using agent_test::kPause;
-using agent_test::kReadTheme;
 using agent_test::updateCall;
 using testing::ElementsAre;
 using testing::ElementsAreArray;

@@ -12,6 +12,8 @@ namespace service_test {
 
 namespace {
 
+constexpr char kReadRow[] = "query_database_dat_with_condition(\"webgui_tbl\", "
+                            "\"where Name is 'Zolan CMS Web GUI Settings'\")";
 constexpr char kTree[] = "80000000-0000-0000-0000-00800000000";
 
 Lines linesOf(const std::string& text) {
@@ -134,8 +136,7 @@ Lines callsOfRegistration() {
 Lines callsOfInit() {
     return {
         "open_database(\"/var/database/webgui.db\", 2)",
-        "query_database_dat_with_condition(\"webgui_tbl\", \"where Name is 'Zolan CMS Web GUI "
-        "Settings'\")",
+        kReadRow,
         "usleep(200000)",
         "free_sql_tbl()",
         "xset_env_init()",

@@ -127,6 +127,7 @@ template <typename Write>
 void writeFromManyThreads(Write write) {
     std::atomic<int> waiting = kThreads;
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int thread = 0; thread < kThreads; ++thread) {
         threads.emplace_back([&waiting, write, thread] {
             --waiting;
