@@ -32,7 +32,7 @@ protected:
 };
 
 TEST_F(Connection, SendsWordsAsTheyAre) {
-    const std::string odd("a b\"c'\r\n\0%s", 12);
+    const std::string odd("a b\"c'\r\n\0%s", 11);
     EXPECT_EQ(store.command({"SET", odd, odd}).text, "OK");
     EXPECT_EQ(store.command({"GET", odd}).text, odd);
 }

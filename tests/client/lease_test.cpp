@@ -99,6 +99,7 @@ TEST_F(Leases, HaveOneHolderAtATime) {
     std::atomic<int> holders{0};
     std::atomic<int> most{0};
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([&] {
             client::StoreConnection own(client::parseAddress(server.address()));

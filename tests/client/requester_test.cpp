@@ -10,7 +10,6 @@ namespace {
 using client::Answer;
 using std::chrono::milliseconds;
 using testing::ElementsAre;
-using testing::HasSubstr;
 
 class Requests : public testing::Test {
 protected:

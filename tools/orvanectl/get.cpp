@@ -16,6 +16,18 @@ bool isReadable(const client::Setting& setting) {
     return setting.name != client::kUserField;
 }
 
+[[noreturn]] void refuse(const std::string& name) {
+    std::string known;
+    for (const client::Setting& each : client::settings()) {
+        if (isReadable(each)) {
+            known += known.empty() ? "" : ", ";
+            known += each.name;
+        }
+    }
+    throw client::InvalidArgument("there is no setting \"" + name + "\" to be read; there are " +
+                                  known);
+}
+
 struct GetOptions {
     std::vector<std::string> names;
     unsigned int repeat = 0;
@@ -41,7 +53,9 @@ int measure(const Context& context, unsigned int count) {
         client::Answer answer = webGui.read();
         if (!answer.isSuccess()) {
             std::string which = "read ";
-            which += std::to_string(i + 1) + " of " + std::to_string(count);
+            which += std::to_string(i + 1);
+            which += " of ";
+            which += std::to_string(count);
             throw client::AnsweredOtherwise(which, std::move(answer));
         }
         times.push_back(answer.latency.count());
@@ -72,17 +86,9 @@ int get(const Context& context, const GetOptions& options) {
 void checkReadable(const std::vector<std::string>& names) {
     for (const std::string& name : names) {
         const client::Setting* const setting = client::findSetting(name);
-        if (setting != nullptr && isReadable(*setting)) {
-            continue;
+        if (setting == nullptr || !isReadable(*setting)) {
+            refuse(name);
         }
-        std::string known;
-        for (const client::Setting& each : client::settings()) {
-            if (isReadable(each)) {
-                known += (known.empty() ? "" : ", ") + std::string(each.name);
-            }
-        }
-        throw client::InvalidArgument("there is no setting \"" + name +
-                                      "\" to be read; there are " + known);
     }
 }
 

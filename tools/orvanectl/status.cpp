@@ -12,7 +12,7 @@ namespace {
 // Collects the steps, for both forms of output.
 class Report {
 public:
-    Report() = default;
+    Report() : json_(nlohmann::ordered_json::object()) {}
     Report(const Report&) = delete;
     Report& operator=(const Report&) = delete;
 

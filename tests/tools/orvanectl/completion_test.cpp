@@ -37,6 +37,16 @@ TEST(Completion, RegistersItself) {
     EXPECT_EQ(finished.output, "complete -F _orvanectl orvanectl\n");
 }
 
+TEST(Completion, IsInstalledUnderTheNameOfTheProgramWhereBashLooks) {
+    const TemporaryFolder folder;
+    const Finished finished = run({"cmake", "-DCMAKE_INSTALL_PREFIX=" + folder.path().string(),
+                                   "-P", ORVANECTL_INSTALL_SCRIPT});
+    EXPECT_EQ(finished.status, 0) << finished.error;
+    EXPECT_EQ(readFile(folder.file("share/bash-completion/completions/orvanectl")),
+              readFile(ORVANECTL_COMPLETION));
+    EXPECT_TRUE(std::filesystem::exists(folder.file("bin/orvanectl")));
+}
+
 TEST(Completion, OffersTheCommands) {
     EXPECT_THAT(complete({""}),
                 UnorderedElementsAreArray(
