@@ -4,6 +4,7 @@
 #include "agent/webgui_agent.h"
 #include "log_line.h"
 
+#include <exception>
 #include <stdexcept>
 #include <utility>
 
@@ -16,10 +17,15 @@ const std::string* collectedValue() {
     return G_QueryResult.values.empty() ? nullptr : &G_QueryResult.values.begin()->second;
 }
 
-// A count that is no number throws, out of the noexcept setter: the process ends.
-bool hasThemeRow() {
+// A count that is no number ends the process. Meant to be inside a handler: only there does
+// std::terminate say which exception it was, however the compiler has inlined what threw it.
+bool hasThemeRow() noexcept {
     const std::string* count = collectedValue();
-    return count != nullptr && std::stoul(*count) > 0;
+    try {
+        return count != nullptr && std::stoul(*count) > 0;
+    } catch (...) {
+        std::terminate();
+    }
 }
 
 } // namespace
