@@ -1,0 +1,135 @@
+// See devices.h. The devices' own behaviour is tested with their libraries.
+#include "end_to_end/devices.h"
+
+#include "support/wait_until.h"
+
+#include <X11/Xlib.h>
+#include <X11/extensions/scrnsaver.h>
+#include <regex>
+#include <sstream>
+
+namespace test {
+
+namespace {
+
+// What mbpoll is told of the register; docs/devices.md has the unit's map.
+constexpr const char* kStation = "1";
+constexpr const char* kScaleRegister = "101"; // counted from 1
+
+std::string firstGroup(const std::string& text, const std::regex& pattern) {
+    std::smatch match;
+    return std::regex_search(text, match, pattern) ? match[1].str() : "nothing in: " + text;
+}
+
+} // namespace
+
+void EndToEndWithDevices::SetUp() {
+    makeBacklight();
+    startXServer();
+    startCoolingUnit();
+    startDaemon();
+}
+
+void EndToEndWithDevices::makeBacklight() {
+    const std::string directory = folder().file("backlight");
+    std::filesystem::create_directory(directory);
+    writeFile(directory + "/max_brightness", std::to_string(7 * kStepsPerLevel) + "\n");
+    writeFile(directory + "/brightness", "0\n");
+    environment()["LCD_BACKLIGHT"] = directory;
+}
+
+// In a view of its own, so that neither its lock nor its socket lies in the machine's /tmp;
+// clients find it by its abstract socket. Without -noreset it would forget its screen saver's
+// settings whenever its last client leaves.
+void EndToEndWithDevices::startXServer() {
+    const std::string number = folder().file("display");
+    xServer_ = std::make_unique<ChildProcess>(
+        std::vector<std::string>{
+            ORVANE_PRIVATE_VIEW, "--bind", folder().path(), folder().file("x-view"), "--", "sh",
+            "-c", "exec Xvfb -displayfd 3 -screen 0 320x240x24 -noreset -nolisten tcp 3>\"$0\"",
+            number},
+        std::map<std::string, std::string>{}, folder().file("x.log"), folder().file("x.log"));
+    ASSERT_TRUE(waitUntil([&] { return readFile(number).find('\n') != std::string::npos; }))
+        << readFile(folder().file("x.log"));
+    const std::string text = readFile(number);
+    display_ = ":" + text.substr(0, text.find('\n'));
+    environment()["DISPLAY"] = display_;
+}
+
+void EndToEndWithDevices::startCoolingUnit() {
+    coolingUnit_ = std::make_unique<ChildProcess>(
+        std::vector<std::string>{ORVANE_COOLING_UNIT, "--listen", "127.0.0.1:0", "--state",
+                                 folder().file("cooling-unit")},
+        std::map<std::string, std::string>{}, folder().file("unit.log"), folder().file("unit.err"));
+    const std::regex address("127\\.0\\.0\\.1:([0-9]+)");
+    ASSERT_TRUE(waitUntil([&] {
+        return std::regex_search(readFile(folder().file("unit.log")), address);
+    })) << readFile(folder().file("unit.err"));
+    port_ = firstGroup(readFile(folder().file("unit.log")), address);
+    environment()["COOLING_UNIT"] = "127.0.0.1:" + port_;
+}
+
+std::string EndToEndWithDevices::backlight() const {
+    std::istringstream text(readFile(folder().path() / "backlight" / "brightness"));
+    std::string number;
+    text >> number;
+    return number;
+}
+
+Finished EndToEndWithDevices::xset(const std::vector<std::string>& arguments) const {
+    std::vector<std::string> words{"xset"};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    return run(words, {{"DISPLAY", display_}});
+}
+
+std::string EndToEndWithDevices::blankTimeOut() const {
+    return firstGroup(xset({"q"}).output, std::regex("timeout: +([0-9]+)"));
+}
+
+bool EndToEndWithDevices::isBlank() const {
+    const std::unique_ptr<Display, int (*)(Display*)> display(XOpenDisplay(display_.c_str()),
+                                                              XCloseDisplay);
+    const std::unique_ptr<XScreenSaverInfo, int (*)(void*)> info(XScreenSaverAllocInfo(), XFree);
+    if (!display ||
+        XScreenSaverQueryInfo(display.get(), DefaultRootWindow(display.get()), info.get()) == 0) {
+        ADD_FAILURE() << "the X server does not tell the state of its screen saver";
+        return false;
+    }
+    return info->state == ScreenSaverOn;
+}
+
+void EndToEndWithDevices::loseThePanelsState() const {
+    writeFile(folder().path() / "backlight" / "brightness", "0\n");
+    EXPECT_EQ(xset({"s", "600"}).status, 0);
+    ASSERT_EQ(blankTimeOut(), "600");
+}
+
+// One register, once, over TCP.
+Finished EndToEndWithDevices::mbpoll(const std::vector<std::string>& arguments) const {
+    std::vector<std::string> words{"mbpoll", "-m",           "tcp", "-p", port_, "-a", kStation,
+                                   "-r",     kScaleRegister, "-t",  "4",  "-1",  "-q", "127.0.0.1"};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    return run(words);
+}
+
+std::string EndToEndWithDevices::temperatureScale() const {
+    return firstGroup(mbpoll({}).output, std::regex("\\[[0-9]+\\]:\\s+([0-9]+)"));
+}
+
+void EndToEndWithDevices::setTemperatureScale(const std::string& scale) const {
+    const Finished finished = mbpoll({"--", scale});
+    EXPECT_EQ(finished.status, 0) << finished.output << finished.error;
+    ASSERT_EQ(temperatureScale(), scale);
+}
+
+int EndToEndWithDevices::eventCount() {
+    return std::stoi(redis().command({"XLEN", "Events:Zolan Event"}));
+}
+
+std::string EndToEndWithDevices::lastEvent() {
+    const std::string entry =
+        redis().command({"XREVRANGE", "Events:Zolan Event", "+", "-", "COUNT", "1"});
+    return entry.substr(entry.find(' ') + 1);
+}
+
+} // namespace test

@@ -1,0 +1,48 @@
+// The daemon with devices below it: a backlight laid out like sysfs, an X server and a cooling
+// unit, each read back with a client that is not ours.
+#pragma once
+
+#include "end_to_end/end_to_end.h"
+
+#include <memory>
+#include <string>
+
+namespace test {
+
+class EndToEndWithDevices : public EndToEnd {
+protected:
+    // Starts the devices and then the daemon.
+    void SetUp() override;
+
+    // Content of the backlight's file; a level is this many steps.
+    static constexpr int kStepsPerLevel = 100;
+    std::string backlight() const;
+
+    // Idle time of the X server's screen saver, as xset shows it.
+    std::string blankTimeOut() const;
+    bool isBlank() const;
+    // As if the panel had been without power.
+    void loseThePanelsState() const;
+
+    // The cooling unit's register as mbpoll reads it: "0" or "1".
+    std::string temperatureScale() const;
+    void setTemperatureScale(const std::string& scale) const;
+
+    // The event stream: its length, and the fields of its last entry, name and value in turn.
+    int eventCount();
+    std::string lastEvent();
+
+private:
+    void makeBacklight();
+    void startXServer();
+    void startCoolingUnit();
+    Finished xset(const std::vector<std::string>& arguments) const;
+    Finished mbpoll(const std::vector<std::string>& arguments) const;
+
+    std::unique_ptr<ChildProcess> xServer_;
+    std::unique_ptr<ChildProcess> coolingUnit_;
+    std::string display_;
+    std::string port_;
+};
+
+} // namespace test

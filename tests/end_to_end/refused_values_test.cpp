@@ -1,0 +1,133 @@
+// Values that the daemon refuses, and properties that a request leaves out: no such request
+// fails, and what is written all the same is as much fixed as what is not.
+#include "end_to_end/devices.h"
+
+namespace {
+
+using test::kWebGui;
+
+class RefusedValues : public test::EndToEndWithDevices {
+protected:
+    // All properties of "00003", the given ones changed.
+    std::string request(const std::map<std::string, std::string>& changes) {
+        std::map<std::string, std::string> fields{{"ScreenBrightness", "5"},
+                                                  {"BacklightOff", "Never"},
+                                                  {"ActiveAlarmScreensaver", "Enabled"},
+                                                  {"InactivityTimer", "10 Minutes"},
+                                                  {"MeasurementSystem", "Metric"},
+                                                  {"DateFormat", "YYYY-MM-DD"},
+                                                  {"TimeFormat", "24 Hours"},
+                                                  {"RoomAverage", "false"},
+                                                  {"HiLoPeriod", "24 Hours"},
+                                                  {"Theme", "dark"},
+                                                  {"EventUserName", ""}};
+        for (const auto& [name, value] : changes) {
+            fields[name] = value;
+        }
+        return requestObject({fields.begin(), fields.end()});
+    }
+
+    bool hasPrinted(const std::string& line) const {
+        return output().find(line + "\n") != std::string::npos;
+    }
+};
+
+TEST_F(RefusedValues, ABrightnessOutOfRangeReachesTheInstanceAlone) {
+    for (const std::string level : {"9", "0", "8", "-1"}) {
+        EXPECT_EQ(ask("00003", request({{"ScreenBrightness", level}, {"HiLoPeriod", level}})),
+                  (test::Answer{"Success", {}}));
+        EXPECT_TRUE(
+            hasPrinted("[setScreenBrightness]: Incorrect screen brightness(" + level + ")."));
+        EXPECT_EQ(field(kWebGui, "ScreenBrightness"), level);
+        EXPECT_EQ(setting("Brightness"), "5");
+        EXPECT_EQ(backlight(), std::to_string(5 * kStepsPerLevel));
+        EXPECT_EQ(setting("HiLoPeriod"), level) << "the other values are taken";
+    }
+}
+
+TEST_F(RefusedValues, AnUnknownThemeReachesTheInstanceAlone) {
+    EXPECT_EQ(ask("00003", request({{"Theme", "Dark"}})), (test::Answer{"Success", {}}));
+    EXPECT_TRUE(hasPrinted("[setTheme]: Invalided Theme value (Dark) "));
+    EXPECT_EQ(field(kWebGui, "Theme"), "Dark");
+    EXPECT_EQ(storedTheme(), "dark");
+}
+
+TEST_F(RefusedValues, AnUnknownBacklightChoiceIsStoredButNotApplied) {
+    EXPECT_EQ(ask("00003", request({{"BacklightOff", "Off After 1 Minute"}})).messageId, "Success");
+    EXPECT_EQ(ask("00003", request({{"BacklightOff", "never"}})), (test::Answer{"Success", {}}));
+    EXPECT_TRUE(hasPrinted("[setBacklightOff]: Failed to call setLCDBacklightOff()."));
+    EXPECT_EQ(field(kWebGui, "BacklightOff"), "never");
+    EXPECT_EQ(setting("BacklightOff"), "never");
+    EXPECT_EQ(blankTimeOut(), "60");
+}
+
+TEST_F(RefusedValues, AScaleInLowerCaseIsStoredAndCountsAsMetric) {
+    EXPECT_EQ(ask("00003", request({{"MeasurementSystem", "Imperial"}})).messageId, "Success");
+    ASSERT_EQ(temperatureScale(), "0");
+    EXPECT_EQ(ask("00003", request({{"MeasurementSystem", "imperial"}})).messageId, "Success");
+    EXPECT_EQ(temperatureScale(), "1");
+    EXPECT_EQ(setting("Measurement"), "imperial");
+}
+
+TEST_F(RefusedValues, ATextThatIsNoFlagCountsAsFalseAndStaysInTheInstance) {
+    EXPECT_EQ(ask("00003", request({{"RoomAverage", "TRUEst"}})).messageId, "Success");
+    EXPECT_EQ(setting("RoomAverage"), "true");
+    EXPECT_EQ(ask("00003", request({{"RoomAverage", "1"}})).messageId, "Success");
+    EXPECT_EQ(setting("RoomAverage"), "false");
+    EXPECT_EQ(field(kWebGui, "RoomAverage"), "1");
+}
+
+TEST_F(RefusedValues, PropertiesThatARequestLeavesOutBecomeEmpty) {
+    EXPECT_EQ(ask("00003", requestObject({{"ScreenBrightness", "6"}})),
+              (test::Answer{"Success", {}}));
+    for (const char* column : {"BacklightOff", "Screensaver", "Timer", "Measurement", "DateFormat",
+                               "TimeFormat", "HiLoPeriod"}) {
+        EXPECT_EQ(setting(column), "") << column;
+    }
+    for (const char* property :
+         {"BacklightOff", "ActiveAlarmScreensaver", "InactivityTimer", "MeasurementSystem",
+          "DateFormat", "TimeFormat", "HiLoPeriod", "RoomAverage", "Theme", "EventUserName"}) {
+        EXPECT_EQ(field(kWebGui, property), "") << property;
+    }
+    EXPECT_EQ(setting("RoomAverage"), "false");
+    EXPECT_EQ(setting("Brightness"), "6");
+    EXPECT_EQ(storedTheme(), "dark");
+    EXPECT_TRUE(hasPrinted("[setTheme]: Invalided Theme value () "));
+    EXPECT_TRUE(hasPrinted("[setBacklightOff]: Failed to call setLCDBacklightOff()."));
+}
+
+TEST_F(RefusedValues, AMissingBrightnessIsZeroAndRefused) {
+    EXPECT_EQ(ask("00003", requestObject({{"BacklightOff", "Never"}})).messageId, "Success");
+    EXPECT_TRUE(hasPrinted("[setScreenBrightness]: Incorrect screen brightness(0)."));
+    EXPECT_EQ(setting("Brightness"), "5");
+    EXPECT_EQ(field(kWebGui, "ScreenBrightness"), "");
+}
+
+TEST_F(RefusedValues, WhileAnAlertIsShownABacklightChoiceIsStoredButNotApplied) {
+    sql("UPDATE webgui_tbl SET HasAlert = 'YES'");
+    EXPECT_EQ(ask("00003", request({{"BacklightOff", "Off After 5 Minutes"}})).messageId,
+              "Success");
+    EXPECT_EQ(setting("BacklightOff"), "Off After 5 Minutes");
+    EXPECT_EQ(blankTimeOut(), "0");
+    EXPECT_EQ(setting("HasAlert"), "YES");
+}
+
+// The row cannot be written, so the request fails: what has acted stays, the instance keeps
+// its old values, and nothing is announced.
+TEST_F(RefusedValues, ADatabaseThatTakesNoRowFailsTheRequestAfterTheDevicesHaveActed) {
+    sql("CREATE TRIGGER refuse BEFORE UPDATE ON webgui_tbl BEGIN SELECT RAISE(ABORT, 'no'); END");
+    EXPECT_EQ(ask("00003", request({{"ScreenBrightness", "2"}, {"Theme", "light"}})),
+              (test::Answer{"InternalError", {}}));
+    EXPECT_TRUE(hasPrinted("[updateData]: Failed to call update_database_table_with_condition()."));
+    EXPECT_TRUE(
+        hasPrinted("[OrvaneWebGUI_Agent_UPDATE_00003]: Failed to call WebGUIAgent.updateData()."));
+    EXPECT_TRUE(hasPrinted("[update]: Failed to call fnAgentUpdate()."));
+    EXPECT_EQ(backlight(), std::to_string(2 * kStepsPerLevel));
+    EXPECT_EQ(storedTheme(), "light");
+    EXPECT_EQ(setting("Brightness"), "5");
+    EXPECT_EQ(field(kWebGui, "ScreenBrightness"), "5");
+    EXPECT_EQ(field(kWebGui, "Theme"), "dark");
+    EXPECT_EQ(eventCount(), 0);
+}
+
+} // namespace
