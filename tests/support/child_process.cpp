@@ -43,6 +43,7 @@ ChildProcess::ChildProcess(const std::vector<std::string>& command,
                            const std::string& outputFile, const std::string& errorFile) {
     std::vector<std::string> words = command;
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (std::string& word : words) {
         arguments.push_back(word.data());
     }
