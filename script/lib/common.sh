@@ -4,8 +4,9 @@
 
 ORVANE_ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd -P)
 ORVANE_SCRIPT=$(basename "$0")
-# mount and chroot lie here, and an ordinary user's PATH seldom names it.
-PATH=$PATH:/usr/sbin:/sbin
+# mount and chroot lie in sbin, which an ordinary user's PATH seldom names; redis-server is put
+# into /usr/local/bin, which a bare environment's does not.
+PATH=$PATH:/usr/local/bin:/usr/sbin:/sbin
 
 say() {
     printf '%s: %s\n' "$ORVANE_SCRIPT" "$*"
