@@ -56,6 +56,21 @@ void EndToEnd::startDaemon() {
     launchDaemon();
     waitUntil([this] { return hasMarker() || !daemon_->isRunning(); });
     ASSERT_TRUE(hasMarker() && daemon_->isRunning()) << output() << errors();
+    waitUntilStoppable();
+}
+
+// The kernel shows the signals that the main thread has blocked, as hexadecimal digits.
+void EndToEnd::waitUntilStoppable() {
+    const std::string status = "/proc/" + std::to_string(daemon_->pid()) + "/status";
+    const auto blocks = [&status] {
+        const std::string text = readFile(status);
+        const std::string name = "SigBlk:\t";
+        const std::size_t at = text.find(name);
+        return at != std::string::npos &&
+               ((std::stoull(text.substr(at + name.size(), 16), nullptr, 16) >> (SIGTERM - 1)) &
+                1U) != 0;
+    };
+    ASSERT_TRUE(waitUntil(blocks)) << output() << errors();
 }
 
 std::optional<int> EndToEnd::stopDaemon() {

@@ -38,7 +38,8 @@ protected:
 
     // The daemon.
     void launchDaemon();             // started, no more
-    void startDaemon();              // up: its run marker is there
+    void startDaemon();              // up: its run marker is there, and it can be stopped
+    void waitUntilStoppable();       // a moment after the marker: SIGTERM is taken in order
     std::optional<int> stopDaemon(); // SIGTERM; its exit status
     ChildProcess& daemon() { return *daemon_; }
     std::string output() const { return readFile(folder_.file("daemon.out")); }

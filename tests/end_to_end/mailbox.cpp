@@ -3,6 +3,7 @@
 
 #include <hiredis/hiredis.h>
 #include <nlohmann/json.hpp>
+#include <ostream>
 #include <poll.h>
 #include <stdexcept>
 #include <string_view>
@@ -22,6 +23,13 @@ std::string textOf(const redisReply* reply) {
 }
 
 } // namespace
+
+void PrintTo(const Answer& answer, std::ostream* out) {
+    *out << '"' << answer.messageId << '"';
+    for (const std::string& argument : answer.arguments) {
+        *out << " \"" << argument << '"';
+    }
+}
 
 void Mailbox::Disconnect::operator()(redisContext* context) const {
     redisFree(context);

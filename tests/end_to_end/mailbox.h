@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <functional>
+#include <iosfwd>
 #include <map>
 #include <memory>
 #include <string>
@@ -21,6 +22,9 @@ struct Answer {
 
     bool operator==(const Answer&) const = default;
 };
+
+// How a failed comparison shows it.
+void PrintTo(const Answer& answer, std::ostream* out);
 
 // Subscribed to its reply channels when the constructor returns. Not for two threads at once.
 class Mailbox {

@@ -57,6 +57,7 @@ TEST_F(StartAndStop, AMarkerOfAnEarlierRunIsEmptied) {
     launchDaemon();
     EXPECT_TRUE(
         waitUntil([this] { return std::filesystem::file_size(temporary("run/Stidre.run")) == 0; }));
+    waitUntilStoppable();
 }
 
 TEST_F(StartAndStop, FiveInstancesStandInTheStore) {
@@ -218,8 +219,11 @@ TEST_F(StartAndStop, ADefinitionWithoutAnActionEndsTheDaemon) {
     EXPECT_FALSE(exists(kWebGui));
 }
 
+// The first answer shows that the worker has its connection: without one from the start it
+// would be gone for good.
 TEST_F(StartAndStop, RequestsAreServedAgainAfterTheStoreWasAway) {
     startDaemon();
+    ASSERT_EQ(orvanectl({"request", "00001", kWebGui}).status, 0);
     redis().stop();
     redis().start();
     ASSERT_TRUE(waitUntil([this] {
