@@ -42,8 +42,5 @@ void action(redisContext* context, ActionHandlerEntry row, std::string objectKey
             std::string replyChannel, InstanceKeySet keys) {
     ReturnMessage answer = kSuccessTemplate;
     perform(context, row, objectKey, keys, &answer);
-    if (sendReturnMsg(context, replyChannel, answer) != 0) {
-        logLine("action", "Failed to call sendReturnMsg().");
-    }
-    freeReturnMessage(&answer);
+    answerRequest("action", context, replyChannel, &answer);
 }

@@ -42,8 +42,5 @@ void create(redisContext* context, UpdateHandlerEntry row, std::string objectKey
             InstanceKeySet keys) {
     ReturnMessage answer = kSuccessTemplate;
     makeInstance(context, row, objectKey, instanceCollectionKey, &keys, &answer);
-    if (sendReturnMsg(context, replyChannel, answer) != 0) {
-        logLine("create", "Failed to call sendReturnMsg().");
-    }
-    freeReturnMessage(&answer);
+    answerRequest("create", context, replyChannel, &answer);
 }

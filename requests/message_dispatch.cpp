@@ -26,10 +26,7 @@ void createObjectOrActionObject(redisContext* context, std::string messageId, st
     if (std::strcmp(answer.messageId, kSuccessTemplate.messageId) == 0) {
         return; // the request has been answered, and this record owns nothing
     }
-    if (sendReturnMsg(context, replyChannel, answer) != 0) {
-        logLine("createObjectOrActionObject", "Failed to call sendReturnMsg().");
-    }
-    freeReturnMessage(&answer);
+    answerRequest("createObjectOrActionObject", context, replyChannel, &answer);
 }
 
 void actionObject(redisContext* context, std::string, std::string objectKey,

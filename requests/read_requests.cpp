@@ -41,10 +41,7 @@ void readObject(redisContext* context, std::string messageId, std::string object
     }
     ReturnMessage answer = kInternalErrorTemplate;
     setReturnMessage(&answer, "ActionNotSupported", 1, messageId.c_str());
-    if (sendReturnMsg(context, replyChannel, answer) != 0) {
-        logLine("readObject", "Failed to call sendReturnMsg().");
-    }
-    freeReturnMessage(&answer);
+    answerRequest("readObject", context, replyChannel, &answer);
 }
 
 void read(redisContext* context, ReadHandlerEntry row, std::string objectKey,
@@ -55,8 +52,5 @@ void read(redisContext* context, ReadHandlerEntry row, std::string objectKey,
     } else {
         setReturnMessage(&answer, "InvalidObject", 1, objectKey.c_str());
     }
-    if (sendReturnMsg(context, replyChannel, answer) != 0) {
-        logLine("read", "Failed to call sendReturnMsg().");
-    }
-    freeReturnMessage(&answer);
+    answerRequest("read", context, replyChannel, &answer);
 }

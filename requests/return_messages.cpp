@@ -102,6 +102,14 @@ int sendReturnMsg(redisContext* context, std::string replyChannel, ReturnMessage
     return code;
 }
 
+void answerRequest(std::string_view function, redisContext* context,
+                   const std::string& replyChannel, ReturnMessage* answer) {
+    if (sendReturnMsg(context, replyChannel, *answer) != 0) {
+        logLine(function, "Failed to call sendReturnMsg().");
+    }
+    freeReturnMessage(answer);
+}
+
 int handleActionRespData(redisContext* context, std::string hashKey, std::string newObjectId) {
     FieldValuePair pair{};
     if (!newObjectId.empty()) {

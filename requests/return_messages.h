@@ -6,6 +6,7 @@
 #include "records.h"
 
 #include <string>
+#include <string_view>
 
 // The two records that an answer starts from; copied whole.
 extern const ReturnMessage kSuccessTemplate;
@@ -27,6 +28,11 @@ void freeReturnMessage(ReturnMessage* record);
 //   record   the caller still owns its arguments
 //   result   0 done; otherwise the code of the store call that failed, which is logged
 int sendReturnMsg(redisContext* context, std::string replyChannel, ReturnMessage record);
+
+// The end of a request: sends the answer and frees its arguments, whether or not that worked.
+// A failure is logged in the name of `function`, which is the one that answers.
+void answerRequest(std::string_view function, redisContext* context,
+                   const std::string& replyChannel, ReturnMessage* answer);
 
 // Writes the response data of an action into the hash of its request: "NewObjID" when the
 // action made an object, otherwise "HasRespData" with "No".

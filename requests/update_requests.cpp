@@ -60,8 +60,5 @@ void update(redisContext* context, UpdateHandlerEntry row, std::string objectKey
             std::string replyChannel, InstanceKeySet keys) {
     ReturnMessage answer = kSuccessTemplate;
     apply(context, row, objectKey, keys, &answer);
-    if (sendReturnMsg(context, replyChannel, answer) != 0) {
-        logLine("update", "Failed to call sendReturnMsg().");
-    }
-    freeReturnMessage(&answer);
+    answerRequest("update", context, replyChannel, &answer);
 }

@@ -23,10 +23,7 @@ void refuse(const std::string& msgId, const std::string& replyChannel) {
     ReturnMessage answer = kSuccessTemplate;
     logLine(kName, "The msgId is invalid: ", msgId, ".");
     setReturnMessage(&answer, "ActionNotSupported", 1, msgId.c_str());
-    if (sendReturnMsg(G_Plugin.m_redis, replyChannel, answer) != 0) {
-        logLine(kName, "Failed to call sendReturnMsg().");
-    }
-    freeReturnMessage(&answer);
+    answerRequest(kName, G_Plugin.m_redis, replyChannel, &answer);
 }
 
 } // namespace
