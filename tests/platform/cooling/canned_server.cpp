@@ -93,7 +93,9 @@ FullListener::FullListener() : listener_(listenOnLoopback(0)) {
     sockaddr_in address = ownAddress(listener_);
     for (int i = 0; i < 8; ++i) {
         const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-        ::connect(socket, reinterpret_cast<sockaddr*>(&address), sizeof(address));
+        // It is in progress, or it finds the queue full: either fills what is left.
+        static_cast<void>(
+            ::connect(socket, reinterpret_cast<sockaddr*>(&address), sizeof(address)));
         waiting_.push_back(socket);
     }
 }

@@ -19,7 +19,6 @@ namespace {
 
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
-using testing::AllOf;
 using testing::HasSubstr;
 
 // Connecting and being answered takes 250 ms at the most, and a kept connection that gives
