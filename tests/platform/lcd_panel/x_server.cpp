@@ -9,18 +9,29 @@
 #include <regex>
 #include <sstream>
 #include <stdexcept>
+#include <unistd.h>
 
 namespace test {
 
-XServer::XServer() {
-    launch({});
-    waitUntil([this] { return readFile(folder_.file("display")).ends_with('\n'); });
-    std::string number = readFile(folder_.file("display"));
-    if (number.empty()) {
+namespace {
+
+// A display of this process's own, far above the lowest free one, which a server of another test
+// would take while ours is down.
+std::string ownDisplay() {
+    static int servers = 0;
+    constexpr int kFirst = 100;
+    constexpr int kNumbers = 50000;
+    constexpr int kServersPerProcess = 4;
+    return ":" + std::to_string(kFirst + (::getpid() * kServersPerProcess + servers++) % kNumbers);
+}
+
+} // namespace
+
+XServer::XServer() : display_(ownDisplay()) {
+    start();
+    if (readFile(folder_.file("display")).empty()) {
         throw std::runtime_error("no X server: " + readFile(folder_.file("log")));
     }
-    number.pop_back();
-    display_ = ":" + number;
 }
 
 XServer::~XServer() {
@@ -34,19 +45,12 @@ std::string XServer::socketPath() const {
 }
 
 // Without -noreset the server would forget its screen saver whenever its last client leaves.
-void XServer::launch(const std::string& display) {
-    std::vector<std::string> command{"Xvfb",     "-displayfd", "1", "-nolisten", "tcp",
-                                     "-noreset", "-screen",    "0", "64x64x24"};
-    if (!display.empty()) {
-        command.insert(command.begin() + 1, display);
-    }
+void XServer::start() {
+    const std::vector<std::string> command{"Xvfb", display_,   "-displayfd", "1", "-nolisten",
+                                           "tcp",  "-noreset", "-screen",    "0", "64x64x24"};
     std::filesystem::remove(folder_.file("display"));
     process_ = std::make_unique<ChildProcess>(command, std::map<std::string, std::string>{},
                                               folder_.file("display"), folder_.file("log"));
-}
-
-void XServer::start() {
-    launch(display_);
     waitUntil([this] { return readFile(folder_.file("display")).ends_with('\n'); });
 }
 

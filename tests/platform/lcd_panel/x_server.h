@@ -33,8 +33,6 @@ public:
     bool isDark() const;
 
 private:
-    void launch(const std::string& display);
-
     TemporaryFolder folder_;
     std::string display_;
     std::unique_ptr<ChildProcess> process_;
