@@ -1,6 +1,7 @@
 # Changes the daemon's sources one place at a time and reports the changes that no unit test
 # notices. This is the command line; script/mutate starts it and has the help text.
 import argparse
+import fcntl
 import fnmatch
 import functools
 import glob
@@ -96,13 +97,23 @@ def workshops(count, sanitized):
 
 def work(workshop, tasks, answers):
     signal.signal(signal.SIGINT, signal.SIG_IGN)
-    while (mutant := tasks.get()) is not None:
+    while (mutant := next_task(tasks)) is not None:
         start = time.monotonic()
         try:
             answer = workshop.attempt(mutant)
         except Exception as failure:  # the run goes on, and says so at its end
             answer = (FAILED, repr(failure))
         answers.put((mutant, *answer, time.monotonic() - start))
+
+
+def next_task(tasks):
+    """None when there is none, and when the process that hands them out has gone."""
+    while multiprocessing.parent_process().is_alive():
+        try:
+            return tasks.get(timeout=5)
+        except queue.Empty:
+            pass
+    return None
 
 
 def try_all(mutants, results, jobs, sanitized):
@@ -143,16 +154,27 @@ def next_answer(answers, workers):
 
 def survivors_of(mutants, results):
     """The mutants that have survived, and those that have not been tried."""
-    verdicts = [(m, results.verdict(m, fingerprint(m.file))) for m in mutants]
-    return [m for m, verdict in verdicts if verdict is None or verdict[0] == SURVIVED]
+    return [m for m in mutants if results.verdict(m, fingerprint(m.file)) in (None, SURVIVED)]
 
 
 # --- The whole ---
 
 
+def only_run():
+    """Two runs would work in the same copies; the lock ends with the process."""
+    folder = os.path.join(ROOT, "build", "mutate")
+    os.makedirs(folder, exist_ok=True)
+    lock = open(os.path.join(folder, "lock"), "w", encoding="utf-8")
+    try:
+        fcntl.flock(lock, fcntl.LOCK_EX | fcntl.LOCK_NB)
+    except OSError:
+        raise RuntimeError(f"another run is at work in {folder}") from None
+    return lock
+
+
 def verdicts_of(mutants, results, explanations):
     for mutant in mutants:
-        verdict, _ = results.verdict(mutant, fingerprint(mutant.file))
+        verdict = results.verdict(mutant, fingerprint(mutant.file))
         if verdict == SURVIVED and explanations.reason(mutant):
             explanations.use(mutant)
             verdict = EXPLAINED
@@ -182,8 +204,11 @@ def main():
             print(diff(mutant))
         say(f"{len(mutants)} mutants")
         return 0
+    lock = only_run()
     explanations = Explanations(os.path.join(ROOT, "tools", "mutate", "equivalent.tsv"))
-    results = Results(os.path.join(ROOT, "build", "mutate", "results.tsv"), options.resume)
+    results = Results(os.path.join(ROOT, "build", "mutate", "results.tsv"))
+    if not options.resume:
+        results.forget(mutants)
     waiting = survivors_of(mutants, results)
     say(f"{len(mutants)} mutants, {len(waiting)} to try")
     try_all(waiting, results, options.jobs, sanitized=False)
@@ -192,7 +217,9 @@ def main():
         say(f"{len(waiting)} to try with the sanitizers")
         try_all(waiting, results, options.jobs, sanitized=True)
     complete_files = set() if options.only else set(files)
-    return 0 if report(mutants, results, explanations, complete_files) else 1
+    enough = report(mutants, results, explanations, complete_files)
+    lock.close()
+    return 0 if enough else 1
 
 
 if __name__ == "__main__":

@@ -9,27 +9,34 @@ LEAST_KILLED = 97.0  # percent
 
 
 class Results:
-    """One line a mutant, appended as it comes:
+    """One line a mutant, appended as it comes; of two lines for one mutant the later one holds:
     verdict, id, fingerprint of its file, seconds, what the verdict rests on."""
 
-    def __init__(self, path, resume):
+    def __init__(self, path):
         self.path, self.known = path, {}
         os.makedirs(os.path.dirname(path), exist_ok=True)
-        if not resume:
-            open(path, "w", encoding="utf-8").close()
-        elif os.path.exists(path):
+        if os.path.exists(path):
             with open(path, encoding="utf-8") as stream:
                 for line in stream:
                     fields = line.rstrip("\n").split("\t")
                     if len(fields) == 5 and line.endswith("\n"):
-                        self.known[fields[1], fields[2]] = (fields[0], fields[4])
+                        self.known[fields[1], fields[2]] = fields
+
+    def forget(self, mutants):
+        """These are to be tried anew; the verdicts of others stay."""
+        ids = {mutant.id for mutant in mutants}
+        self.known = {key: fields for key, fields in self.known.items() if key[0] not in ids}
+        with open(self.path, "w", encoding="utf-8") as stream:
+            stream.writelines("\t".join(fields) + "\n" for fields in self.known.values())
 
     def verdict(self, mutant, fingerprint):
-        return self.known.get((mutant.id, fingerprint))
+        """None when it is not known."""
+        fields = self.known.get((mutant.id, fingerprint))
+        return fields and fields[0]
 
     def add(self, mutant, fingerprint, verdict, reason, seconds):
-        self.known[mutant.id, fingerprint] = (verdict, reason)
-        fields = (verdict, mutant.id, fingerprint, f"{seconds:.2f}", reason.replace("\t", " "))
+        fields = [verdict, mutant.id, fingerprint, f"{seconds:.2f}", reason.replace("\t", " ")]
+        self.known[mutant.id, fingerprint] = fields
         with open(self.path, "a", encoding="utf-8") as stream:
             stream.write("\t".join(fields) + "\n")
 

@@ -190,16 +190,27 @@ class Verdicts(TemporaryFolder):
     def test_are_taken_over_unless_their_file_has_changed(self):
         mutant = self.mutants("int a = 1;\n")[0]
         path = os.path.join(self.folder, "results.tsv")
-        Results(path, resume=False).add(mutant, "print", KILLED, "by a test", 1.5)
-        again = Results(path, resume=True)
-        self.assertEqual(again.verdict(mutant, "print"), (KILLED, "by a test"))
+        Results(path).add(mutant, "print", SURVIVED, "", 1.5)
+        Results(path).add(mutant, "print", KILLED, "by a test", 1.5)
+        again = Results(path)
+        self.assertEqual(again.verdict(mutant, "print"), KILLED)
         self.assertIsNone(again.verdict(mutant, "another print"))
-        self.assertIsNone(Results(path, resume=False).verdict(mutant, "print"))
+
+    def test_are_forgotten_for_the_mutants_that_are_tried_anew(self):
+        one, other = self.mutants("int a = 1;\n")
+        path = os.path.join(self.folder, "results.tsv")
+        results = Results(path)
+        results.add(one, "print", KILLED, "", 1.5)
+        results.add(other, "print", KILLED, "", 1.5)
+        results.forget([one])
+        for known in (results, Results(path)):
+            self.assertIsNone(known.verdict(one, "print"))
+            self.assertEqual(known.verdict(other, "print"), KILLED)
 
     def test_of_an_interrupted_write_are_not_taken_over(self):
         mutant = self.mutants("int a = 1;\n")[0]
         path = write(self.folder, "results.tsv", f"killed\t{mutant.id}\tprint\t1.50\tby a te")
-        self.assertIsNone(Results(path, resume=True).verdict(mutant, "print"))
+        self.assertIsNone(Results(path).verdict(mutant, "print"))
 
     def test_are_explained_wherever_the_line_has_moved(self):
         fields = ["sample.cpp", "a", "change-constant", "int a = 1;", "int a = 0;", "never read"]
