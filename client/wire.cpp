@@ -5,10 +5,10 @@
 #include "client/errors.h"
 
 #include <cerrno>
-#include <cstring>
 #include <hiredis/hiredis.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <system_error>
 
 namespace client {
 
@@ -79,7 +79,7 @@ void Wire::send(const Words& words, Deadline deadline) {
         if (count >= 0) {
             sent += static_cast<std::size_t>(count);
         } else if (errno != EAGAIN && errno != EINTR) {
-            fail("the connection was lost: " + std::string(std::strerror(errno)) + kAdvice);
+            fail("the connection was lost: " + std::generic_category().message(errno) + kAdvice);
         } else if (waitFor(context_->fd, POLLOUT, deadline, nullptr) == WaitResult::timedOut) {
             fail("it takes no command; is the server overloaded or stopped?");
         }

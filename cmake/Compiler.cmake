@@ -26,8 +26,9 @@ endif()
 include(CheckPIESupported)
 check_pie_supported(LANGUAGES CXX)
 
+# A sanitizer's report names functions and lines; more debug information would only cost time.
 if(ORVANE_SANITIZE)
-  add_compile_options(-fsanitize=${ORVANE_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_compile_options(-fsanitize=${ORVANE_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g1)
   add_link_options(-fsanitize=${ORVANE_SANITIZE})
 endif()
 
