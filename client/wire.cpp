@@ -17,8 +17,9 @@ namespace {
 constexpr const char* kAdvice = "; start redis-server, or name its address in OSSEL_REDIS";
 
 timeval toTimeval(std::chrono::milliseconds time) {
-    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(time);
-    const std::chrono::microseconds rest = time - seconds;
+    const auto seconds = std::chrono::duration_cast<std::chrono::duration<time_t>>(time);
+    const auto rest =
+        std::chrono::duration_cast<std::chrono::duration<suseconds_t, std::micro>>(time - seconds);
     return {.tv_sec = seconds.count(), .tv_usec = rest.count()};
 }
 
