@@ -42,6 +42,23 @@ TEST_F(OpenDatabase, MakesMissingFolders) {
     EXPECT_EQ(sqlite(nested, "SELECT count(*) FROM webgui_tbl"), "1\n");
 }
 
+// SQLite writes one byte itself to take possession of a new file on some file systems.
+TEST_F(OpenDatabase, TakesAFileOfOneByteForAMissingOne) {
+    writeFile(path(), "S");
+    Database database(path());
+    EXPECT_EQ(database.open(), 1);
+    EXPECT_EQ(sqlite(path(), "SELECT * FROM webgui_tbl"), kDefaultRow);
+    EXPECT_EQ(damagedFile(), "");
+}
+
+TEST_F(OpenDatabase, TakesAFileOfTwoBytesForADamagedOne) {
+    writeFile(path(), "SQ");
+    Database database(path());
+    EXPECT_EQ(database.open(), 1);
+    EXPECT_EQ(sqlite(path(), "SELECT * FROM webgui_tbl"), kDefaultRow);
+    EXPECT_EQ(readFile(folder().file(damagedFile())), "SQ");
+}
+
 TEST_F(OpenDatabase, TakesAZeroLengthFileForAMissingOne) {
     writeFile(path(), "");
     Database database(path());
