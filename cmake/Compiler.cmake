@@ -11,13 +11,15 @@ add_compile_options(
   -Wshadow -Wold-style-cast -Wcast-qual -Wcast-align
   -Wnon-virtual-dtor -Woverloaded-virtual
   -Wformat=2 -Wimplicit-fallthrough -Wundef)
-# Where a pointer has four bytes, std::size_t is unsigned int and a cast that others need is useless.
-if(CMAKE_SIZEOF_VOID_P EQUAL 8)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   add_compile_options(-Wuseless-cast)
 endif()
 
 # Optimised, yet with debug information: `strip` and a debugger each take what they need.
 set(CMAKE_CXX_FLAGS_RELEASE "-O2 -g -DNDEBUG")
+
+# Fast enough to try many inputs, with traces that can be read.
+set(CMAKE_CXX_FLAGS_FUZZ "-O1 -g")
 
 if(CMAKE_BUILD_TYPE STREQUAL "Release")
   add_compile_options(
@@ -30,10 +32,14 @@ endif()
 include(CheckPIESupported)
 check_pie_supported(LANGUAGES CXX)
 
-# A sanitizer's report names functions and lines; more debug information would only cost time.
 if(ORVANE_SANITIZE)
-  add_compile_options(-fsanitize=${ORVANE_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g1)
+  add_compile_options(-fsanitize=${ORVANE_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${ORVANE_SANITIZE})
+endif()
+
+# What libFuzzer watches; only a fuzz target itself is linked with its main.
+if(ORVANE_FUZZ)
+  add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
 
 if(ORVANE_COVERAGE)

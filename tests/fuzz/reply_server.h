@@ -1,0 +1,52 @@
+// A server in a thread of this process that answers whatever it is asked with the bytes it was
+// given, so that a client never waits for long: where the bytes are no whole answer, it shuts
+// the connection down behind them and the client's reads end at once.
+#pragma once
+
+#include "support/temporary_folder.h"
+
+#include <mutex>
+#include <string>
+#include <thread>
+
+namespace fuzz {
+
+class ReplyServer {
+public:
+    struct Answer {
+        std::string bytes;
+        bool closes = false;   // hangs up behind the bytes, whole or not
+        bool inPieces = false; // the second half once the client has read the first, where
+                               // that is no answer yet
+        bool toPing = false;   // the answer to PING, too, which is otherwise a good one
+    };
+
+    ReplyServer();
+    ~ReplyServer();
+    ReplyServer(const ReplyServer&) = delete;
+    ReplyServer& operator=(const ReplyServer&) = delete;
+
+    std::string address() const { return "unix:" + folder_.file("reply.sock"); }
+
+    // What each request is answered with from now on.
+    void answer(Answer answer);
+
+private:
+    struct Client {
+        int descriptor;
+        std::string request; // as far as it has arrived
+    };
+
+    void serve();
+    bool serveClient(Client& client) const;
+    Answer answerTo(const std::string& request) const;
+
+    test::TemporaryFolder folder_;
+    int listener_ = -1;
+    int stopping_ = -1;        // eventfd: readable once the server is to end
+    mutable std::mutex mutex_; // guards the answer
+    Answer answer_;
+    std::thread thread_;
+};
+
+} // namespace fuzz
