@@ -12,6 +12,7 @@
 
 #include <cstdint>
 #include <string>
+#include <type_traits>
 #include <utility>
 
 class WebGUIAgent {
@@ -143,3 +144,4 @@ private:
 
     std::string theme_; // kept in the table Misc
 };
+static_assert(std::is_standard_layout_v<WebGUIAgent>, "the database handle lies at its beginning");

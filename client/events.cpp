@@ -8,7 +8,9 @@
 #include <array>
 #include <cctype>
 #include <charconv>
-#include <ctime>
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
 #include <utility>
 
 namespace client {
@@ -18,6 +20,9 @@ namespace {
 // The server is asked anew this often, so that one that hangs is noticed.
 constexpr std::chrono::milliseconds kBlock{5000};
 constexpr const char* kMostAtOnce = "100";
+
+// The first millisecond that a date of this form, with its four digits of a year, cannot tell.
+constexpr std::int64_t kYear10000 = 253'402'300'800'000;
 
 std::map<std::string, std::string> fieldsOf(const Reply& list) {
     std::map<std::string, std::string> fields;
@@ -63,18 +68,25 @@ void checkEventId(const std::string& id) {
     }
 }
 
+// By the calendar of the standard library: std::time_t ends in 2038 where it has 32 bits.
 std::string eventTime(const std::string& id) {
-    std::int64_t milliseconds = 0;
-    const auto [end, failure] = std::from_chars(id.data(), id.data() + id.size(), milliseconds);
-    const std::time_t seconds = milliseconds / 1000;
-    std::tm parts{};
-    if (failure != std::errc() || milliseconds < 0 || ::gmtime_r(&seconds, &parts) == nullptr) {
+    std::int64_t number = 0;
+    const auto [end, failure] = std::from_chars(id.data(), id.data() + id.size(), number);
+    if (failure != std::errc() || number < 0 || number >= kYear10000) {
         return {};
     }
+    const std::chrono::sys_time<std::chrono::milliseconds> time{std::chrono::milliseconds(number)};
+    const auto day = std::chrono::floor<std::chrono::days>(time);
+    const std::chrono::year_month_day date(day);
+    const std::chrono::hh_mm_ss clock(time - day);
     std::array<char, 64> text{};
-    const std::size_t length = std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", &parts);
-    const std::string fraction = std::to_string(1000 + milliseconds % 1000);
-    return std::string(text.data(), length) + "." + fraction.substr(1) + "Z";
+    std::snprintf(text.data(), text.size(), "%04d-%02u-%02uT%02d:%02d:%02d.%03dZ",
+                  static_cast<int>(date.year()), static_cast<unsigned int>(date.month()),
+                  static_cast<unsigned int>(date.day()), static_cast<int>(clock.hours().count()),
+                  static_cast<int>(clock.minutes().count()),
+                  static_cast<int>(clock.seconds().count()),
+                  static_cast<int>(clock.subseconds().count()));
+    return text.data();
 }
 
 EventStream::EventStream(StoreConnection& store, std::string source, std::string since,

@@ -19,7 +19,8 @@ struct Event {
 // "MILLISECONDS-NUMBER". "0" stands before all entries.
 void checkEventId(const std::string& id);
 
-// When an event was appended, as 2026-01-31T12:00:00.000Z; empty for an id of another form.
+// When an event was appended, as 2026-01-31T12:00:00.000Z; empty for an id of another form, and
+// from the year 10000 on.
 std::string eventTime(const std::string& id);
 
 // Not for two threads at once. `store` and `stop` (may be null) are borrowed for its life.

@@ -5,10 +5,10 @@
 #include "client/errors.h"
 
 #include <cerrno>
-#include <cstring>
 #include <hiredis/hiredis.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <system_error>
 
 namespace client {
 
@@ -17,8 +17,9 @@ namespace {
 constexpr const char* kAdvice = "; start redis-server, or name its address in OSSEL_REDIS";
 
 timeval toTimeval(std::chrono::milliseconds time) {
-    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(time);
-    const std::chrono::microseconds rest = time - seconds;
+    const auto seconds = std::chrono::duration_cast<std::chrono::duration<time_t>>(time);
+    const auto rest =
+        std::chrono::duration_cast<std::chrono::duration<suseconds_t, std::micro>>(time - seconds);
     return {.tv_sec = seconds.count(), .tv_usec = rest.count()};
 }
 
@@ -79,7 +80,7 @@ void Wire::send(const Words& words, Deadline deadline) {
         if (count >= 0) {
             sent += static_cast<std::size_t>(count);
         } else if (errno != EAGAIN && errno != EINTR) {
-            fail("the connection was lost: " + std::string(std::strerror(errno)) + kAdvice);
+            fail("the connection was lost: " + std::generic_category().message(errno) + kAdvice);
         } else if (waitFor(context_->fd, POLLOUT, deadline, nullptr) == WaitResult::timedOut) {
             fail("it takes no command; is the server overloaded or stopped?");
         }

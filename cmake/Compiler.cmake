@@ -11,7 +11,9 @@ add_compile_options(
   -Wshadow -Wold-style-cast -Wcast-qual -Wcast-align
   -Wnon-virtual-dtor -Woverloaded-virtual
   -Wformat=2 -Wimplicit-fallthrough -Wundef)
-if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+# Unknown to clang; and where a pointer has four bytes, std::size_t is unsigned int and a cast that
+# others need is useless.
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_SIZEOF_VOID_P EQUAL 8)
   add_compile_options(-Wuseless-cast)
 endif()
 
@@ -32,8 +34,9 @@ endif()
 include(CheckPIESupported)
 check_pie_supported(LANGUAGES CXX)
 
+# A sanitizer's report names functions and lines; more debug information would only cost time.
 if(ORVANE_SANITIZE)
-  add_compile_options(-fsanitize=${ORVANE_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_compile_options(-fsanitize=${ORVANE_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g1)
   add_link_options(-fsanitize=${ORVANE_SANITIZE})
 endif()
 

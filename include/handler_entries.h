@@ -6,6 +6,7 @@
 #include "platform/ossel.h"
 #include "records.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -41,6 +42,8 @@ struct ReadHandlerEntry {
     AgentReadHandler handler;
 };
 static_assert(sizeof(ReadHandlerEntry) == (sizeof(void*) == 4 ? 16 : 24));
+static_assert(offsetof(ReadHandlerEntry, ttl) == 8);
+static_assert(offsetof(ReadHandlerEntry, handler) == (sizeof(void*) == 4 ? 12 : 16));
 
 struct UpdateHandlerEntry {
     char messageId[8];                // NUL-terminated
@@ -50,6 +53,10 @@ struct UpdateHandlerEntry {
     AgentUpdateHandler handler;
 };
 static_assert(sizeof(UpdateHandlerEntry) == (sizeof(void*) == 4 ? 24 : 32));
+static_assert(offsetof(UpdateHandlerEntry, ttl) == 8);
+static_assert(offsetof(UpdateHandlerEntry, propertyCount) == 12);
+static_assert(offsetof(UpdateHandlerEntry, propertyNames) == 16);
+static_assert(offsetof(UpdateHandlerEntry, handler) == (sizeof(void*) == 4 ? 20 : 24));
 
 struct ActionHandlerEntry {
     char actionName[64]; // NUL-terminated
@@ -58,3 +65,6 @@ struct ActionHandlerEntry {
     AgentActionHandler handler;
 };
 static_assert(sizeof(ActionHandlerEntry) == (sizeof(void*) == 4 ? 76 : 88));
+static_assert(offsetof(ActionHandlerEntry, parameterCount) == 64);
+static_assert(offsetof(ActionHandlerEntry, parameterNames) == (sizeof(void*) == 4 ? 68 : 72));
+static_assert(offsetof(ActionHandlerEntry, handler) == (sizeof(void*) == 4 ? 72 : 80));

@@ -3,6 +3,7 @@
 // with the device libraries.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
@@ -16,11 +17,13 @@ struct FieldValuePair {
     char value[1024];
 };
 static_assert(sizeof(FieldValuePair) == 2048);
+static_assert(offsetof(FieldValuePair, value) == 1024);
 
 // One slot of an instance set: a NUL-terminated instance UUID. An instance set
 // is an array of slots with a count.
 // NOLINTNEXTLINE(modernize-use-using): spelled as the object-store contract spells it
 typedef char InstanceSlot[1024];
+static_assert(sizeof(InstanceSlot) == 1024);
 
 // The answer to one request. `args` and every text in it are owned by the
 // record: requests/return_messages.h fills and frees them.
@@ -30,6 +33,8 @@ struct ReturnMessage {
     char** args;           // argCount texts, or null: no arguments
 };
 static_assert(sizeof(ReturnMessage) == (sizeof(void*) == 4 ? 136 : 144));
+static_assert(offsetof(ReturnMessage, argCount) == 128);
+static_assert(offsetof(ReturnMessage, args) == (sizeof(void*) == 4 ? 132 : 136));
 
 // What the schema definitions in the store say of this service. `main` fills it
 // before any worker exists; constant afterwards.

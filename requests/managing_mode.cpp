@@ -22,7 +22,7 @@ struct FileClose {
 int keepInEnvironment(int mode) {
     char text[12] = {};
     std::snprintf(text, sizeof text, "%d", mode);
-    ::setenv(kVariable, text, 1);
+    ::setenv(kVariable, text, 1); // NOLINT(concurrency-mt-unsafe): before any other thread
     return mode;
 }
 

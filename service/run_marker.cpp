@@ -19,6 +19,6 @@ void createRunMarker() {
             return;
         }
         // Meant: after the last attempt too.
-        ::sleep(kPauseSeconds);
+        ::sleep(kPauseSeconds); // NOLINT(concurrency-mt-unsafe): nothing uses SIGALRM
     }
 }

@@ -30,6 +30,11 @@ struct OsselEvent {
     char reserved2[37];
 };
 static_assert(sizeof(OsselEvent) == (sizeof(void*) == 4 ? 1620 : 1632));
+static_assert(offsetof(OsselEvent, eventType) == 256);
+static_assert(offsetof(OsselEvent, kind) == 768);
+static_assert(offsetof(OsselEvent, message) == 1024);
+static_assert(offsetof(OsselEvent, messageId) == 1280);
+static_assert(offsetof(OsselEvent, argumentCount) == 1536);
 static_assert(offsetof(OsselEvent, arguments) == (sizeof(void*) == 4 ? 1540 : 1544));
 static_assert(offsetof(OsselEvent, origin) == (sizeof(void*) == 4 ? 1544 : 1552));
 static_assert(offsetof(OsselEvent, reserved2) == (sizeof(void*) == 4 ? 1581 : 1589));

@@ -19,6 +19,7 @@ enum fnTypes {
     fnRead = 1,
     fnUpdate = 2,
 };
+static_assert(sizeof(lockType) == 4 && sizeof(fnTypes) == 4);
 
 // msgId, reqArg, replyChannel.
 using RequestTriple = std::tuple<std::string, std::string, std::string>;
@@ -51,6 +52,7 @@ private:
     struct Threads;
     Threads* threads_;
 };
+static_assert(sizeof(ovrComSupport) == sizeof(void*), "no virtual function, no other member");
 
 // Binds the process to the object store: callback id, connection, hook function.
 // All members are called by the main thread.
@@ -79,5 +81,6 @@ private:
     struct Subscription;
     Subscription* subscription_;
 };
+static_assert(sizeof(ovrBindCAPIToOssel) == 2 * sizeof(void*));
 
 #pragma GCC visibility pop

@@ -3,6 +3,8 @@
 // handle belongs to one thread at a time; nothing throws.
 #pragma once
 
+#include <cstddef>
+
 struct sqlite3;
 
 // The handle. The caller zeroes it and fills `path`.
@@ -13,6 +15,9 @@ struct SettingsDatabase {
     int schemaLevel;     // below 2: there is no theme storage
 };
 static_assert(sizeof(SettingsDatabase) == (sizeof(void*) == 4 ? 268 : 272));
+static_assert(offsetof(SettingsDatabase, path) == sizeof(void*));
+static_assert(offsetof(SettingsDatabase, ready) == (sizeof(void*) == 4 ? 260 : 264));
+static_assert(offsetof(SettingsDatabase, schemaLevel) == (sizeof(void*) == 4 ? 264 : 268));
 
 // One value of a row; texts NUL-terminated.
 struct SettingsColumn {
@@ -21,12 +26,16 @@ struct SettingsColumn {
     char value[256];
 };
 static_assert(sizeof(SettingsColumn) == 284);
+static_assert(offsetof(SettingsColumn, name) == 4);
+static_assert(offsetof(SettingsColumn, value) == 28);
 
 // A row to write; the columns are borrowed.
 struct SettingsRow {
     unsigned int columnCount;
     SettingsColumn* columns;
 };
+static_assert(sizeof(SettingsRow) == 2 * sizeof(void*));
+static_assert(offsetof(SettingsRow, columns) == sizeof(void*));
 
 // The rows that a query found: rows[0] is the heading, rows[1] the first data row, each
 // an array of columns in table order. free_sql_tbl frees it.
@@ -34,6 +43,8 @@ struct SettingsTable {
     unsigned int rowCount; // data rows
     SettingsColumn** rows;
 };
+static_assert(sizeof(SettingsTable) == 2 * sizeof(void*));
+static_assert(offsetof(SettingsTable, rows) == sizeof(void*));
 
 #pragma GCC visibility push(default)
 extern "C" {

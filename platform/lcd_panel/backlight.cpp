@@ -8,10 +8,10 @@
 #include <charconv>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <fcntl.h>
 #include <optional>
 #include <string_view>
+#include <system_error>
 #include <unistd.h>
 
 namespace lcdpanel {
@@ -40,8 +40,12 @@ private:
     int descriptor_;
 };
 
-std::string problem(const std::filesystem::path& path, const char* text) {
+std::string problem(const std::filesystem::path& path, const std::string& text) {
     return path.string() + ": " + text;
+}
+
+std::string lastError() {
+    return std::generic_category().message(errno);
 }
 
 // A whole positive number that an int holds, with nothing but the line's end behind it.
@@ -88,12 +92,12 @@ std::string setBrightness(const std::filesystem::path& folder, int level) {
     const std::filesystem::path maximumPath = folder / "max_brightness";
     const File maximumFile(maximumPath, O_RDONLY);
     if (!maximumFile.isOpen()) {
-        return problem(maximumPath, std::strerror(errno));
+        return problem(maximumPath, lastError());
     }
     std::array<char, 64> text{};
     const ssize_t length = ::read(maximumFile.descriptor(), text.data(), text.size());
     if (length < 0) {
-        return problem(maximumPath, std::strerror(errno));
+        return problem(maximumPath, lastError());
     }
     const auto maximum = positiveNumber({text.data(), static_cast<std::size_t>(length)});
     if (!maximum) {
@@ -104,11 +108,11 @@ std::string setBrightness(const std::filesystem::path& folder, int level) {
     const std::string value = std::to_string(brightnessOf(level, *maximum)) + '\n';
     const File file(path, O_WRONLY | O_TRUNC);
     if (!file.isOpen()) {
-        return problem(path, std::strerror(errno));
+        return problem(path, lastError());
     }
     const ssize_t written = ::write(file.descriptor(), value.data(), value.size());
     if (written != static_cast<ssize_t>(value.size())) {
-        return problem(path, written < 0 ? std::strerror(errno) : "took only a part of the value");
+        return problem(path, written < 0 ? lastError() : "took only a part of the value");
     }
     return {};
 }

@@ -91,5 +91,6 @@ int xset_env_init() {
     if (display != nullptr && *display != '\0') {
         return kDone;
     }
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): the agent is made before any other thread
     return ::setenv("DISPLAY", ":0", 1) == 0 ? kDone : kFailed;
 }

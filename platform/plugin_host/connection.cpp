@@ -6,9 +6,9 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <fcntl.h>
 #include <sys/socket.h>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -74,7 +74,7 @@ bool Connection::send(std::initializer_list<std::string_view> words) {
         if (sent >= 0) {
             rest.remove_prefix(static_cast<std::size_t>(sent));
         } else if (errno != EINTR) {
-            return fail(std::strerror(errno));
+            return fail(std::generic_category().message(errno));
         }
     }
     return true;

@@ -1,5 +1,6 @@
 # clang-tidy with a memory: a source that was clean is looked at again only when something
-# that it is made of has changed. The findings themselves are clang-tidy's.
+# that it is made of has changed, in this checkout or in any other of the same user: nothing in
+# a key names where the checkout lies. The findings themselves are clang-tidy's.
 # shellcheck shell=bash
 
 # dependency_table FILE...: for each file one line "FILE HEADER..." with all the repository's
@@ -59,7 +60,7 @@ run_tidy() {
     local commands=$1 cache=$2 line source key common file hash stale=()
     mkdir -p "$cache"
     find "$cache" -type f -mtime +30 -delete
-    common=$(clang-tidy --version && g++ --version && sha256sum .clang-tidy)
+    common=$(clang-tidy --version && g++ --version && repository_files '*.clang-tidy' | xargs sha256sum)
 
     local -A content command
     while read -r hash file; do
@@ -72,7 +73,7 @@ run_tidy() {
         *'"file": '*)
             file=${line#*\"file\": \"}
             file=${file%%\"*}
-            command[${file#"$ORVANE_ROOT"/}]=$hash
+            command[${file#"$ORVANE_ROOT"/}]=${hash//"$ORVANE_ROOT"/.}
             ;;
         esac
     done <"$commands"

@@ -65,6 +65,10 @@ TEST_F(EventStreams, EndWhenStopped) {
 TEST(EventTime, IsTheTimeInTheId) {
     EXPECT_EQ(client::eventTime("0-1"), "1970-01-01T00:00:00.000Z");
     EXPECT_EQ(client::eventTime("1700000000007-12"), "2023-11-14T22:13:20.007Z");
+    EXPECT_EQ(client::eventTime("4107542399999-0"), "2100-02-28T23:59:59.999Z");
+    EXPECT_EQ(client::eventTime("253402300799999-0"), "9999-12-31T23:59:59.999Z");
+    EXPECT_EQ(client::eventTime("253402300800000-0"), "");
+    EXPECT_EQ(client::eventTime("-1-0"), "");
     EXPECT_EQ(client::eventTime("-"), "");
     EXPECT_EQ(client::eventTime("99999999999999999999-0"), "");
 }

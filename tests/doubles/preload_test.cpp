@@ -1,6 +1,7 @@
 // The double in front of the real daemon: the script reaches the calls, the log tells them.
 #include "support/child_process.h"
 #include "support/temporary_folder.h"
+#include "support/this_build.h"
 
 #include <cstdlib>
 #include <gmock/gmock.h>
@@ -30,11 +31,11 @@ protected:
         test::writeFile(folder.file("script"), script);
         ::unsetenv("ManagingMode"); // a set one would keep the daemon from its file
         const std::map<std::string, std::string> environment{
-            {"LD_PRELOAD", ORVANE_PLATFORM_DOUBLE},
+            test::preload(ORVANE_PLATFORM_DOUBLE),
             {"DOUBLE_SCRIPT", folder.file("script")},
             {"DOUBLE_LOG", folder.file("log")},
             {"ASAN_OPTIONS", "verify_asan_link_order=0"}};
-        test::ChildProcess daemon({ORVANE_DAEMON}, environment, folder.file("out"),
+        test::ChildProcess daemon(test::commandOf(ORVANE_DAEMON), environment, folder.file("out"),
                                   folder.file("err"));
         status_ = daemon.wait();
         output_ = test::readFile(folder.file("out"));

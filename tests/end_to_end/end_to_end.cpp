@@ -44,9 +44,13 @@ std::vector<std::string> EndToEnd::inView(const std::vector<std::string>& comman
     return words;
 }
 
+std::vector<std::string> EndToEnd::daemonCommand() const {
+    return {ORVANE_DAEMON};
+}
+
 void EndToEnd::launchDaemon() {
     daemon_ =
-        std::make_unique<ChildProcess>(inView({ORVANE_DAEMON}), environment_,
+        std::make_unique<ChildProcess>(inView(daemonCommand()), environment_,
                                        folder_.file("daemon.out"), folder_.file("daemon.err"));
 }
 

@@ -36,6 +36,9 @@ protected:
     ~EndToEnd() override;
     void TearDown() override;
 
+    // How the daemon is started: its program, or a command that runs it.
+    virtual std::vector<std::string> daemonCommand() const;
+
     // The daemon.
     void launchDaemon();             // started, no more
     void startDaemon();              // up: its run marker is there, and it can be stopped

@@ -64,6 +64,17 @@ TEST_F(Action, AnswersInvalidObjectForAnEmptyRequestObject) {
               "[action]: Failed to call getActionParameters().\n");
 }
 
+TEST_F(Action, AnswersInternalErrorWithoutMemoryForTheParameters) {
+    constexpr const char* kNames[] = {"Language"};
+    doubles::failAllocation(1);
+    run({"WebGUI.TurnOffLCD", 1, kNames, actionHandler});
+    doubles::failAllocation(0);
+    EXPECT_THAT(doubles::calls(),
+                ElementsAreArray(followedBy({kInputCall}, answerCalls("InternalError"))));
+    EXPECT_EQ(output(), "[getInputData]: Failed to call malloc() for *data.\n"
+                        "[action]: Failed to call getActionParameters().\n");
+}
+
 TEST_F(Action, AnswersInvalidObjectWithTheRequestsKeyForAnUnknownTarget) {
     doubles::hashes()[kRequest] = {{"OriginalObjID", "unknown"}};
     run();
@@ -79,6 +90,13 @@ TEST_F(Action, AnswersSuccessWithoutResponseDataWhenTheActionFailsWithoutAnAnswe
     EXPECT_THAT(doubles::calls(),
                 ElementsAreArray(followedBy({kInputCall, kHandlerCall}, answerCalls("Success"))));
     EXPECT_EQ(output(), "[action]: Failed to call fnAgentAction().\n");
+}
+
+TEST_F(Action, AnswersSuccessWhateverASuccessfulActionPutsIntoTheAnswer) {
+    script.plainAnswerId = "Other";
+    run();
+    EXPECT_THAT(doubles::callsOf("osselCreateReturnMessage"),
+                ElementsAre(answerCalls("Success")[1]));
 }
 
 TEST_F(Action, SendsTheAnswerOfAFailedAction) {

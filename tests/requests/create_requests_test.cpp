@@ -100,6 +100,13 @@ TEST_F(Create, AnswersSuccessWithoutAnInstanceWhenTheAgentRefusesWithoutAnAnswer
     EXPECT_EQ(output(), "[create]: Failed to call fnAgentCreate().\n");
 }
 
+TEST_F(Create, AnswersSuccessWhateverAnAcceptingAgentPutsIntoTheAnswer) {
+    script.plainAnswerId = "Other";
+    createNew();
+    EXPECT_THAT(doubles::callsOf("osselCreateReturnMessage"),
+                ElementsAre(answerCalls("Success")[1]));
+}
+
 TEST_F(Create, SendsTheAnswerOfARefusingAgent) {
     script.result = 1;
     script.answerId = "Refused";

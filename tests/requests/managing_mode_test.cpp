@@ -4,7 +4,10 @@
 #include "doubles/platform_test.h"
 
 #include <cstdlib>
+#include <filesystem>
+#include <iterator>
 #include <limits>
+#include <ranges>
 #include <string>
 
 namespace {
@@ -102,6 +105,17 @@ TEST_F(ManagingMode, IsTwoForAnyOtherWordAndLeavesTheEnvironmentAlone) {
 TEST_F(ManagingMode, IsTwoWithoutAFile) {
     EXPECT_EQ(getManagingMode(), 2);
     EXPECT_EQ(environment(), "(unset)");
+}
+
+TEST_F(ManagingMode, ClosesTheFile) {
+    const auto openFiles = [] {
+        return std::ranges::distance(std::filesystem::directory_iterator("/proc/self/fd"));
+    };
+    const auto before = openFiles();
+    for (const std::string text : {"Varrow", "Other", ""}) {
+        withFile(text);
+        EXPECT_EQ(openFiles(), before) << text;
+    }
 }
 
 TEST_F(ManagingMode, LogsNothing) {

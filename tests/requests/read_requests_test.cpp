@@ -102,6 +102,13 @@ TEST_F(ReadObject, AnswersSuccessWhenTheHandlerFailsWithoutAnAnswer) {
     EXPECT_EQ(output(), "[read]: Failed to call fnAgentRead().\n");
 }
 
+TEST_F(ReadObject, AnswersSuccessWhateverASuccessfulHandlerPutsIntoTheAnswer) {
+    script.plainAnswerId = "Other";
+    readInstance();
+    EXPECT_THAT(doubles::callsOf("osselCreateReturnMessage"),
+                ElementsAre(answerCalls("Success")[1]));
+}
+
 TEST_F(ReadObject, SendsTheAnswerOfAFailedHandler) {
     script.result = -4;
     script.answerId = "InternalError";

@@ -24,6 +24,7 @@ inline constexpr char kChannel[] = "Reply:1";
 struct HandlerScript {
     int result = 0;
     const char* answerId = nullptr;       // set with one argument, "why"
+    const char* plainAnswerId = nullptr;  // set without arguments, so that nothing is owned
     bool clearETag = false;               // read
     int newCount = -1;                    // update, create: stored in *count when not negative
     bool replaceBlock = false;            // update, create: puts another block in its place
@@ -36,6 +37,9 @@ inline HandlerScript script;
 inline int finish(ReturnMessage* answer) {
     if (script.answerId != nullptr) {
         setReturnMessage(answer, script.answerId, 1, "why");
+    }
+    if (script.plainAnswerId != nullptr) {
+        copyBounded(answer->messageId, script.plainAnswerId);
     }
     return script.result;
 }

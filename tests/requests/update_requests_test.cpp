@@ -144,6 +144,13 @@ TEST_F(UpdateObject, AnswersSuccessWhenTheAgentRefusesWithoutAnAnswer) {
     EXPECT_EQ(doubles::field(kInstance, "Language"), "English");
 }
 
+TEST_F(UpdateObject, AnswersSuccessWhateverAnAcceptingAgentPutsIntoTheAnswer) {
+    script.plainAnswerId = "Other";
+    updateInstance();
+    EXPECT_THAT(doubles::callsOf("osselCreateReturnMessage"),
+                ElementsAre(answerCalls("Success")[1]));
+}
+
 TEST_F(UpdateObject, SendsTheAnswerOfARefusingAgent) {
     script.result = -1;
     script.answerId = "InternalError";

@@ -26,7 +26,7 @@ Descriptor takeSignals() {
     ::sigemptyset(&set);
     ::sigaddset(&set, SIGTERM);
     ::sigaddset(&set, SIGINT);
-    ::sigprocmask(SIG_BLOCK, &set, nullptr);
+    ::pthread_sigmask(SIG_BLOCK, &set, nullptr);
     Descriptor descriptor(::signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK));
     if (!descriptor.isOpen()) {
         throw std::system_error(errno, std::generic_category(), "signalfd");

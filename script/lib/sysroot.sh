@@ -1,0 +1,73 @@
+# The armhf libraries and headers that a cross build links and qemu-user runs with, unpacked
+# into a folder. Expects ORVANE_ROOT and the functions of common.sh.
+# shellcheck shell=bash
+#
+# A folder, not packages installed beside the machine's own (dpkg --add-architecture): it needs
+# no root, cannot displace a package of the machine whose version is another one, is the same
+# on every machine, and goes with build/. apt-get does the work, with a state of its own: it
+# resolves dependencies for armhf, checks signatures, downloads 15 MB, and installs nothing.
+
+readonly SYSROOT=$ORVANE_ROOT/build/armhf-sysroot
+
+# The -dev packages of script/bootstrap, and what the compiler takes for granted.
+sysroot_packages() {
+    printf '%s\n' libc6-dev libstdc++6
+    "$ORVANE_ROOT/script/bootstrap" --run --list | grep -- '-dev$'
+}
+
+# private_apt FOLDER ARGUMENT...: apt-get for armhf, all of whose state lies in FOLDER. An
+# empty status file is a machine on which nothing is installed.
+private_apt() {
+    local folder=$1
+    shift
+    mkdir -p "$folder/state/lists/partial" "$folder/cache/archives/partial"
+    : >"$folder/status"
+    cat >"$folder/apt.conf" <<CONFIGURATION
+APT::Architecture "armhf";
+APT::Architectures { "armhf"; };
+APT::Install-Recommends "false";
+APT::Sandbox::User "root";
+Dir::State "$folder/state";
+Dir::State::status "$folder/status";
+Dir::Cache "$folder/cache";
+CONFIGURATION
+    APT_CONFIG=$folder/apt.conf apt-get -q -y "$@"
+}
+
+# Links to absolute places are meant for the board's own root.
+make_links_relative() {
+    local root=$1 link
+    find "$root" -type l -lname '/*' -print0 |
+        while IFS= read -r -d '' link; do
+            ln -sfnr "$root$(readlink "$link")" "$link"
+        done
+}
+
+fill_sysroot() {
+    local packages=("$@") work=$SYSROOT.new package
+    rm -rf "$work" "$SYSROOT"
+    mkdir -p "$work/root"
+    # An index that a mirror cannot deliver right now matters only if a package is missing.
+    private_apt "$work" update || complain "apt-get update: not every index could be read"
+    private_apt "$work" --download-only install "${packages[@]}" || return 1
+    for package in "$work"/cache/archives/*.deb; do
+        dpkg-deb --extract "$package" "$work/root" || return 1
+    done
+    make_links_relative "$work/root" || return 1
+    printf '%s\n' "${packages[@]}" >"$work/root/packages"
+    mv "$work/root" "$SYSROOT" && rm -rf "$work"
+}
+
+# make_sysroot LOG: fills the folder unless it holds these packages already.
+make_sysroot() {
+    local packages log=$1
+    mapfile -t packages < <(sysroot_packages)
+    if [[ $(cat "$SYSROOT/packages" 2>/dev/null) == "$(printf '%s\n' "${packages[@]}")" ]]; then
+        return 0
+    fi
+    say "unpacking armhf libraries into ${SYSROOT#"$ORVANE_ROOT"/}"
+    if ! fill_sysroot "${packages[@]}" >"$log" 2>&1 </dev/null; then
+        tail -n 20 "$log" >&2
+        die "no armhf libraries; whole output: $log"
+    fi
+}
