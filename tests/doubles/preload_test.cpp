@@ -1,7 +1,6 @@
 // The double in front of the real daemon: the script reaches the calls, the log tells them.
 #include "support/child_process.h"
 #include "support/temporary_folder.h"
-#include "support/this_build.h"
 
 #include <cstdlib>
 #include <gmock/gmock.h>
@@ -35,7 +34,7 @@ protected:
             {"DOUBLE_SCRIPT", folder.file("script")},
             {"DOUBLE_LOG", folder.file("log")},
             {"ASAN_OPTIONS", "verify_asan_link_order=0"}};
-        test::ChildProcess daemon(test::commandOf(ORVANE_DAEMON), environment, folder.file("out"),
+        test::ChildProcess daemon({ORVANE_DAEMON}, environment, folder.file("out"),
                                   folder.file("err"));
         status_ = daemon.wait();
         output_ = test::readFile(folder.file("out"));

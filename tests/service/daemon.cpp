@@ -3,7 +3,6 @@
 
 #include "support/child_process.h"
 #include "support/temporary_folder.h"
-#include "support/this_build.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -90,7 +89,7 @@ Life live(const Lines& script, const std::map<std::string, std::string>& environ
     variables["DOUBLE_SCRIPT"] = folder.file("script");
     variables["DOUBLE_LOG"] = folder.file("log");
     variables.insert(test::preload(preloadedLibraries()));
-    const test::Finished finished = test::run(test::commandOf(ORVANE_DAEMON), variables);
+    const test::Finished finished = test::run({ORVANE_DAEMON}, variables);
     Life life{finished.status, finished.output, finished.error,
               linesOf(test::readFile(folder.file("log")))};
     std::erase_if(life.calls, [](const std::string& call) { // they say nothing new here

@@ -6,6 +6,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
+#include <sstream>
 #include <stdexcept>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -13,6 +14,21 @@
 namespace test {
 
 namespace {
+
+// The emulator and its options, separated by blanks; empty where programs run by themselves.
+constexpr const char* kEmulator = ORVANE_EMULATOR;
+
+std::vector<std::string> throughEmulator(const std::vector<std::string>& command) {
+    std::vector<std::string> words;
+    if (command.front().starts_with(ORVANE_BUILD_FOLDER "/")) {
+        std::istringstream emulator(kEmulator);
+        for (std::string word; emulator >> word;) {
+            words.push_back(word);
+        }
+    }
+    words.insert(words.end(), command.begin(), command.end());
+    return words;
+}
 
 void redirect(const std::string& file, int descriptor) {
     if (file.empty()) {
@@ -41,7 +57,7 @@ void redirect(const std::string& file, int descriptor) {
 ChildProcess::ChildProcess(const std::vector<std::string>& command,
                            const std::map<std::string, std::string>& environment,
                            const std::string& outputFile, const std::string& errorFile) {
-    std::vector<std::string> words = command;
+    std::vector<std::string> words = throughEmulator(command);
     std::vector<char*> arguments;
     arguments.reserve(words.size() + 1);
     for (std::string& word : words) {
@@ -96,6 +112,13 @@ Finished run(const std::vector<std::string>& command,
     finished.output = readFile(folder.file("out"));
     finished.error = readFile(folder.file("err"));
     return finished;
+}
+
+std::pair<std::string, std::string> preload(const std::string& libraries) {
+    if (std::string(kEmulator).empty()) {
+        return {"LD_PRELOAD", libraries};
+    }
+    return {"QEMU_SET_ENV", "LD_PRELOAD=" + libraries};
 }
 
 } // namespace test

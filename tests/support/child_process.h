@@ -5,13 +5,15 @@
 #include <optional>
 #include <string>
 #include <sys/types.h>
+#include <utility>
 #include <vector>
 
 namespace test {
 
 class ChildProcess {
 public:
-    // Starts `command` (its first word is looked up in PATH) with these changes to the
+    // Starts `command` (its first word is looked up in PATH; a program of this build runs
+    // through the emulator where it is built for another machine) with these changes to the
     // environment and its output appended to `outputFile`; empty: inherited.
     ChildProcess(const std::vector<std::string>& command,
                  const std::map<std::string, std::string>& environment = {},
@@ -43,5 +45,9 @@ struct Finished {
 };
 Finished run(const std::vector<std::string>& command,
              const std::map<std::string, std::string>& environment = {});
+
+// The change to the environment that loads libraries in front of those of a program of this
+// build, and not into its emulator.
+std::pair<std::string, std::string> preload(const std::string& libraries);
 
 } // namespace test

@@ -19,7 +19,7 @@ struct FreeReply {
 // The mask as the kernel shows it, in hexadecimal digits.
 bool blocksSigterm(const std::string& mask) {
     constexpr unsigned long kSigterm = 1UL << (SIGTERM - 1);
-    return !mask.empty() && (std::stoul(mask, nullptr, 16) & kSigterm) != 0;
+    return !mask.empty() && (std::stoull(mask, nullptr, 16) & kSigterm) != 0;
 }
 
 } // namespace

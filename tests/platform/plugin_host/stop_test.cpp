@@ -114,7 +114,7 @@ TEST_F(Stop, LeavesAnIgnoredSigintIgnored) {
     EXPECT_EQ(replies.next(1), Answers{"read:b"});
     // SIGTERM alone; while it starts a thread the C library blocks all for a moment.
     EXPECT_TRUE(test::waitUntil([this] { return status("SigBlk") == "0000000000004000"; }));
-    EXPECT_EQ(std::stoul(status("SigIgn"), nullptr, 16) & 2U, 2U); // SIGINT
+    EXPECT_EQ(std::stoull(status("SigIgn"), nullptr, 16) & 2U, 2U); // SIGINT
     host->signal(SIGTERM);
     EXPECT_EQ(host->wait(), 0);
 }
