@@ -63,6 +63,13 @@ TEST_F(Dispatch, RefusesAnActionWithoutARow) {
     EXPECT_THAT(script.invocations, IsEmpty());
 }
 
+TEST_F(Dispatch, RefusesTheLongestActionNameWithItsWholeText) {
+    const std::string name(255, 'a');
+    dispatchAction(name);
+    EXPECT_THAT(doubles::callsOf("osselCreateReturnMessage"),
+                ElementsAre(answerCalls("ActionNotSupported", name)[1]));
+}
+
 TEST_F(Dispatch, RefusesAnEmptyActionNameAsAName) {
     dispatchAction("");
     EXPECT_THAT(doubles::callsOf("osselCreateReturnMessage"),
