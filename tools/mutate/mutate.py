@@ -152,9 +152,14 @@ def next_answer(answers, workers):
                 raise RuntimeError("every worker has ended") from None
 
 
-def survivors_of(mutants, results):
-    """The mutants that have survived, and those that have not been tried."""
-    return [m for m in mutants if results.verdict(m, fingerprint(m.file)) in (None, SURVIVED)]
+def open_mutants(mutants, results, explanations):
+    """Those that have not been tried, and those that survived and are not explained."""
+    verdicts = [(mutant, results.verdict(mutant, fingerprint(mutant.file))) for mutant in mutants]
+    return [
+        mutant
+        for mutant, verdict in verdicts
+        if verdict is None or (verdict == SURVIVED and not explanations.reason(mutant))
+    ]
 
 
 # --- The whole ---
@@ -209,11 +214,11 @@ def main():
     results = Results(os.path.join(ROOT, "build", "mutate", "results.tsv"))
     if not options.resume:
         results.forget(mutants)
-    waiting = survivors_of(mutants, results)
+    waiting = open_mutants(mutants, results, explanations)
     say(f"{len(mutants)} mutants, {len(waiting)} to try")
     try_all(waiting, results, options.jobs, sanitized=False)
     if not options.plain:
-        waiting = [m for m in survivors_of(mutants, results) if not explanations.reason(m)]
+        waiting = open_mutants(mutants, results, explanations)
         say(f"{len(waiting)} to try with the sanitizers")
         try_all(waiting, results, options.jobs, sanitized=True)
     complete_files = set() if options.only else set(files)

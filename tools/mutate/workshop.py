@@ -260,6 +260,9 @@ class Workshop:
         failed = re.search(r"^\[  FAILED  \] (\w+\.\w+)", output, re.M)
         if failed:
             return f"{program.name}.{failed[1]}"
+        sanitizer = re.search(r"ERROR: (\w+Sanitizer: [\w-]+)|(runtime error: .*)", output)
+        if sanitizer:
+            return f"{program.name}: {sanitizer[1] or sanitizer[2]}"
         return f"{program.name}: " + ("time is up" if status is None else f"status {status}")
 
     def execute(self, command, seconds, shell=False):
