@@ -8,7 +8,6 @@
 #include <array>
 #include <cstdarg>
 #include <cstdlib>
-#include <cstring>
 
 const ReturnMessage kSuccessTemplate{"Success", 0, nullptr};
 const ReturnMessage kInternalErrorTemplate{"InternalError", 0, nullptr};
@@ -19,10 +18,10 @@ namespace {
 constexpr std::uint8_t kMaximumArguments = 5;
 
 char* copyText(const char* text) {
-    const std::size_t size = text == nullptr ? 1 : std::strlen(text) + 1;
-    auto* copy = static_cast<char*>(std::calloc(size, 1));
-    if (copy != nullptr && text != nullptr) {
-        std::memcpy(copy, text, size);
+    const std::string_view source = text == nullptr ? "" : text;
+    auto* copy = static_cast<char*>(std::calloc(source.size() + 1, 1));
+    if (copy != nullptr) {
+        source.copy(copy, source.size());
     }
     return copy;
 }

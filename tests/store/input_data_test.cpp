@@ -18,9 +18,11 @@ constexpr std::array<const char*, 3> kNames{"A", "B", "C"};
 class InputData : public StoreTest {
 protected:
     int get(int count = 3, const char* const* names = kNames.data()) {
-        FieldValuePair* data = nullptr;
+        FieldValuePair before;
+        FieldValuePair* data = &before;
         const int result = getInputData(context(), "key", count, names, &target_, &data, &answer_);
-        data_.reset(data);
+        EXPECT_NE(data, &before) << "not set";
+        data_.reset(data == &before ? nullptr : data);
         return result;
     }
     ~InputData() override { freeReturnMessage(&answer_); }
