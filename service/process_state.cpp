@@ -7,6 +7,8 @@
 #include "process_state.h"
 #include "service/plugin_objects.h"
 
+#include <memory>
+
 // NOLINTBEGIN(cert-err58-cpp): without them there is no process; an exception ends it
 ovrBindCAPIToOssel G_Binding;
 ovrPlugin<ovrBindCAPIToOssel> G_Plugin(kRedisDatabase, kPluginId, &G_Binding);
@@ -16,7 +18,7 @@ InstanceKeySet G_InstanceKeys;
 WebGUIAgent* G_WebGUIAgent = nullptr;
 
 int createWebGUIAgent() {
-    G_WebGUIAgent = new WebGUIAgent;
+    G_WebGUIAgent = std::make_unique<WebGUIAgent>().release();
     return 1;
 }
 

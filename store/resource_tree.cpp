@@ -22,10 +22,7 @@ constexpr int kNoTtl = 0;
 bool buildInstance(redisContext* context, int index, InstanceSlot* slot) {
     nameResourceDocuments();
     std::string uuid;
-    if (WebGUIPlugin_FillDocument(context, &uuid, index) == 0) {
-        logLine("OrvaneWebGUI_Init", "Failed to call WebGUIPlugin_FillDocument( ", index, " ).");
-        return false;
-    }
+    WebGUIPlugin_FillDocument(context, &uuid, index); // cannot fail
     if (OrvaneWebGUI_Init_Create(context, uuid, G_ResourceTypeIds.instanceCollectionKey) != 0) {
         logLine("OrvaneWebGUI_Init", "Failed to call WebGUIPlugin_CreateInstance().");
         return false;
@@ -67,11 +64,11 @@ int createLeaf(redisContext* context, const char* function, const std::string& u
     return code;
 }
 
-// The UUIDs of the leaves, as the Actions document names them.
+// The UUIDs of the leaves, as the Actions document names them and for as long as it is there.
 struct Leaves {
-    std::string oem;
-    std::string turnOffLCD;
-    std::string guiReady;
+    const char* oem;
+    const char* turnOffLCD;
+    const char* guiReady;
 };
 
 Leaves leavesOfActionsDocument() {
