@@ -4,6 +4,8 @@
 
 #include "doubles/recorder.h"
 
+#include <new>
+#include <optional>
 #include <sqlite3.h>
 #include <string_view>
 #include <utility>
@@ -18,11 +20,20 @@ int __wrap_sqlite3_exec(sqlite3* connection, const char* sql, RowCallback callba
 
 } // extern "C"
 
+namespace {
+
+std::optional<int> g_statementsWithMemory; // no value: memory never runs out
+
+} // namespace
+
 // Recorded before SQLite takes a lock of its own.
 int __wrap_sqlite3_exec(sqlite3* connection, const char* sql, RowCallback callback, void* user,
                         char** message) {
     if (user == nullptr) { // not a statement of the double
         doubles::detail::record("sql", doubles::detail::show(sql));
+        if (g_statementsWithMemory && (*g_statementsWithMemory)-- == 0) {
+            throw std::bad_alloc(); // as the copy of the text, or of a row, does
+        }
     }
     return __real_sqlite3_exec(connection, sql, callback, user, message);
 }
@@ -101,6 +112,7 @@ AgentTest::~AgentTest() {
     delete std::exchange(G_WebGUIAgent, nullptr);
     sqlite3_reset_auto_extension();
     g_connection = nullptr;
+    g_statementsWithMemory.reset();
 }
 
 WebGUIAgent& AgentTest::start(const std::string& theme) {
@@ -108,6 +120,7 @@ WebGUIAgent& AgentTest::start(const std::string& theme) {
         doubles::database().statements.push_back("INSERT INTO Misc VALUES ('Theme', '" + theme +
                                                  "')");
     }
+    g_statementsWithMemory.reset();
     delete std::exchange(G_WebGUIAgent, nullptr);
     G_WebGUIAgent = new WebGUIAgent;
     doubles::calls();
@@ -125,6 +138,10 @@ void AgentTest::answerCountWith(const char* text) {
     ASSERT_EQ(sqlite3_create_function(connection(), "count", 0, SQLITE_UTF8,
                                       const_cast<char*>(text), nullptr, countNothing, giveText),
               SQLITE_OK);
+}
+
+void AgentTest::endMemoryAfter(int statements) {
+    g_statementsWithMemory = statements;
 }
 
 void AgentTest::countRowByRow() {

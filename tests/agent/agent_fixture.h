@@ -52,6 +52,9 @@ protected:
     // `SELECT count(*)` then collects. Null: SQL NULL.
     static void answerCountWith(const char* text);
 
+    // Lets memory run out in a statement of the agent's own: that many succeed before.
+    static void endMemoryAfter(int statements);
+
     // A function instead of the aggregate: 1 for each row, and so nothing without a row.
     static void countRowByRow();
 };

@@ -364,4 +364,12 @@ TEST_F(Transaction, IsSilentWhenTheDatabaseIsNotReady) {
     EXPECT_THAT(doubles::calls(), IsEmpty());
 }
 
+using TransactionDeathTest = Transaction;
+
+TEST_F(TransactionDeathTest, EndsTheProcessWhenMemoryRunsOut) {
+    WebGUIAgent& agent = start();
+    endMemoryAfter(0);
+    EXPECT_EXIT(agent.Transaction(0), testing::KilledBySignal(SIGABRT), "terminate called");
+}
+
 } // namespace

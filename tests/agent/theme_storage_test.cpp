@@ -193,6 +193,15 @@ TEST_F(SetThemeDeathTest, EndsTheProcessWhenTheCountIsOutOfRange) {
                 "std::out_of_range(.|\n)*stoul");
 }
 
+TEST_F(SetThemeDeathTest, EndsTheProcessWhenMemoryRunsOutInEitherStatement) {
+    for (const int statementsBefore : {0, 1}) {
+        start("dark");
+        endMemoryAfter(statementsBefore);
+        EXPECT_EXIT(agent().setTheme("light"), testing::KilledBySignal(SIGABRT), "terminate called")
+            << statementsBefore;
+    }
+}
+
 TEST_F(SetTheme, AddsARowWhenNothingWasCollected) {
     start();
     doubles::runSql("DELETE FROM Misc");
@@ -274,6 +283,14 @@ TEST_F(GetTheme, GivesTheMemberWhenTheQueryFails) {
                         "\tExtra Information: no such table: View_Theme\n"
                         "[getTheme]: Stopped due to failed \n");
     EXPECT_EQ(output(), "");
+}
+
+using GetThemeDeathTest = GetTheme;
+
+TEST_F(GetThemeDeathTest, EndsTheProcessWhenMemoryRunsOutInTheQuery) {
+    start("light");
+    endMemoryAfter(0);
+    EXPECT_EXIT(agent().getTheme(), testing::KilledBySignal(SIGABRT), "terminate called");
 }
 
 TEST_F(Theme, StatementsAreNeitherPacedNorRepeated) {
