@@ -59,6 +59,11 @@ CoolingUnitProcess::CoolingUnitProcess() {
     start();
 }
 
+CoolingUnitProcess::~CoolingUnitProcess() {
+    process_->signal(SIGCONT);
+    terminate();
+}
+
 void CoolingUnitProcess::start() {
     const std::size_t before = linesOfOutput();
     process_ = std::make_unique<ChildProcess>(

@@ -17,9 +17,11 @@ Finished runCoolingUnitSim(const std::vector<std::string>& words);
 
 class CoolingUnitProcess {
 public:
-    // Listens when the constructor returns.
+    // Listens when the constructor returns; the destructor ends it in order.
     CoolingUnitProcess();
-    ~CoolingUnitProcess() = default;
+    ~CoolingUnitProcess();
+    CoolingUnitProcess(const CoolingUnitProcess&) = delete;
+    CoolingUnitProcess& operator=(const CoolingUnitProcess&) = delete;
 
     // Again, on the same port and with the same state.
     void start();
