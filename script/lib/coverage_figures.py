@@ -62,9 +62,15 @@ class Copies:
         return self.entered[function] == 0 and self.entered[self.places[function]] > 0
 
 
-def gcov_documents(build):
-    """What gcov says of every object, those that were never run included."""
-    notes = sorted(str(path) for path in build.resolve().rglob("*.gcno"))
+def gcov_documents(build, folders):
+    """What gcov says of every object that was run or lies in one of these folders.
+
+    Any other may be older than the headers that it includes: nobody needed it built.
+    """
+    build = build.resolve()
+    notes = [str(path) for path in sorted(build.rglob("*.gcno"))
+             if path.with_suffix(".gcda").exists()
+             or str(path.relative_to(build)).startswith(folders)]
     with tempfile.TemporaryDirectory() as folder:
         # Its status is not asked: an object without a function of ours, or without counters, spoils it.
         finished = subprocess.run(
@@ -80,7 +86,7 @@ def read_counters(build, folders):
     """file below ROOT: number of a line: Line, for the files of these folders."""
     files = collections.defaultdict(lambda: collections.defaultdict(Line))
     copies = collections.defaultdict(Copies)
-    for document in gcov_documents(build):
+    for document in gcov_documents(build, folders):
         for source in document["files"]:
             path = pathlib.Path(document["current_working_directory"], source["file"]).resolve()
             if not path.is_relative_to(ROOT) or not path.exists():  # an object of an earlier build

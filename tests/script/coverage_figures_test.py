@@ -20,28 +20,32 @@ class CoverageFigures(unittest.TestCase):
         folder = tempfile.TemporaryDirectory()
         self.addCleanup(folder.cleanup)
         self.root = pathlib.Path(folder.name).resolve()
-        (self.root / "part").mkdir()
+        for name in ("part", "build/part", "build/tests"):
+            (self.root / name).mkdir(parents=True)
         self.addCleanup(setattr, coverage_figures, "ROOT", coverage_figures.ROOT)
         coverage_figures.ROOT = self.root
 
     def write(self, name, text):
         (self.root / "part" / name).write_text(text)
 
-    def build(self, *sources, run=True):
-        """Objects with counters, and their program run once."""
-        for source in sources:
-            subprocess.run(["c++", "--coverage", "-O0", "-c", f"part/{source}"], cwd=self.root,
-                           check=True)
-        if run:
-            objects = [source.replace(".cpp", ".o") for source in sources]
-            subprocess.run(["c++", "--coverage", "-o", "program", *objects], cwd=self.root, check=True)
-            subprocess.run(["./program"], cwd=self.root, check=True)
+    def compile(self, source, into="part"):
+        """The object of a source, with counters."""
+        result = f"build/{into}/{source.replace('.cpp', '.o')}"
+        subprocess.run(["c++", "--coverage", "-O0", "-c", "-o", result, f"part/{source}"],
+                       cwd=self.root, check=True)
+        return result
+
+    def build(self, *sources):
+        """Their program, run once."""
+        objects = [self.compile(source) for source in sources]
+        subprocess.run(["c++", "--coverage", "-o", "program", *objects], cwd=self.root, check=True)
+        subprocess.run(["./program"], cwd=self.root, check=True)
 
     def judge(self, limits="100,100", folder="part/"):
         """The status, and the lines that name a missing place."""
         printed = io.StringIO()
         with contextlib.redirect_stdout(printed):
-            status = coverage_figures.main(str(self.root), str(self.root / "trace"),
+            status = coverage_figures.main(str(self.root / "build"), str(self.root / "trace"),
                                            f"{folder}={limits}")
         return status, [line for line in printed.getvalue().splitlines() if line.startswith("part/")
                         and ": " in line]
@@ -92,9 +96,16 @@ class CoverageFigures(unittest.TestCase):
         self.assertEqual(self.judge(), (1, ["part/a.cpp:3: 2 of 4 branches not taken"]))
 
     def test_counts_an_object_that_was_never_run(self):
-        self.write("a.cpp", "int idle() {\n    return 1;\n}\n")
-        self.build("a.cpp", run=False)
-        self.assertEqual(self.judge()[0], 1)
+        self.test_is_content_when_every_line_and_branch_was_run()
+        self.write("b.cpp", "int idle() {\n    return 1;\n}\n")
+        self.compile("b.cpp")
+        self.assertEqual(self.judge(), (1, ["part/b.cpp:1: line not run", "part/b.cpp:2: line not run"]))
+
+    def test_asks_nothing_of_a_test_that_was_not_run(self):
+        self.test_is_content_when_every_line_and_branch_was_run()
+        self.write("b.cpp", "int idle() {\n    return 1;\n}\n")
+        self.compile("b.cpp", into="tests")
+        self.assertEqual(self.judge(), (0, []))
 
     def test_lists_nothing_where_less_than_everything_is_asked(self):
         self.write("a.cpp", "int idle() {\n    return 1;\n}\nint main() {\n    return 0;\n}\n")
@@ -105,7 +116,7 @@ class CoverageFigures(unittest.TestCase):
     def test_forgets_a_source_that_is_gone(self):
         self.test_is_content_when_every_line_and_branch_was_run()
         self.write("old.cpp", "int idle() {\n    return 1;\n}\n")
-        self.build("old.cpp", run=False)
+        self.compile("old.cpp")
         (self.root / "part" / "old.cpp").unlink()
         self.assertEqual(self.judge(), (0, []))
 
