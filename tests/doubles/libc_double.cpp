@@ -25,25 +25,38 @@ void resetLibc() {
     files() = Files{};
     duringPause() = nullptr;
     failAllocation(0);
-}
-
-int onUsleep(unsigned int microseconds) {
-    record("usleep", arguments(microseconds));
-    if (duringPause()) {
-        duringPause()();
-    }
-    return 0;
-}
-
-unsigned int onSleep(unsigned int seconds) {
-    record("sleep", arguments(seconds));
-    return 0;
+    recordAllocations(false);
 }
 
 namespace {
 
-std::FILE* noSuchFile() {
-    errno = ENOENT;
+// The result of a call that fails with this error, or of one that does not.
+int giveErrno(int error) {
+    if (error == 0) {
+        return 0;
+    }
+    errno = error;
+    return -1;
+}
+
+} // namespace
+
+int onUsleep(unsigned int microseconds) {
+    const int error = enter("usleep", arguments(microseconds));
+    if (duringPause()) {
+        duringPause()();
+    }
+    return giveErrno(error);
+}
+
+unsigned int onSleep(unsigned int seconds) {
+    return static_cast<unsigned int>(enter("sleep", arguments(seconds)));
+}
+
+namespace {
+
+std::FILE* noFile(int error) {
+    errno = error;
     return nullptr;
 }
 
@@ -58,19 +71,39 @@ std::FILE* fileWith(const std::string& contents) {
 
 } // namespace
 
+namespace {
+
+std::FILE* openMarker(const char* mode, const Fault& fault) {
+    if (fault) {
+        return noFile(fault.code);
+    }
+    return files().markerFailures-- > 0 ? noFile(refused(ENOENT))
+                                        : openFile(files().markerPath.c_str(), mode);
+}
+
+std::FILE* openManagingMode(const Fault& fault) {
+    switch (fault.shape) {
+    case Shape::kEmptyText:
+        return fileWith({});
+    case Shape::kUnreadable:
+        return openFile("/", "r"); // a directory opens, and cannot be read
+    case Shape::kNone:
+        return files().managingMode ? fileWith(*files().managingMode) : noFile(refused(ENOENT));
+    default:
+        return noFile(fault.code);
+    }
+}
+
+} // namespace
+
 std::FILE* onFopen(const char* path, const char* mode) {
-    if (std::strcmp(path, kRunMarkerFile) == 0) {
-        const Lock lock(mutex());
-        record("fopen", arguments(path, mode));
-        return files().markerFailures-- > 0 ? noSuchFile()
-                                            : openFile(files().markerPath.c_str(), mode);
+    const bool isMarker = std::strcmp(path, kRunMarkerFile) == 0;
+    if (!isMarker && std::strcmp(path, kManagingModeFile) != 0) {
+        return openFile(path, mode);
     }
-    if (std::strcmp(path, kManagingModeFile) == 0) {
-        const Lock lock(mutex());
-        record("fopen", arguments(path, mode));
-        return files().managingMode ? fileWith(*files().managingMode) : noSuchFile();
-    }
-    return openFile(path, mode);
+    const Lock lock(mutex());
+    const Fault fault = enterCall("fopen", arguments(path, mode));
+    return isMarker ? openMarker(mode, fault) : openManagingMode(fault);
 }
 
 int onUnlink(const char* path) {
@@ -78,11 +111,8 @@ int onUnlink(const char* path) {
         return removeFile(path);
     }
     const Lock lock(mutex());
-    record("unlink", arguments(path));
-    if (files().unlinkResult != 0) {
-        errno = ENOENT;
-    }
-    return files().unlinkResult;
+    const int error = enter("unlink", arguments(path));
+    return giveErrno(error == 0 && files().unlinkResult != 0 ? refused(ENOENT) : error);
 }
 
 } // namespace detail

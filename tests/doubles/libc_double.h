@@ -9,7 +9,7 @@
 namespace doubles {
 
 // `fopen` is taken over for two paths, `unlink` for the first and the last of the three;
-// these calls are recorded. All other paths reach the real function unrecorded.
+// these calls are recorded and can fail. All other paths reach the real function unrecorded.
 inline constexpr const char* kRunMarkerFile = "/tmp/run/Stidre.run";
 inline constexpr const char* kManagingModeFile = "/var/database/CoolingUnitManagingMode.txt";
 inline constexpr const char* kBuzzerSilenceFile = "/tmp/buzzer.silence";
@@ -33,5 +33,13 @@ void failAllocation(int nth);
 // Allocations since the last call of failAllocation, and whether its null was given.
 int allocations();
 bool allocationFailed();
+
+// From now on each malloc and calloc of the test's program is recorded and can fail like any other
+// call, "calloc(5, 8)". (Not in the shared library.)
+void recordAllocations(bool recorded);
+
+// Blocks of memory that the doubles handed out or that the test's program allocated and that were
+// not freed. (Not in the shared library.)
+int liveBlocks();
 
 } // namespace doubles

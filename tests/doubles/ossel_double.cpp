@@ -103,6 +103,18 @@ bool nobodyIsConnected() {
     return store().openConnections == 0 && !store().hasOwnContext;
 }
 
+// The answer of a look-up that gives a text: null where nothing was found.
+char* textOrNull(const Fault& fault, const std::string* found) {
+    if (fault.shape == Shape::kEmptyText) {
+        return duplicate({});
+    }
+    if (found == nullptr) {
+        detail::refused();
+        return nullptr;
+    }
+    return duplicate(*found);
+}
+
 std::string showEvent(const RecordedEvent& event) {
     const OsselEvent& record = event.record;
     std::string arguments;
@@ -205,11 +217,15 @@ void provision() {
 
 } // namespace doubles
 
+using doubles::Fault;
+using doubles::Shape;
 using doubles::detail::arguments;
 using doubles::detail::enter;
+using doubles::detail::enterCall;
 using doubles::detail::Lock;
 using doubles::detail::mutex;
 using doubles::detail::Plain;
+using doubles::detail::refused;
 using doubles::detail::show;
 
 extern "C" {
@@ -239,7 +255,7 @@ int osselGenerateUUID(redisContext* context, char* uuid) {
     const Lock lock(mutex());
     const int code = enter("osselGenerateUUID", arguments(context));
     if (code != 0 || context == nullptr) {
-        return code != 0 ? code : 1;
+        return code != 0 ? code : refused();
     }
     copyBounded(uuid, 37, doubles::uuid(++doubles::store().uuids));
     return 0;
@@ -263,7 +279,7 @@ int osselCreateReturnMessage(redisContext* context, const char* uuid, const char
     }
     const int code = enter("osselCreateReturnMessage", shown + ", null");
     if (code != 0 || doubles::isAny(context, {uuid, messageId})) {
-        return code != 0 ? code : 1;
+        return code != 0 ? code : refused();
     }
     doubles::hashes()[uuid] = std::move(fields);
     return 0;
@@ -272,7 +288,8 @@ int osselCreateReturnMessage(redisContext* context, const char* uuid, const char
 int osselPublishToChannel(redisContext* context, const char* channel, const char* message) {
     const Lock lock(mutex());
     const int code = enter("osselPublishToChannel", arguments(context, channel, message));
-    return code != 0 ? code : static_cast<int>(doubles::isAny(context, {channel, message}));
+    const bool refuses = code == 0 && doubles::isAny(context, {channel, message});
+    return refuses ? refused() : code;
 }
 
 int osselCreateHashTable(redisContext* context, const char* key, const FieldValuePair* fields,
@@ -281,7 +298,7 @@ int osselCreateHashTable(redisContext* context, const char* key, const FieldValu
     const int code =
         enter("osselCreateHashTable", arguments(context, key, Plain{show(fields, count)}, count));
     if (code != 0 || doubles::isAny(context, {key}) || fields == nullptr) {
-        return code != 0 ? code : 1;
+        return code != 0 ? code : refused();
     }
     for (int i = 0; i < count; ++i) {
         doubles::setField(key, fields[i].name, fields[i].value);
@@ -293,7 +310,7 @@ int osselDeleteHash(redisContext* context, const char* key) {
     const Lock lock(mutex());
     const int code = enter("osselDeleteHash", arguments(context, key));
     if (code != 0 || doubles::isAny(context, {key})) {
-        return code != 0 ? code : 1;
+        return code != 0 ? code : refused();
     }
     doubles::hashes().erase(key);
     doubles::lists().erase(key);
@@ -303,13 +320,17 @@ int osselDeleteHash(redisContext* context, const char* key) {
 
 int osselGetHashField(redisContext* context, const char* key, const char* field, char* value) {
     const Lock lock(mutex());
-    const int code = enter("osselGetHashField", arguments(context, key, field));
-    if (code != 0 || doubles::isAny(context, {key, field})) {
-        return code != 0 ? code : 1;
+    const Fault fault = enterCall("osselGetHashField", arguments(context, key, field));
+    if (fault.shape == Shape::kEmptyText) {
+        value[0] = '\0';
+        return 0;
+    }
+    if (fault || doubles::isAny(context, {key, field})) {
+        return fault ? fault.code : refused();
     }
     const std::string* const found = doubles::findField(key, field);
     if (found == nullptr) {
-        return 1;
+        return refused();
     }
     const std::size_t length = std::min<std::size_t>(found->size(), 255);
     std::memcpy(value, found->data(), length);
@@ -319,9 +340,16 @@ int osselGetHashField(redisContext* context, const char* key, const char* field,
 
 FieldValuePair* osselHashGetAll(redisContext* context, const char* key, unsigned int* count) {
     const Lock lock(mutex());
-    const int code = enter("osselHashGetAll", arguments(context, key));
-    *count = 0;
-    if (code != 0 || doubles::isAny(context, {key})) {
+    const Fault fault = enterCall("osselHashGetAll", arguments(context, key));
+    *count = fault.shape == Shape::kNullArray ? 1 : 0;
+    if (fault.shape == Shape::kEmptyArray) {
+        return static_cast<FieldValuePair*>(doubles::detail::allocate(sizeof(FieldValuePair)));
+    }
+    if (fault) {
+        return nullptr;
+    }
+    if (doubles::isAny(context, {key})) {
+        refused();
         return nullptr;
     }
     if (const auto answer = std::exchange(doubles::store().hashAnswer, std::nullopt)) {
@@ -330,6 +358,7 @@ FieldValuePair* osselHashGetAll(redisContext* context, const char* key, unsigned
     }
     const auto hash = doubles::hashes().find(key);
     if (hash == doubles::hashes().end() || hash->second.empty()) {
+        refused();
         return nullptr;
     }
     const doubles::Fields& fields = hash->second;
@@ -346,18 +375,21 @@ int osselIsFieldMatched(redisContext* context, const char* key, const char* fiel
                         const char* value) {
     const Lock lock(mutex());
     const int code = enter("osselIsFieldMatched", arguments(context, key, field, value));
-    if (code != 0 || doubles::isAny(context, {key, field, value})) {
+    const std::string* const found = code != 0 || doubles::isAny(context, {key, field, value})
+                                         ? nullptr
+                                         : doubles::findField(key, field);
+    if (found == nullptr || *found != value) {
+        refused();
         return 0;
     }
-    const std::string* const found = doubles::findField(key, field);
-    return static_cast<int>(found != nullptr && *found == value);
+    return 1;
 }
 
 int osselHashAppendTTLObject(redisContext* context, const char* key, int ttl) {
     const Lock lock(mutex());
     const int code = enter("osselHashAppendTTLObject", arguments(context, key, ttl));
     if (code != 0 || doubles::isAny(context, {key})) {
-        return code != 0 ? code : 1;
+        return code != 0 ? code : refused();
     }
     doubles::freshness().erase(key);
     if (ttl > 0) {
@@ -369,7 +401,7 @@ int osselHashAppendTTLObject(redisContext* context, const char* key, int ttl) {
 int osselClearETagCache(redisContext* context, const char* key) {
     const Lock lock(mutex());
     const int code = enter("osselClearETagCache", arguments(context, key));
-    return code != 0 ? code : static_cast<int>(doubles::isAny(context, {key}));
+    return code == 0 && doubles::isAny(context, {key}) ? refused() : code;
 }
 
 int osselListRightPush(redisContext* context, const char* key, const char* value) {
@@ -377,7 +409,7 @@ int osselListRightPush(redisContext* context, const char* key, const char* value
     const int code = enter("osselListRightPush", arguments(context, key, value));
     if (code != 0 || doubles::isAny(context, {key, value}) || doubles::sets().contains(key) ||
         doubles::hashes().contains(key)) {
-        return code != 0 ? code : 1;
+        return code != 0 ? code : refused();
     }
     doubles::addMember(doubles::lists()[key], value);
     return 0;
@@ -387,9 +419,9 @@ int osselLREM(redisContext* context, const char* key, int count, const char* val
     const Lock lock(mutex());
     const int code = enter("osselLREM", arguments(context, key, count, value));
     if (code != 0 || doubles::isAny(context, {key, value})) {
-        return code != 0 ? code : 1;
+        return code != 0 ? code : refused();
     }
-    return static_cast<int>(!doubles::removeMember(doubles::lists(), key, value));
+    return doubles::removeMember(doubles::lists(), key, value) ? 0 : refused();
 }
 
 int osselSADD(redisContext* context, const char* key, const char* member, int flag) {
@@ -397,7 +429,7 @@ int osselSADD(redisContext* context, const char* key, const char* member, int fl
     const int code = enter("osselSADD", arguments(context, key, member, flag));
     if (code != 0 || doubles::isAny(context, {key, member}) || doubles::lists().contains(key) ||
         doubles::hashes().contains(key)) {
-        return code != 0 ? code : 1;
+        return code != 0 ? code : refused();
     }
     doubles::addMember(doubles::sets()[key], member);
     return 0;
@@ -407,24 +439,27 @@ int osselRemoveInstanceFromSet(redisContext* context, const char* key, const cha
     const Lock lock(mutex());
     const int code = enter("osselRemoveInstanceFromSet", arguments(context, key, member));
     if (code != 0 || doubles::isAny(context, {key, member})) {
-        return code != 0 ? code : 1;
+        return code != 0 ? code : refused();
     }
-    return static_cast<int>(!doubles::removeMember(doubles::sets(), key, member));
+    return doubles::removeMember(doubles::sets(), key, member) ? 0 : refused();
 }
 
 int osselSMembers(redisContext* context, const char* key, InstanceSlot** members,
                   unsigned int* count) {
     const Lock lock(mutex());
-    const int code = enter("osselSMembers", arguments(context, key));
-    if (code != 0 || doubles::isAny(context, {key})) {
-        return code != 0 ? code : 1;
+    const Fault fault = enterCall("osselSMembers", arguments(context, key));
+    if (fault.shape == Shape::kRefused || doubles::isAny(context, {key})) {
+        return fault ? fault.code : refused();
     }
     const bool isList = doubles::lists().contains(key);
     const auto& groups = isList ? doubles::lists() : doubles::sets();
     const auto group = groups.find(key);
     *members = nullptr;
     *count = 0;
-    if (group == groups.end()) {
+    if (fault.shape == Shape::kEmptyArray) {
+        *members = static_cast<InstanceSlot*>(doubles::detail::allocate(sizeof(InstanceSlot)));
+    }
+    if (fault || group == groups.end()) {
         return 0;
     }
     *members = static_cast<InstanceSlot*>(
@@ -441,7 +476,7 @@ int osselCreateSetTable(redisContext* context, const char* key, const InstanceSl
     const int code =
         enter("osselCreateSetTable", arguments(context, key, Plain{show(members, count)}, count));
     if (code != 0 || doubles::isAny(context, {key}) || members == nullptr) {
-        return code != 0 ? code : 1;
+        return code != 0 ? code : refused();
     }
     for (unsigned int i = 0; i < count; ++i) {
         doubles::addMember(doubles::sets()[key], members[i]);
@@ -455,7 +490,7 @@ int osselRenewCollection(redisContext* context, int mode, const char* collection
     const int code =
         enter("osselRenewCollection", arguments(context, mode, collectionKey, setKey, int{flag}));
     if (code != 0 || doubles::isAny(context, {collectionKey, setKey}) || (mode != 0 && mode != 1)) {
-        return code != 0 ? code : 1;
+        return code != 0 ? code : refused();
     }
     const std::vector<std::string> members = std::exchange(doubles::sets()[setKey], {});
     doubles::sets().erase(setKey);
@@ -482,7 +517,7 @@ int osselCreateEventObject(redisContext* context, const char* source, int kind,
     const int code = enter("osselCreateEventObject",
                            arguments(context, source, kind, Plain{'[' + shown + ']'}, count));
     if (code != 0 || doubles::isAny(context, {source}) || events == nullptr) {
-        return code != 0 ? code : 1;
+        return code != 0 ? code : refused();
     }
     for (doubles::RecordedEvent& event : copies) {
         doubles::events().push_back(std::move(event));
@@ -492,24 +527,20 @@ int osselCreateEventObject(redisContext* context, const char* source, int kind,
 
 char* olGetSchemaTypeIdByField(const char* key, const char* field, const char* value) {
     const Lock lock(mutex());
-    const int code = enter("olGetSchemaTypeIdByField", arguments(key, field, value));
-    if (code != 0 || doubles::nobodyIsConnected() || key == nullptr || field == nullptr ||
-        value == nullptr) {
-        return nullptr;
-    }
-    const std::string* const id =
-        doubles::findField(key, std::string(field) + ':' + std::string(value));
-    return id == nullptr ? nullptr : doubles::duplicate(*id);
+    const Fault fault = enterCall("olGetSchemaTypeIdByField", arguments(key, field, value));
+    const bool refuses = fault.shape == Shape::kRefused || doubles::nobodyIsConnected() ||
+                         key == nullptr || field == nullptr || value == nullptr;
+    return doubles::textOrNull(
+        fault,
+        refuses ? nullptr : doubles::findField(key, std::string(field) + ':' + std::string(value)));
 }
 
 char* olObjGetProperty(const char* objectKey, const char* property) {
     const Lock lock(mutex());
-    const int code = enter("olObjGetProperty", arguments(objectKey, property));
-    if (code != 0 || doubles::nobodyIsConnected() || objectKey == nullptr || property == nullptr) {
-        return nullptr;
-    }
-    const std::string* const value = doubles::findField(objectKey, property);
-    return value == nullptr ? nullptr : doubles::duplicate(*value);
+    const Fault fault = enterCall("olObjGetProperty", arguments(objectKey, property));
+    const bool refuses = fault.shape == Shape::kRefused || doubles::nobodyIsConnected() ||
+                         objectKey == nullptr || property == nullptr;
+    return doubles::textOrNull(fault, refuses ? nullptr : doubles::findField(objectKey, property));
 }
 
 } // extern "C"

@@ -7,6 +7,7 @@
 #pragma once
 
 #include "doubles/device_double.h"
+#include "doubles/fault.h"
 #include "doubles/libc_double.h"
 #include "doubles/plugin_host_double.h"
 #include "doubles/settings_database_double.h"
@@ -32,6 +33,9 @@ std::vector<std::string> calls();
 // As above, and only those of one function; all of them are cleared.
 std::vector<std::string> callsOf(const std::string& function);
 
+// As calls(), with what became of each.
+std::vector<RecordedCall> recordedCalls();
+
 // Leaves a function out of the record from now on.
 void ignore(const std::string& function);
 
@@ -43,7 +47,12 @@ void fail(const std::string& function, int code = 1);             // the next ca
 void failNth(const std::string& function, int nth, int code = 1); // the nth from now: 1, 2, ...
 void failAlways(const std::string& function, int code = 1);       // every call from now
 void failAnyNth(int nth, int code = 1);                           // the nth that can fail
-bool failuresMet(); // every failure asked for by number has happened
+void failCall(int nth, Fault fault);                              // the same in any way
+void failCallAndLater(int nth, Fault fault); // and every later call of that function
+bool failuresMet();                          // every failure asked for by number has happened
+
+// While paused nothing fails, and the calls do not count.
+void pauseFailures(bool paused);
 
 // --- The object store -----------------------------------------------------------------
 // A small store that the calls read and change as the contract says.

@@ -5,10 +5,12 @@
 #include "text.h"
 
 #include <array>
+#include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
 #include <sqlite3.h>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -79,6 +81,48 @@ TEST_F(PlatformDouble, FailsTheNthCallOfAnyFunction) {
     EXPECT_EQ(xset_env_init(), 0);
 }
 
+TEST_F(PlatformDouble, FailsACallAndAllLaterOnesOfItsFunction) {
+    doubles::failCallAndLater(2, {doubles::Shape::kRefused, 4});
+    EXPECT_EQ(LCDBlank(0), 0);
+    EXPECT_EQ(xset_env_init(), 4);
+    EXPECT_TRUE(doubles::failuresMet());
+    EXPECT_EQ(LCDBlank(0), 0);
+    EXPECT_EQ(xset_env_init(), 4);
+}
+
+TEST_F(PlatformDouble, FailsNeighbouringCallsAsAsked) {
+    doubles::failCall(1, {doubles::Shape::kRefused, 4});
+    doubles::failCall(2, {doubles::Shape::kRefused, 5});
+    EXPECT_EQ(LCDBlank(0), 4);
+    EXPECT_EQ(xset_env_init(), 5);
+    EXPECT_EQ(LCDBlank(0), 0);
+}
+
+TEST_F(PlatformDouble, NeitherFailsNorCountsCallsWhileFailuresArePaused) {
+    doubles::failCall(1, {doubles::Shape::kRefused, 4});
+    doubles::pauseFailures(true);
+    EXPECT_EQ(LCDBlank(0), 0);
+    doubles::pauseFailures(false);
+    EXPECT_FALSE(doubles::failuresMet());
+    EXPECT_EQ(LCDBlank(0), 4);
+}
+
+TEST_F(PlatformDouble, RecordsWhatBecameOfEachCall) {
+    doubles::hashes()["key"] = {{"A", "1"}};
+    doubles::failCall(1, {doubles::Shape::kRefused, 4});
+    LCDBlank(0);
+    osselIsFieldMatched(context(), "key", "A", "1");
+    osselIsFieldMatched(context(), "key", "A", "2");
+    osselRedisDisconnect(nullptr);
+    const std::vector<doubles::RecordedCall> calls = doubles::recordedCalls();
+    ASSERT_EQ(calls.size(), 4U);
+    EXPECT_EQ(calls[0].fault, (doubles::Fault{doubles::Shape::kRefused, 4}));
+    EXPECT_FALSE(calls[1].fault);
+    EXPECT_TRUE(calls[2].fault); // by itself
+    EXPECT_TRUE(calls[2].canFail);
+    EXPECT_FALSE(calls[3].canFail);
+}
+
 TEST_F(PlatformDouble, ResetForgetsCallsFailuresAndData) {
     doubles::failAlways("LCDBlank");
     doubles::hashes()["key"] = {{"A", "1"}};
@@ -144,6 +188,37 @@ TEST_F(PlatformDouble, HandsOutAWholeHashInStoredOrder) {
     EXPECT_EQ(count, 0U);
 }
 
+TEST_F(PlatformDouble, HandsOutNoRecordsInEachWayThatTheContractAllows) {
+    doubles::hashes()["key"] = {{"A", "1"}};
+    unsigned int count = 9;
+    doubles::failCall(1, {doubles::Shape::kRefused, 1});
+    EXPECT_EQ(osselHashGetAll(context(), "key", &count), nullptr);
+    EXPECT_EQ(count, 0U);
+    doubles::failCall(1, {doubles::Shape::kNullArray, 0});
+    EXPECT_EQ(osselHashGetAll(context(), "key", &count), nullptr);
+    EXPECT_EQ(count, 1U);
+    doubles::failCall(1, {doubles::Shape::kEmptyArray, 0});
+    const MallocPtr<FieldValuePair> records{osselHashGetAll(context(), "key", &count)};
+    EXPECT_NE(records, nullptr);
+    EXPECT_EQ(count, 0U);
+}
+
+TEST_F(PlatformDouble, HandsOutAnEmptyTextInsteadOfTheStoredOne) {
+    doubles::provision();
+    std::array<char, 256> text{};
+    context();
+    for (int nth = 1; nth <= 3; ++nth) {
+        doubles::failCall(nth, {doubles::Shape::kEmptyText, 0});
+    }
+    const MallocPtr<char> id{
+        olGetSchemaTypeIdByField("OsselSchemaInstances", "title", "#OrvaneWebGUI.1.0.0.WebGUI")};
+    EXPECT_STREQ(id.get(), "");
+    const MallocPtr<char> collection{olObjGetProperty("schema-type", "instanceCollection")};
+    EXPECT_STREQ(collection.get(), "");
+    EXPECT_EQ(osselGetHashField(context(), "definitions", "WebGUI", text.data()), 0);
+    EXPECT_STREQ(text.data(), "");
+}
+
 TEST_F(PlatformDouble, CutsAFieldTo255Characters) {
     doubles::hashes()["key"] = {{"long", std::string(300, 'x')}, {"empty", ""}};
     std::array<char, 300> text{};
@@ -191,6 +266,21 @@ TEST_F(PlatformDouble, ReadsTheMembersOfAListAsWellAsOfASet) {
     ASSERT_EQ(count, 2U);
     EXPECT_STREQ(members[1], "b");
     ASSERT_EQ(osselSMembers(context(), "absent", &members, &count), 0);
+    EXPECT_EQ(count, 0U);
+}
+
+TEST_F(PlatformDouble, HandsOutNoMembersWithAndWithoutMemory) {
+    doubles::lists()["list"] = {"a"};
+    InstanceSlot* members = nullptr;
+    unsigned int count = 9;
+    doubles::failCall(1, {doubles::Shape::kNullArray, 0});
+    EXPECT_EQ(osselSMembers(context(), "list", &members, &count), 0);
+    EXPECT_EQ(members, nullptr);
+    EXPECT_EQ(count, 0U);
+    doubles::failCall(1, {doubles::Shape::kEmptyArray, 0});
+    EXPECT_EQ(osselSMembers(context(), "list", &members, &count), 0);
+    const MallocPtr<InstanceSlot> owner{members};
+    EXPECT_NE(members, nullptr);
     EXPECT_EQ(count, 0U);
 }
 
@@ -281,6 +371,70 @@ TEST_F(PlatformDouble, AnswersAQueryWithTheHeadingAndEveryRow) {
     doubles::fail("query_database_dat_with_condition", 3);
     EXPECT_EQ(query_database_dat_with_condition(&handle, "webgui_tbl", &table, ""), 3);
     EXPECT_EQ(table.rows, nullptr);
+}
+
+TEST_F(PlatformDouble, LeavesASchemaLevelOrNoReadyFlagAsAsked) {
+    SettingsDatabase handle{};
+    doubles::failCall(1, {doubles::Shape::kLevelOne, -1});
+    EXPECT_EQ(open_database(&handle, 2), -1);
+    EXPECT_EQ(handle.schemaLevel, 1);
+    EXPECT_EQ(handle.ready, 0);
+    doubles::failCall(1, {doubles::Shape::kLevelTwo, 3});
+    EXPECT_EQ(open_database(&handle, 2), 3);
+    EXPECT_EQ(handle.schemaLevel, 2);
+    EXPECT_EQ(handle.ready, 0);
+    doubles::failCall(1, {doubles::Shape::kNotReady, 0});
+    EXPECT_EQ(open_database(&handle, 2), 0);
+    EXPECT_EQ(handle.ready, 0);
+    close_database(&handle);
+}
+
+TEST_F(PlatformDouble, AnswersAQueryWithAnotherNumberOfRows) {
+    SettingsDatabase handle{};
+    SettingsTable table{};
+    const std::pair<doubles::Shape, unsigned int> cases[] = {{doubles::Shape::kEmptyArray, 0},
+                                                             {doubles::Shape::kNullArray, 0},
+                                                             {doubles::Shape::kTwoRows, 2}};
+    for (const auto& [shape, rows] : cases) {
+        doubles::failCall(1, {shape, 0});
+        EXPECT_EQ(query_database_dat_with_condition(&handle, "webgui_tbl", &table, ""), 0);
+        EXPECT_EQ(table.rowCount, rows);
+        EXPECT_EQ(table.rows == nullptr, shape == doubles::Shape::kNullArray);
+        free_sql_tbl(&table);
+    }
+}
+
+int countRow(void* user, int /*count*/, char** /*values*/, char** /*names*/) {
+    ++*static_cast<int*>(user);
+    return 0;
+}
+
+TEST_F(PlatformDouble, FailsAStatementWithAndWithoutAMessageAndAfterItsRows) {
+    SettingsDatabase handle{};
+    open_database(&handle, 2);
+    doubles::calls();
+    doubles::database().recordStatements = true;
+    struct Case {
+        doubles::Shape shape;
+        bool message;
+        int rows;
+    };
+    const Case cases[] = {{doubles::Shape::kRefused, true, 0},
+                          {doubles::Shape::kNoMessage, false, 0},
+                          {doubles::Shape::kAfterRows, true, 1}};
+    for (const Case& each : cases) {
+        int rows = 0;
+        char* message = nullptr;
+        doubles::failCall(1, {each.shape, SQLITE_IOERR});
+        EXPECT_EQ(sqlite3_exec(handle.connection, "SELECT 1", countRow, &rows, &message),
+                  SQLITE_IOERR);
+        EXPECT_EQ(message != nullptr, each.message);
+        EXPECT_EQ(rows, each.rows);
+        sqlite3_free(message);
+    }
+    EXPECT_EQ(sqlite3_exec(handle.connection, "SELECT 1", nullptr, nullptr, nullptr), SQLITE_OK);
+    EXPECT_EQ(callsOf("sqlite3_exec").size(), 4U);
+    close_database(&handle);
 }
 
 TEST_F(PlatformDouble, AppliesAnUpdateToItsRow) {
@@ -387,6 +541,33 @@ TEST_F(PlatformDouble, RefusesTheRunMarkerAsOftenAsAsked) {
     EXPECT_EQ(callsOf("fopen").size(), 2U);
 }
 
+TEST_F(PlatformDouble, FailsCallsOfTheCLibraryWithTheAskedError) {
+    for (int nth = 1; nth <= 5; ++nth) {
+        doubles::failCall(nth, {doubles::Shape::kRefused, EACCES});
+    }
+    const auto failsWithTheError = [](bool failed) {
+        return failed && std::exchange(errno, 0) == EACCES;
+    };
+    EXPECT_TRUE(failsWithTheError(std::fopen(doubles::kRunMarkerFile, "w+") == nullptr));
+    EXPECT_TRUE(failsWithTheError(std::fopen(doubles::kManagingModeFile, "r") == nullptr));
+    EXPECT_TRUE(failsWithTheError(::unlink(doubles::kBuzzerSilenceFile) == -1));
+    EXPECT_TRUE(failsWithTheError(::usleep(1) == -1));
+    EXPECT_EQ(::sleep(20), static_cast<unsigned int>(EACCES)); // seconds left
+}
+
+TEST_F(PlatformDouble, HandsOutAnEmptyAndAnUnreadableManagingModeFile) {
+    doubles::files().managingMode = "Varrow";
+    std::array<char, 32> text{};
+    for (const auto shape : {doubles::Shape::kEmptyText, doubles::Shape::kUnreadable}) {
+        doubles::failCall(1, {shape, 0});
+        std::FILE* const file = std::fopen(doubles::kManagingModeFile, "r");
+        ASSERT_NE(file, nullptr);
+        EXPECT_EQ(std::fgets(text.data(), 32, file), nullptr);
+        EXPECT_EQ(std::ferror(file) != 0, shape == doubles::Shape::kUnreadable);
+        std::fclose(file);
+    }
+}
+
 TEST_F(PlatformDouble, HandsOutTheGivenManagingModeFile) {
     EXPECT_EQ(std::fopen(doubles::kManagingModeFile, "r"), nullptr);
     doubles::files().managingMode = "Varrow on";
@@ -428,6 +609,27 @@ TEST_F(PlatformDouble, FailsTheAskedAllocationOnly) {
     EXPECT_NE(third, nullptr);
     EXPECT_TRUE(doubles::allocationFailed());
     EXPECT_EQ(doubles::allocations(), 3);
+}
+
+TEST_F(PlatformDouble, RecordsAllocationsAndFailsThemLikeOtherCalls) {
+    doubles::recordAllocations(true);
+    doubles::failCall(2, {doubles::Shape::kRefused, ENOMEM});
+    const MallocPtr<void> first{std::malloc(8)};
+    const MallocPtr<void> second{std::calloc(2, 8)};
+    doubles::recordAllocations(false);
+    EXPECT_NE(first, nullptr);
+    EXPECT_EQ(second, nullptr);
+    EXPECT_THAT(doubles::calls(), ElementsAre("malloc(8)", "calloc(2, 8)"));
+}
+
+TEST_F(PlatformDouble, CountsTheBlocksThatWereNotFreed) {
+    const int before = doubles::liveBlocks();
+    redisContext* const connection = osselRedisConnect();
+    void* const block = std::malloc(8);
+    EXPECT_EQ(doubles::liveBlocks(), before + 2);
+    std::free(block);
+    osselRedisDisconnect(connection);
+    EXPECT_EQ(doubles::liveBlocks(), before);
 }
 
 TEST_F(PlatformDouble, CatchesWhatIsWrittenToTheStreams) {

@@ -134,7 +134,7 @@ TEST_F(PreloadedDaemon, FailsEveryCallOfAFunction) {
 }
 
 TEST_F(PreloadedDaemon, FailsTheNthCallOfAnyFunction) {
-    run("provision\nfail-any 2 7\n");
+    run("provision\nfail-any 3 7\n");
     EXPECT_EQ(status_, 0);
     EXPECT_THAT(output_, HasSubstr("Failed to get the schema typeId."));
 }

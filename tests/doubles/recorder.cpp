@@ -5,25 +5,24 @@
 
 #include <algorithm>
 #include <set>
+#include <utility>
 
 namespace doubles {
 
 namespace {
 
-struct Call {
-    std::string function;
-    std::string text;
-};
-
 struct Failure {
     std::string function; // empty: any
     int remaining;        // calls until it happens; 0: always
-    int code;
+    Fault fault;
+    bool andLater = false; // then every later call of the same function, too
 };
 
 struct Record {
-    std::vector<Call> calls;
+    std::vector<RecordedCall> calls;
+    bool lastIsRecorded = false; // the last call stands at the end of `calls`
     std::vector<Failure> failures;
+    bool paused = false;
     std::set<std::string, std::less<>> ignored;
     void (*listener)(const std::string& line) = nullptr;
 };
@@ -34,9 +33,34 @@ Record& theRecord() {
     return *record;
 }
 
-void ask(std::string function, int remaining, int code) {
+void ask(Failure failure) {
     const detail::Lock lock(detail::mutex());
-    theRecord().failures.push_back({std::move(function), remaining, code});
+    theRecord().failures.push_back(std::move(failure));
+}
+
+Fault refusal(int code) {
+    return {Shape::kRefused, code};
+}
+
+// The failure that happens to the next call of this function, if any does.
+Fault nextFault(std::string_view function) {
+    std::vector<Failure>& failures = theRecord().failures;
+    Fault fault;
+    for (auto failure = failures.begin(); failure != failures.end();) {
+        const bool concerned = failure->function.empty() || failure->function == function;
+        const bool always = failure->remaining == 0;
+        const bool happens = concerned && (always || --failure->remaining == 0);
+        fault = happens && !fault ? failure->fault : fault;
+        if (happens && !always && !failure->andLater) {
+            failure = failures.erase(failure);
+            continue;
+        }
+        if (happens && !always) {
+            *failure = {std::string(function), 0, failure->fault};
+        }
+        ++failure;
+    }
+    return fault;
 }
 
 } // namespace
@@ -55,26 +79,36 @@ void setListener(void (*listener)(const std::string& line)) {
 void record(std::string_view function, const std::string& arguments) {
     const Lock lock(mutex());
     Record& record = theRecord();
-    if (record.ignored.contains(function)) {
+    record.lastIsRecorded = !record.ignored.contains(function);
+    if (!record.lastIsRecorded) {
         return;
     }
-    record.calls.push_back({std::string(function), std::string(function) + '(' + arguments + ')'});
+    const std::string name(function);
+    record.calls.push_back({name, name + '(' + arguments + ')', false, {}});
     if (record.listener != nullptr) {
         record.listener(record.calls.back().text);
     }
 }
 
 int enter(std::string_view function, const std::string& arguments) {
+    return enterCall(function, arguments).code;
+}
+
+Fault enterCall(std::string_view function, const std::string& arguments) {
     const Lock lock(mutex());
     record(function, arguments);
-    std::vector<Failure>& failures = theRecord().failures;
-    int code = 0;
-    for (auto failure = failures.begin(); failure != failures.end();) {
-        const bool concerned = failure->function.empty() || failure->function == function;
-        const bool always = failure->remaining == 0;
-        const bool happens = concerned && (always || --failure->remaining == 0);
-        code = happens && code == 0 ? failure->code : code;
-        failure = happens && !always ? failures.erase(failure) : std::next(failure);
+    Record& record = theRecord();
+    const Fault fault = record.paused ? Fault{} : nextFault(function);
+    if (record.lastIsRecorded) {
+        record.calls.back().canFail = true;
+        record.calls.back().fault = fault;
+    }
+    return fault;
+}
+
+int refused(int code) {
+    if (theRecord().lastIsRecorded) {
+        theRecord().calls.back().fault = refusal(code);
     }
     return code;
 }
@@ -123,7 +157,9 @@ void reset() {
     const detail::Lock lock(detail::mutex());
     Record& record = theRecord();
     record.calls.clear();
+    record.lastIsRecorded = false;
     record.failures.clear();
+    record.paused = false;
     record.ignored.clear();
     detail::resetStore();
     detail::resetHost();
@@ -135,17 +171,22 @@ void reset() {
 std::vector<std::string> calls() {
     const detail::Lock lock(detail::mutex());
     std::vector<std::string> texts;
-    for (Call& call : theRecord().calls) {
+    for (RecordedCall& call : recordedCalls()) {
         texts.push_back(std::move(call.text));
     }
-    theRecord().calls.clear();
     return texts;
+}
+
+std::vector<RecordedCall> recordedCalls() {
+    const detail::Lock lock(detail::mutex());
+    theRecord().lastIsRecorded = false;
+    return std::exchange(theRecord().calls, {});
 }
 
 std::vector<std::string> callsOf(const std::string& function) {
     const detail::Lock lock(detail::mutex());
     std::erase_if(theRecord().calls,
-                  [&function](const Call& call) { return call.function != function; });
+                  [&function](const RecordedCall& call) { return call.function != function; });
     return calls();
 }
 
@@ -155,19 +196,32 @@ void ignore(const std::string& function) {
 }
 
 void fail(const std::string& function, int code) {
-    ask(function, 1, code);
+    ask({function, 1, refusal(code)});
 }
 
 void failNth(const std::string& function, int nth, int code) {
-    ask(function, nth, code);
+    ask({function, nth, refusal(code)});
 }
 
 void failAlways(const std::string& function, int code) {
-    ask(function, 0, code);
+    ask({function, 0, refusal(code)});
 }
 
 void failAnyNth(int nth, int code) {
-    ask({}, nth, code);
+    ask({{}, nth, refusal(code)});
+}
+
+void failCall(int nth, Fault fault) {
+    ask({{}, nth, fault});
+}
+
+void failCallAndLater(int nth, Fault fault) {
+    ask({{}, nth, fault, true});
+}
+
+void pauseFailures(bool paused) {
+    const detail::Lock lock(detail::mutex());
+    theRecord().paused = paused;
 }
 
 bool failuresMet() {

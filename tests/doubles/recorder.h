@@ -2,6 +2,7 @@
 // arguments are shown. Tests use platform_doubles.h instead.
 #pragma once
 
+#include "doubles/fault.h"
 #include "records.h"
 
 #include <cstddef>
@@ -11,6 +12,7 @@
 #include <string_view>
 
 struct redisContext;
+struct sqlite3;
 
 namespace doubles::detail {
 
@@ -23,6 +25,12 @@ void record(std::string_view function, const std::string& arguments);
 
 // Records one call that can fail. 0: it succeeds, otherwise the code of the failure.
 int enter(std::string_view function, const std::string& arguments);
+
+// As above, for a function that can fail in several ways.
+Fault enterCall(std::string_view function, const std::string& arguments);
+
+// Notes that the call recorded last, which holds the lock, fails by itself. Returns the code.
+int refused(int code = 1);
 
 // Sees every recorded line; set by the shared library.
 void setListener(void (*listener)(const std::string& line));
@@ -52,6 +60,9 @@ std::string arguments(const Parts&... parts) {
 }
 
 // The real functions, whatever the program that uses the double makes of the names.
+using RowCallback = int (*)(void* user, int count, char** values, char** names);
+int execute(sqlite3* connection, const char* statement, RowCallback callback, void* user,
+            char** message);
 void* allocate(std::size_t size);
 std::FILE* openFile(const char* path, const char* mode);
 int removeFile(const char* path);
@@ -61,6 +72,8 @@ int onUsleep(unsigned int microseconds);
 unsigned int onSleep(unsigned int seconds);
 std::FILE* onFopen(const char* path, const char* mode);
 int onUnlink(const char* path);
+int onExecute(sqlite3* connection, const char* statement, RowCallback callback, void* user,
+              char** message);
 
 // The parts of reset().
 void resetStore();

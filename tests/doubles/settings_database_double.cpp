@@ -49,6 +49,13 @@ void openConnection() {
     }
 }
 
+int levelLeft(Shape shape) {
+    if (shape == Shape::kLevelOne) {
+        return 1;
+    }
+    return shape == Shape::kLevelTwo ? 2 : 0;
+}
+
 // One row as the library hands it out; the heading holds the names as values, too.
 SettingsColumn* makeRow(const std::vector<std::string>& values) {
     const std::vector<std::string>& names = settingsColumnNames();
@@ -85,6 +92,25 @@ void apply(const SettingsRow& row, std::vector<std::string>& values) {
 } // namespace
 
 namespace detail {
+
+int onExecute(sqlite3* connection, const char* statement, RowCallback callback, void* user,
+              char** message) {
+    if (!database().recordStatements) {
+        return execute(connection, statement, callback, user, message);
+    }
+    const Lock lock(mutex());
+    const Fault fault = enterCall("sqlite3_exec", arguments(statement));
+    if (!fault) {
+        const int code = execute(connection, statement, callback, user, message);
+        return code == SQLITE_OK ? code : refused(code);
+    }
+    if (fault.shape == Shape::kAfterRows && callback != nullptr) {
+        execute(connection, statement, callback, user, nullptr);
+    }
+    *message = fault.shape == Shape::kNoMessage ? nullptr
+                                                : sqlite3_mprintf("%s", sqlite3_errstr(fault.code));
+    return fault.code;
+}
 
 void resetDatabase() {
     closeConnection();
@@ -147,7 +173,7 @@ std::string runSql(const std::string& statement) {
         }
         return 0;
     };
-    if (sqlite3_exec(g_connection, statement.c_str(), collect, &values, nullptr) != SQLITE_OK) {
+    if (detail::execute(g_connection, statement.c_str(), collect, &values, nullptr) != SQLITE_OK) {
         return std::string("error: ") + sqlite3_errmsg(g_connection);
     }
     return values;
@@ -160,8 +186,11 @@ bool databaseIsOpen() {
 } // namespace doubles
 
 using doubles::database;
+using doubles::Fault;
+using doubles::Shape;
 using doubles::detail::arguments;
 using doubles::detail::enter;
+using doubles::detail::enterCall;
 using doubles::detail::Lock;
 using doubles::detail::mutex;
 using doubles::detail::Plain;
@@ -171,11 +200,13 @@ extern "C" {
 
 int open_database(SettingsDatabase* database, int mode) {
     const Lock lock(mutex());
-    const int code = enter("open_database", arguments(database->path, mode));
-    const int result = code != 0 ? code : doubles::database().openResult;
+    const Fault fault = enterCall("open_database", arguments(database->path, mode));
+    const int result = fault.code != 0 ? fault.code : doubles::database().openResult;
     const bool usable = result >= 0 && result <= 2;
-    database->ready = doubles::database().ready.value_or(usable ? 1 : 0);
-    database->schemaLevel = doubles::database().schemaLevel.value_or(usable ? 2 : 0);
+    const bool ready = usable && fault.shape != Shape::kNotReady;
+    database->ready = doubles::database().ready.value_or(ready ? 1 : 0);
+    database->schemaLevel =
+        doubles::database().schemaLevel.value_or(usable ? 2 : doubles::levelLeft(fault.shape));
     if (usable || database->ready != 0) {
         doubles::openConnection();
     }
@@ -197,12 +228,17 @@ int close_database(SettingsDatabase* database) {
 int query_database_dat_with_condition(SettingsDatabase* /*handle*/, const char* table,
                                       SettingsTable* result, const char* condition) {
     const Lock lock(mutex());
-    const int code = enter("query_database_dat_with_condition", arguments(table, condition));
+    const Fault fault = enterCall("query_database_dat_with_condition", arguments(table, condition));
     *result = {0, nullptr};
-    if (code != 0) {
-        return code;
+    if (fault.shape == Shape::kRefused || fault.shape == Shape::kNullArray) {
+        return fault.code;
     }
-    const auto& rows = database().rows;
+    auto rows = database().rows;
+    if (fault.shape == Shape::kEmptyArray) {
+        rows.clear();
+    } else if (fault.shape == Shape::kTwoRows) {
+        rows.push_back(doubles::defaultSettings());
+    }
     result->rowCount = static_cast<unsigned int>(rows.size());
     // NOLINTNEXTLINE(bugprone-sizeof-expression): an array of pointers, one per row
     constexpr std::size_t kPointerSize = sizeof(SettingsColumn*);

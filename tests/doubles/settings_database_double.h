@@ -23,6 +23,7 @@ struct Database {
     std::optional<int> schemaLevel; // default: 2 for the results 0 to 2, otherwise 0
     Connection connection = Connection::kTables;
     std::vector<std::string> statements; // run on the new connection
+    bool recordStatements = false;       // the daemon's own are recorded and can fail, too
 
     // The rows of webgui_tbl that a query answers, whatever its condition; values in the
     // order of settingsColumnNames(). An update changes all of them, an insert adds one.

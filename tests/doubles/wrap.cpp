@@ -3,17 +3,27 @@
 #include "doubles/libc_double.h"
 #include "doubles/recorder.h"
 
+#include <atomic>
 #include <cerrno>
+#include <mutex>
+#include <sqlite3.h>
+#include <unordered_set>
 
 extern "C" {
 
 void* __real_malloc(std::size_t size);
 void* __real_calloc(std::size_t count, std::size_t size);
+void __real_free(void* memory);
+int __real_sqlite3_exec(sqlite3* connection, const char* statement,
+                        doubles::detail::RowCallback callback, void* user, char** message);
 std::FILE* __real_fopen(const char* path, const char* mode);
 int __real_unlink(const char* path);
 
 void* __wrap_malloc(std::size_t size);
 void* __wrap_calloc(std::size_t count, std::size_t size);
+void __wrap_free(void* memory);
+int __wrap_sqlite3_exec(sqlite3* connection, const char* statement,
+                        doubles::detail::RowCallback callback, void* user, char** message);
 std::FILE* __wrap_fopen(const char* path, const char* mode);
 int __wrap_unlink(const char* path);
 int __wrap_usleep(unsigned int microseconds);
@@ -27,13 +37,47 @@ namespace {
 
 thread_local int g_allocations = 0;
 thread_local int g_failingAllocation = 0;
+std::atomic<bool> g_recordsAllocations = false;
 
-bool allocationFails() {
-    if (++g_allocations != g_failingAllocation) {
+// The blocks in use. Never destroyed: the program frees memory to its very end.
+class Blocks {
+public:
+    static Blocks& all() {
+        static auto* const blocks = new Blocks;
+        return *blocks;
+    }
+    void* add(void* memory) {
+        const std::lock_guard lock(mutex_);
+        if (memory != nullptr) {
+            blocks_.insert(memory);
+        }
+        return memory;
+    }
+    void remove(void* memory) {
+        const std::lock_guard lock(mutex_);
+        blocks_.erase(memory);
+    }
+    int count() {
+        const std::lock_guard lock(mutex_);
+        return static_cast<int>(blocks_.size());
+    }
+
+private:
+    std::mutex mutex_;
+    std::unordered_set<void*> blocks_;
+};
+
+bool allocationFails(const char* function, const std::string& arguments) {
+    const bool byRecord = g_recordsAllocations && detail::enter(function, arguments) != 0;
+    if (++g_allocations != g_failingAllocation && !byRecord) {
         return false;
     }
     errno = ENOMEM;
     return true;
+}
+
+std::string show(std::size_t size) {
+    return std::to_string(size);
 }
 
 } // namespace
@@ -51,10 +95,23 @@ bool allocationFailed() {
     return g_failingAllocation > 0 && g_allocations >= g_failingAllocation;
 }
 
+void recordAllocations(bool recorded) {
+    g_recordsAllocations = recorded;
+}
+
+int liveBlocks() {
+    return Blocks::all().count();
+}
+
 namespace detail {
 
 void* allocate(std::size_t size) {
-    return __real_malloc(size);
+    return Blocks::all().add(__real_malloc(size));
+}
+
+int execute(sqlite3* connection, const char* statement, RowCallback callback, void* user,
+            char** message) {
+    return __real_sqlite3_exec(connection, statement, callback, user, message);
 }
 
 std::FILE* openFile(const char* path, const char* mode) {
@@ -71,11 +128,25 @@ int removeFile(const char* path) {
 extern "C" {
 
 void* __wrap_malloc(std::size_t size) {
-    return doubles::allocationFails() ? nullptr : __real_malloc(size);
+    return doubles::allocationFails("malloc", doubles::show(size))
+               ? nullptr
+               : doubles::Blocks::all().add(__real_malloc(size));
 }
 
 void* __wrap_calloc(std::size_t count, std::size_t size) {
-    return doubles::allocationFails() ? nullptr : __real_calloc(count, size);
+    return doubles::allocationFails("calloc", doubles::show(count) + ", " + doubles::show(size))
+               ? nullptr
+               : doubles::Blocks::all().add(__real_calloc(count, size));
+}
+
+void __wrap_free(void* memory) {
+    doubles::Blocks::all().remove(memory); // first: freed memory may be handed out at once
+    __real_free(memory);
+}
+
+int __wrap_sqlite3_exec(sqlite3* connection, const char* statement,
+                        doubles::detail::RowCallback callback, void* user, char** message) {
+    return doubles::detail::onExecute(connection, statement, callback, user, message);
 }
 
 std::FILE* __wrap_fopen(const char* path, const char* mode) {
