@@ -38,8 +38,8 @@ bool allocationFailed();
 // call, "calloc(5, 8)". (Not in the shared library.)
 void recordAllocations(bool recorded);
 
-// Blocks of memory that the doubles handed out or that the test's program allocated and that were
-// not freed. (Not in the shared library.)
+// Blocks of memory that the doubles handed out or that the test's program allocated, since the
+// first call of this function, and that were not freed. (Not in the shared library.)
 int liveBlocks();
 
 } // namespace doubles

@@ -430,7 +430,9 @@ TEST_F(PlatformDouble, FailsAStatementWithAndWithoutAMessageAndAfterItsRows) {
                   SQLITE_IOERR);
         EXPECT_EQ(message != nullptr, each.message);
         EXPECT_EQ(rows, each.rows);
+        const int blocks = doubles::liveBlocks();
         sqlite3_free(message);
+        EXPECT_EQ(doubles::liveBlocks(), each.message ? blocks - 1 : blocks);
     }
     EXPECT_EQ(sqlite3_exec(handle.connection, "SELECT 1", nullptr, nullptr, nullptr), SQLITE_OK);
     EXPECT_EQ(callsOf("sqlite3_exec").size(), 4U);

@@ -213,6 +213,8 @@ int execute(sqlite3* connection, const char* statement, RowCallback callback, vo
     return sqlite3_exec(connection, statement, callback, user, message);
 }
 
+void handOut(void* /*memory*/) {}
+
 std::FILE* openFile(const char* path, const char* mode) {
     return theReal<std::FILE*(const char*, const char*)>("fopen")(path, mode);
 }

@@ -64,6 +64,7 @@ using RowCallback = int (*)(void* user, int count, char** values, char** names);
 int execute(sqlite3* connection, const char* statement, RowCallback callback, void* user,
             char** message);
 void* allocate(std::size_t size);
+void handOut(void* memory); // counts what another allocator made
 std::FILE* openFile(const char* path, const char* mode);
 int removeFile(const char* path);
 

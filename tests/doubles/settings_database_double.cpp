@@ -107,8 +107,11 @@ int onExecute(sqlite3* connection, const char* statement, RowCallback callback, 
     if (fault.shape == Shape::kAfterRows && callback != nullptr) {
         execute(connection, statement, callback, user, nullptr);
     }
-    *message = fault.shape == Shape::kNoMessage ? nullptr
-                                                : sqlite3_mprintf("%s", sqlite3_errstr(fault.code));
+    *message = nullptr;
+    if (fault.shape != Shape::kNoMessage) {
+        *message = sqlite3_mprintf("%s", sqlite3_errstr(fault.code));
+        handOut(*message);
+    }
     return fault.code;
 }
 

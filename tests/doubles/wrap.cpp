@@ -14,6 +14,7 @@ extern "C" {
 void* __real_malloc(std::size_t size);
 void* __real_calloc(std::size_t count, std::size_t size);
 void __real_free(void* memory);
+void __real_sqlite3_free(void* memory);
 int __real_sqlite3_exec(sqlite3* connection, const char* statement,
                         doubles::detail::RowCallback callback, void* user, char** message);
 std::FILE* __real_fopen(const char* path, const char* mode);
@@ -22,6 +23,7 @@ int __real_unlink(const char* path);
 void* __wrap_malloc(std::size_t size);
 void* __wrap_calloc(std::size_t count, std::size_t size);
 void __wrap_free(void* memory);
+void __wrap_sqlite3_free(void* memory);
 int __wrap_sqlite3_exec(sqlite3* connection, const char* statement,
                         doubles::detail::RowCallback callback, void* user, char** message);
 std::FILE* __wrap_fopen(const char* path, const char* mode);
@@ -39,7 +41,8 @@ thread_local int g_allocations = 0;
 thread_local int g_failingAllocation = 0;
 std::atomic<bool> g_recordsAllocations = false;
 
-// The blocks in use. Never destroyed: the program frees memory to its very end.
+// The blocks in use, from the first time that they are asked for. Never destroyed: the program
+// frees memory to its very end.
 class Blocks {
 public:
     static Blocks& all() {
@@ -47,6 +50,9 @@ public:
         return *blocks;
     }
     void* add(void* memory) {
+        if (!counts_) {
+            return memory;
+        }
         const std::lock_guard lock(mutex_);
         if (memory != nullptr) {
             blocks_.insert(memory);
@@ -54,15 +60,20 @@ public:
         return memory;
     }
     void remove(void* memory) {
+        if (!counts_) {
+            return;
+        }
         const std::lock_guard lock(mutex_);
         blocks_.erase(memory);
     }
     int count() {
+        counts_ = true;
         const std::lock_guard lock(mutex_);
         return static_cast<int>(blocks_.size());
     }
 
 private:
+    std::atomic<bool> counts_ = false;
     std::mutex mutex_;
     std::unordered_set<void*> blocks_;
 };
@@ -109,6 +120,10 @@ void* allocate(std::size_t size) {
     return Blocks::all().add(__real_malloc(size));
 }
 
+void handOut(void* memory) {
+    Blocks::all().add(memory);
+}
+
 int execute(sqlite3* connection, const char* statement, RowCallback callback, void* user,
             char** message) {
     return __real_sqlite3_exec(connection, statement, callback, user, message);
@@ -142,6 +157,11 @@ void* __wrap_calloc(std::size_t count, std::size_t size) {
 void __wrap_free(void* memory) {
     doubles::Blocks::all().remove(memory); // first: freed memory may be handed out at once
     __real_free(memory);
+}
+
+void __wrap_sqlite3_free(void* memory) {
+    doubles::Blocks::all().remove(memory);
+    __real_sqlite3_free(memory);
 }
 
 int __wrap_sqlite3_exec(sqlite3* connection, const char* statement,

@@ -401,18 +401,4 @@ TEST(Main, CleansUpWhenNoWorkerCanConnect) {
                                                      callsOfExit()})));
 }
 
-// --- Every call that can fail, one after the other ------------------------------------
-
-// More numbers than there are calls that can fail: the last lives meet no failure.
-TEST(Main, EndsWithStatusZeroWhicheverCallFails) {
-    const std::size_t calls = live({"provision"}).calls.size();
-    for (std::size_t n = 1; n <= calls; ++n) {
-        const Life life = live({"provision", "fail-any " + std::to_string(n) + " 26"});
-        EXPECT_EQ(life.status, 0) << n;
-        EXPECT_EQ(life.errors, "") << n;
-        ASSERT_FALSE(life.calls.empty()) << n;
-        EXPECT_EQ(life.calls.back(), "~ovrComSupport()") << n;
-    }
-}
-
 } // namespace

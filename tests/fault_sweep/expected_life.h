@@ -1,0 +1,40 @@
+// What a whole life of the daemon, or one of the removals that are kept for tools, has to call and
+// to write, after what became of each call.
+#pragma once
+
+#include "fault_sweep/expected_settings.h"
+#include "fault_sweep/replay.h"
+
+#include <optional>
+#include <ostream>
+#include <string>
+
+namespace fault_sweep {
+
+enum class Course {
+    kWholeLife,       // `main`, from the construction of the plugin object to the last exit handler
+    kCleanByStore,    // OrvaneWebGUI_Clean on a tree that stands, then the exit handlers
+    kCleanEmptyStore, // as above, with nothing in the collection
+    kDelete,          // OrvaneWebGUI_Delete with a collection, then the exit handlers
+};
+
+// One life, and what it finds.
+struct Life {
+    std::string name;
+    Course course = Course::kWholeLife;
+    bool collectionIsSet = false;
+    bool hasAlert = false;
+    bool hasThemeRow = false;
+    std::optional<std::string> managingMode = std::nullopt; // contents of the file
+};
+
+inline void PrintTo(const Life& life, std::ostream* stream) { // instead of its bytes
+    *stream << life.name;
+}
+
+// Reads a run of this life. Throws Replay::Difference.
+//   binding   address of the process' binding, as the first line shows it
+//   served    set when the daemon came to wait for requests
+void followLife(const Life& life, const RecordedRun& run, const void* binding, bool* served);
+
+} // namespace fault_sweep

@@ -1,0 +1,48 @@
+// What one request has to call, to write and to be answered, after what became of each call. The
+// failure rows of every step are here, one step a function.
+#pragma once
+
+#include "fault_sweep/expected_settings.h"
+#include "fault_sweep/replay.h"
+#include "platform/plugin_host.h"
+
+#include <map>
+#include <ostream>
+#include <string>
+
+namespace fault_sweep {
+
+enum class Road {
+    kHook,     // handed to the hook, which posts or refuses it
+    kQueue,    // put into a worker's queue, past the hook
+    kCreation, // handed to the dispatch with a table of creations, which the product has not
+};
+
+// One kind of request, and the state that it meets.
+struct Request {
+    std::string name;
+    Road road;
+    fnTypes worker; // whose queue; on the road of the hook where it has to post the request
+    std::string msgId;
+    std::string reqArg;
+    std::map<std::string, std::string> fields = {}; // of the request object; empty: there is none
+    bool instanceMatchesUnit = true;                // the stored scale is the unit's
+    int managingMode = 0;
+    bool hasAgent = true;
+    bool hasAlert = false;
+    bool hasThemeRow = true;
+    bool collectionIsSet = false;
+};
+
+inline void PrintTo(const Request& request, std::ostream* stream) { // instead of its bytes
+    *stream << request.name;
+}
+
+inline constexpr char kInstance[] = "80000000-0000-0000-0000-008000000000";
+inline constexpr char kChannel[] = "Reply:1";
+inline constexpr char kCollection[] = "collection";
+
+// Reads a run of this request. Throws Replay::Difference.
+void followRequest(const Request& request, const RecordedRun& run);
+
+} // namespace fault_sweep

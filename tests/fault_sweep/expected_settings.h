@@ -1,0 +1,48 @@
+// What the settings agent has to call and to write, after what became of each call: the rows of
+// the settings database, the theme, the panel.
+#pragma once
+
+#include "fault_sweep/replay.h"
+
+#include <string>
+
+namespace fault_sweep {
+
+// The settings as far as the next calls depend on them.
+struct Settings {
+    bool ready = true;
+    int schemaLevel = 2;
+    std::string backlightOff = "Never";
+    int screenBrightness = 5;
+    std::string measurementSystem = "Metric";
+    bool hasAlert = false;
+};
+
+class ExpectedSettings {
+public:
+    // A fresh agent has loaded nothing yet; `stored` is what the database holds.
+    ExpectedSettings(Replay& replay, Settings stored, bool loaded, bool hasThemeRow);
+
+    void construct();
+    bool updateData();
+    bool hasAlert();
+    void setBacklightOff(const std::string& text);
+    void setScreenBrightness(int level);
+    void setTheme(const std::string& value);
+    void getTheme();
+    void close() { replay_.take("close_database"); }
+
+    Settings& now() { return now_; }
+
+private:
+    void reload(bool everything);
+    bool applyBacklightOff();
+    bool runSql(const std::string& statement);
+
+    Replay& replay_;
+    Settings stored_;
+    Settings now_;
+    bool hasThemeRow_;
+};
+
+} // namespace fault_sweep

@@ -1,0 +1,221 @@
+// The tables of failing results and of their telling. Each reads like a page.
+#include "fault_sweep/failing_results.h"
+
+#include <array>
+#include <cerrno>
+#include <set>
+#include <sqlite3.h>
+
+namespace fault_sweep {
+
+namespace {
+
+using doubles::Fault;
+using doubles::Shape;
+
+constexpr Fault kPlus{Shape::kRefused, 26}; // 1a in hexadecimal
+constexpr Fault kMinus{Shape::kRefused, -1};
+constexpr Fault kNull{Shape::kRefused, 1};
+constexpr Fault kFalse{Shape::kRefused, 1};
+constexpr Fault kEmptyText{Shape::kEmptyText, 0};
+constexpr Fault kEmptyArray{Shape::kEmptyArray, 0};
+constexpr Fault kNullArray{Shape::kNullArray, 0};
+constexpr Fault kTwoRows{Shape::kTwoRows, 0};
+constexpr Fault kNotReady{Shape::kNotReady, 0};
+constexpr Fault kUnusual{Shape::kRefused, 3};
+constexpr Fault kLevelOne{Shape::kLevelOne, -1};
+constexpr Fault kLevelTwo{Shape::kLevelTwo, 3};
+constexpr Fault kUnreadable{Shape::kUnreadable, 0};
+constexpr Fault kSqlBusy{Shape::kRefused, SQLITE_BUSY};
+constexpr Fault kSqlNoMemory{Shape::kNoMessage, SQLITE_NOMEM};
+constexpr Fault kSqlReadError{Shape::kAfterRows, SQLITE_IOERR};
+constexpr Fault kOneSecondLeft{Shape::kRefused, 1};
+
+constexpr Fault error(int number) {
+    return {Shape::kRefused, number};
+}
+
+struct Contract {
+    const char* call; // the call begins so
+    Where where;      // and is made there
+    std::array<Fault, 6> ways;
+};
+
+// The first row that fits holds. What stands in no row has no failing result: its result is void,
+// or success by contract (close_database), or it ends the worker and nothing else (a take).
+// clang-format off
+constexpr Where kAnywhere = Where::kAnywhere;
+constexpr Where kRequest = Where::kRequest;
+constexpr Where kLife = Where::kLife;
+constexpr Contract kContracts[] = {
+    // object store
+    {"osselRedisConnect(",                    kAnywhere, {kNull}},
+    {"osselGenerateUUID(",                    kAnywhere, {kPlus, kMinus}},
+    {"osselCreateReturnMessage(",             kRequest,  {kPlus, kMinus}},
+    {"osselPublishToChannel(",                kRequest,  {kPlus, kMinus}},
+    {"osselCreateHashTable(",                 kAnywhere, {kPlus, kMinus}},
+    {"osselDeleteHash(",                      kAnywhere, {kPlus, kMinus}},
+    {"osselGetHashField(",                    kAnywhere, {kPlus, kMinus, kEmptyText}},
+    {"osselHashGetAll(",                      kRequest,  {kNull, kEmptyArray, kNullArray}},
+    {"osselIsFieldMatched(",                  kRequest,  {kFalse}},
+    {"osselHashAppendTTLObject(",             kAnywhere, {kPlus, kMinus}},
+    {"osselClearETagCache(",                  kRequest,  {kPlus, kMinus}},
+    {"osselListRightPush(",                   kAnywhere, {kPlus, kMinus}},
+    {"osselLREM(",                            kLife,     {kPlus, kMinus}},
+    {"osselSADD(",                            kAnywhere, {kPlus, kMinus}},
+    {"osselRemoveInstanceFromSet(",           kLife,     {kPlus, kMinus}},
+    {"osselSMembers(",                        kLife,     {kPlus, kMinus, kEmptyArray, kNullArray}},
+    {"osselCreateSetTable(",                  kLife,     {kPlus, kMinus}},
+    {"osselRenewCollection(",                 kLife,     {kPlus, kMinus}},
+    {"osselCreateEventObject(",               kRequest,  {kPlus, kMinus}},
+    {"olGetSchemaTypeIdByField(",             kLife,     {kNull, kEmptyText}},
+    {"olObjGetProperty(",                     kLife,     {kNull, kEmptyText}},
+    // settings database; its own statements go to SQLite directly
+    {"open_database(",                        kLife,     {kMinus, kUnusual, kLevelOne, kLevelTwo, kNotReady}},
+    {"query_database_dat_with_condition(",    kAnywhere, {kPlus, kMinus, kEmptyArray, kNullArray, kTwoRows}},
+    {"update_database_table_with_condition(", kRequest,  {kPlus, kMinus}},
+    {"sqlite3_exec(",                         kAnywhere, {kSqlBusy, kSqlNoMemory, kSqlReadError}},
+    // panel and cooling unit
+    {"LCDBrightnessSet(",                     kAnywhere, {kPlus, kMinus}},
+    {"LCDBlankTimeOutSet(",                   kAnywhere, {kPlus, kMinus}},
+    {"LCDBlank(",                             kRequest,  {kPlus, kMinus}},
+    {"xset_env_init(",                        kLife,     {kPlus, kMinus}},
+    {"CoolSetTempScale(",                     kRequest,  {kPlus, kMinus}},
+    {"CoolGetTempScale(",                     kRequest,  {kPlus, kMinus}},
+    // C library
+    {"fopen(\"/var/database/",                kLife,     {error(ENOENT), error(EACCES), error(EMFILE), kEmptyText, kUnreadable}},
+    {"fopen(\"/tmp/run/",                     kLife,     {error(ENOENT), error(EACCES), error(ENOSPC), error(EROFS)}},
+    {"unlink(",                               kRequest,  {error(ENOENT), error(EACCES), error(EBUSY), error(EROFS)}},
+    {"usleep(",                               kAnywhere, {error(EINTR), error(EINVAL)}},
+    {"sleep(",                                kLife,     {kOneSecondLeft}},
+    {"calloc(",                               kAnywhere, {error(ENOMEM)}},
+};
+
+struct Row {
+    const char* call;     // the call begins so
+    const char* fragment; // and holds this
+    Shape shape;          // and fails so; kNone: in any way
+    Where where;
+    const char* words;    // null: silent
+    const char* reason;
+};
+
+// The first row that fits holds; without a row the failed function is named.
+constexpr Row kTellings[] = {
+    {"osselRedisConnect(", "", Shape::kNone, kLife, "Failed to get the schema typeId.",
+     "the plugin object says nothing; the first look-up without a connection does"},
+    {"osselGetHashField(", "\"schema-type\", ", Shape::kNone, kLife, nullptr,
+     "start-up ends without a word when a definition is missing"},
+    {"osselGetHashField(", "\"definitions\", ", Shape::kNone, kLife, nullptr, "as above"},
+    {"osselGetHashField(", "\"webgui-type\", ", Shape::kNone, kLife, nullptr, "as above"},
+    {"osselGetHashField(", "\"actions-type\", ", Shape::kNone, kLife, nullptr, "as above"},
+    {"osselGetHashField(", "", Shape::kEmptyText, kLife, "The instance UUID is empty.",
+     "the field is there, and names no instance"},
+    {"osselGetHashField(", "", Shape::kEmptyText, kRequest, "Unsupported action: .",
+     "the field is there, and names no action"},
+    {"osselCreateHashTable(", "[MeasurementSystem=", Shape::kNone, kRequest,
+     "[read]: Failed to call fnAgentRead().", "the handler of a read passes the code on"},
+    {"osselCreateEventObject(", "", Shape::kNone, kRequest, "Send Redfish SSE event failed.",
+     "has words of its own"},
+    {"osselIsFieldMatched(", "", Shape::kNone, kRequest, nullptr,
+     "cannot be told from a field that differs"},
+    {"osselListRightPush(", "", Shape::kNone, kAnywhere, nullptr,
+     "the set is the normal second try"},
+    {"osselLREM(", "", Shape::kNone, kLife, nullptr, "the set is the normal second try"},
+    {"osselSMembers(", "", Shape::kEmptyArray, kLife, nullptr, "an empty collection is no failure"},
+    {"osselSMembers(", "", Shape::kNullArray, kLife, nullptr, "an empty collection is no failure"},
+    {"olGetSchemaTypeIdByField(", "", Shape::kEmptyText, kLife,
+     "Failed to get the instance collection key.", "an empty id is an id, which has no properties"},
+    {"olGetSchemaTypeIdByField(", "", Shape::kNone, kLife, "Failed to get the schema typeId.",
+     "has words of its own"},
+    {"olObjGetProperty(", "", Shape::kEmptyText, kLife, nullptr,
+     "an empty key is a key: the instance is member of no collection"},
+    {"olObjGetProperty(", "", Shape::kNone, kLife, "Failed to get the instance collection key.",
+     "has words of its own"},
+    {"open_database(", "", Shape::kNotReady, kLife, "[getTheme]: Database is not ready",
+     "the handle says it, at its first use"},
+    {"query_database_dat_with_condition(", "", Shape::kRefused, kAnywhere, nullptr,
+     "is repeated, and works the second time"},
+    {"query_database_dat_with_condition(", "", Shape::kNone, kAnywhere,
+     "[reloadData]: Incorrect row number: ", "the call has worked, its rows are wrong"},
+    {"update_database_table_with_condition(", "", Shape::kNone, kRequest, nullptr,
+     "is repeated, and works the second time"},
+    {"sqlite3_exec(", "", Shape::kNone, kAnywhere,
+     "[Run_SQL]: Stopped due to failed to execute ", "the statement is told"},
+    {"LCD", "", Shape::kNone, kAnywhere, nullptr, "the panel's results are not looked at"},
+    {"xset_env_init(", "", Shape::kNone, kLife, nullptr, "the panel's results are not looked at"},
+    {"CoolSetTempScale(", "", Shape::kNone, kRequest, nullptr, "the unit's results are not looked at"},
+    {"CoolGetTempScale(", "", Shape::kNone, kRequest, nullptr, "a unit that does not answer is metric"},
+    {"fopen(", "CoolingUnitManagingMode", Shape::kNone, kLife, nullptr, "no file is a mode of its own"},
+    {"fopen(", "Stidre.run", Shape::kNone, kLife, nullptr, "start-up goes on without the marker"},
+    {"unlink(", "", Shape::kNone, kRequest, nullptr, "no marker is no failure"},
+    {"usleep(", "", Shape::kNone, kAnywhere, nullptr, "a short pause is a pause"},
+    {"calloc(", ", 2048)", Shape::kNone, kRequest, "[getInputData]: Failed to call malloc() for *data.",
+     "is told by another name"},
+    {"calloc(", "", Shape::kNone, kRequest, nullptr, "the answer goes out without its arguments"},
+    {"calloc(", "(1, 1024)", Shape::kNone, kLife, nullptr,
+     "start-up rolls back without a word; the clean-up has no set to renew with"},
+    {"calloc(", ", 2048)", Shape::kNone, kLife, nullptr, "start-up rolls back without a word"},
+};
+// clang-format on
+
+// Rows that were asked for, by their address. Never destroyed: the report of a child comes late.
+std::set<const void*>& asked() {
+    static auto* const rows = new std::set<const void*>;
+    return *rows;
+}
+
+bool concerns(Where row, Where where) {
+    return row == Where::kAnywhere || row == where;
+}
+
+bool fits(const Row& row, const doubles::RecordedCall& call, Where where) {
+    return call.text.starts_with(row.call) && call.text.find(row.fragment) != std::string::npos &&
+           (row.shape == Shape::kNone || row.shape == call.fault.shape) &&
+           concerns(row.where, where);
+}
+
+} // namespace
+
+std::vector<Fault> failingResults(const std::string& call) {
+    std::vector<Fault> ways;
+    for (const Contract& contract : kContracts) {
+        if (call.starts_with(contract.call)) {
+            asked().insert(&contract);
+            for (const Fault& way : contract.ways) {
+                if (way) {
+                    ways.push_back(way);
+                }
+            }
+            return ways;
+        }
+    }
+    return ways;
+}
+
+Telling tellingOf(const doubles::RecordedCall& call, Where where) {
+    for (const Row& row : kTellings) {
+        if (fits(row, call, where)) {
+            asked().insert(&row);
+            return {row.words == nullptr ? "" : row.words, row.reason};
+        }
+    }
+    return {"Failed to call " + call.function + '(', ""};
+}
+
+std::vector<std::string> rowsNeverAskedFor(Where where) {
+    std::vector<std::string> rows;
+    for (const Contract& contract : kContracts) {
+        if (concerns(contract.where, where) && !asked().contains(&contract)) {
+            rows.push_back(std::string("failing results of ") + contract.call);
+        }
+    }
+    for (const Row& row : kTellings) {
+        if (concerns(row.where, where) && !asked().contains(&row)) {
+            rows.push_back(std::string("telling of ") + row.call + " with " + row.fragment);
+        }
+    }
+    return rows;
+}
+
+} // namespace fault_sweep

@@ -1,0 +1,182 @@
+// Start-up and shutdown, with every call that they make failing once in every way, alone, for good,
+// and together with its neighbour. Each life is lived in a child of the test.
+#include "doubles/platform_test.h"
+#include "fault_sweep/child.h"
+#include "fault_sweep/expected_life.h"
+#include "fault_sweep/sweep.h"
+#include "process_state.h"
+#include "service/plugin_objects.h"
+#include "store/resource_tree.h"
+
+#include <cstdlib>
+#include <memory>
+#include <sys/wait.h>
+
+int serviceMain();
+
+namespace fault_sweep {
+
+namespace {
+
+constexpr char kWebGUI[] = "80000000-0000-0000-0000-008000000000";
+constexpr char kCollection[] = "collection";
+
+// A read and an update, while the daemon waits for requests and everything is in order again.
+// Their answers go into the note.
+void serveRequests() {
+    leaveOut();
+    doubles::pauseFailures(true);
+    doubles::recordAllocations(false);
+    doubles::hashes()["Request:1"] = {{"InitialBoot", "true"}, {"OriginalObjID", kWebGUI}};
+    doubles::callHook("00001", kWebGUI, "Reply:1");
+    doubles::callHook("00004", "Request:1", "Reply:2");
+    doubles::runWorkers();
+    for (const std::string& call : doubles::calls()) {
+        if (call.starts_with("osselCreateReturnMessage(")) {
+            note(textsOf(call).at(1) + ' ');
+        }
+    }
+    doubles::recordAllocations(true);
+    doubles::pauseFailures(false);
+    goOn();
+}
+
+void prepare(const Life& life) {
+    ::unsetenv("ManagingMode");
+    std::destroy_at(&G_Plugin);
+    doubles::reset();
+    doubles::ignore("tql_update_ssqlcol_struct");
+    doubles::provision();
+    if (life.collectionIsSet) {
+        doubles::sets()[kCollection] = {"another"};
+    }
+    doubles::setSetting("HasAlert", life.hasAlert ? "YES" : "NO");
+    if (life.hasThemeRow) {
+        doubles::database().statements = {"INSERT INTO Misc VALUES ('Theme', 'light')"};
+    }
+    doubles::files().managingMode = life.managingMode;
+    doubles::host().duringWaitForExit = serveRequests;
+    doubles::database().recordStatements = true;
+}
+
+void constructPlugin() {
+    std::construct_at(&G_Plugin, kRedisDatabase, kPluginId, &G_Binding);
+}
+
+// A tree that stands, as start-up leaves it.
+void buildTree() {
+    G_ResourceTypeIds = {"schema-type",     "webgui-type",   "actions-type", "oem-type",
+                         "turnofflcd-type", "guiready-type", kCollection};
+    if (OrvaneWebGUI_Init(G_Plugin.m_redis) == 0) {
+        std::abort();
+    }
+}
+
+void removeTree(const Life& life) {
+    if (life.course == Course::kDelete) {
+        OrvaneWebGUI_Delete(G_Plugin.m_redis, kWebGUI, kCollection);
+    } else {
+        OrvaneWebGUI_Clean(G_Plugin.m_redis);
+    }
+}
+
+// In the child.
+void live(const Life& life, const Plan& plan) {
+    prepare(life);
+    beginRun();
+    if (life.course == Course::kWholeLife) {
+        doubles::recordAllocations(true);
+        arm(plan);
+        constructPlugin();
+        serviceMain();
+        return;
+    }
+    constructPlugin();
+    buildTree();
+    if (life.course == Course::kCleanEmptyStore) {
+        doubles::lists().clear();
+    } else if (life.collectionIsSet) {
+        doubles::sets()[kCollection] = {kWebGUI};
+    }
+    goOn();
+    arm(plan);
+    removeTree(life);
+    std::exit(0);
+}
+
+RecordedRun runLife(const Life& life, const Plan& plan) {
+    const ChildEnd end = runInChild([&] { live(life, plan); });
+    EXPECT_TRUE(end.reported) << "the child has not come to its end";
+    EXPECT_TRUE(WIFEXITED(end.status)) << "ended by signal " << WTERMSIG(end.status);
+    EXPECT_EQ(WEXITSTATUS(end.status), 0);
+    EXPECT_EQ(end.openConnections, 0);
+    EXPECT_EQ(end.blocks, 0) << "memory was not given back";
+    bool served = false;
+    try {
+        followLife(life, end.run, &G_Binding, &served);
+    } catch (const Replay::Difference& difference) {
+        ADD_FAILURE() << difference.what();
+    }
+    EXPECT_EQ(end.note, served ? "Success Success " : "");
+    return end.run;
+}
+
+class LifeTest : public doubles::PlatformTest {};
+
+class LifeSweep : public LifeTest, public testing::WithParamInterface<Life> {};
+
+TEST_P(LifeSweep, EndsWithStatusZeroAndIsToldWhateverFails) {
+    const Life& life = GetParam();
+    const Counts counts =
+        sweep(Where::kLife, [&](const Plan& plan) { return runLife(life, plan); });
+    EXPECT_GE(counts.lasting, 2);
+    EXPECT_GT(counts.pairs, 0);
+}
+
+Life named(const char* name, Course course = Course::kWholeLife) {
+    return {.name = name, .course = course};
+}
+
+Life with(Life life, void (*change)(Life&)) {
+    change(life);
+    return life;
+}
+
+const auto& lives() {
+    static const auto* const all = new std::vector<Life>{
+        named("FirstLife"),
+        with(named("LifeOnASet"),
+             [](Life& life) {
+                 life.collectionIsSet = true;
+                 life.hasThemeRow = true;
+             }),
+        with(named("LifeWithAnAlert"),
+             [](Life& life) {
+                 life.hasAlert = true;
+                 life.hasThemeRow = true;
+                 life.managingMode = "Varrow";
+             }),
+        with(named("CleanByStore", Course::kCleanByStore),
+             [](Life& life) { life.hasThemeRow = true; }),
+        named("CleanOfAnEmptyStore", Course::kCleanEmptyStore),
+        named("DeleteFromAList", Course::kDelete),
+        with(named("DeleteFromASet", Course::kDelete),
+             [](Life& life) { life.collectionIsSet = true; }),
+    };
+    return *all;
+}
+
+TEST_F(LifeTest, MeetEachRowOfTheTablesThatConcernsThem) {
+    for (const Life& life : lives()) {
+        sweep(
+            Where::kLife, [&](const Plan& plan) { return runLife(life, plan); }, Pairs::kNone);
+    }
+    EXPECT_THAT(rowsNeverAskedFor(Where::kLife), testing::IsEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Lives, LifeSweep, testing::ValuesIn(lives()),
+                         [](const auto& instance) { return instance.param.name; });
+
+} // namespace
+
+} // namespace fault_sweep
