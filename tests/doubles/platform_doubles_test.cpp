@@ -425,14 +425,15 @@ TEST_F(PlatformDouble, FailsAStatementWithAndWithoutAMessageAndAfterItsRows) {
     for (const Case& each : cases) {
         int rows = 0;
         char* message = nullptr;
+        const int blocks = doubles::liveBlocks();
         doubles::failCall(1, {each.shape, SQLITE_IOERR});
         EXPECT_EQ(sqlite3_exec(handle.connection, "SELECT 1", countRow, &rows, &message),
                   SQLITE_IOERR);
         EXPECT_EQ(message != nullptr, each.message);
         EXPECT_EQ(rows, each.rows);
-        const int blocks = doubles::liveBlocks();
+        EXPECT_EQ(doubles::liveBlocks(), each.message ? blocks + 1 : blocks);
         sqlite3_free(message);
-        EXPECT_EQ(doubles::liveBlocks(), each.message ? blocks - 1 : blocks);
+        EXPECT_EQ(doubles::liveBlocks(), blocks);
     }
     EXPECT_EQ(sqlite3_exec(handle.connection, "SELECT 1", nullptr, nullptr, nullptr), SQLITE_OK);
     EXPECT_EQ(callsOf("sqlite3_exec").size(), 4U);
