@@ -39,7 +39,7 @@ class Mutant:
     line: int = 0
     ordinal: int = 0  # among the mutants of this operator that begin on this line
     function: str = ""
-    before: str = ""  # the lines concerned, white space folded
+    before: str = ""  # the lines concerned without comments, white space folded
     after: str = ""
 
     @property
@@ -99,9 +99,17 @@ class _Finder:
         first = self.source.rfind(b"\n", 0, start) + 1
         last = self.source.find(b"\n", end)
         last = len(self.source) if last < 0 else last
-        before = self.source[first:last]
-        after = self.source[first:start] + text + self.source[end:last]
-        return tuple(" ".join(part.decode().split()) for part in (before, after))
+        head, tail = self.code(first, start), self.code(end, last)
+        parts = (head + self.code(start, end) + tail, head + text + tail)
+        return tuple(" ".join(part.decode().split()) for part in parts)
+
+    def code(self, start, end):
+        """The text without its comments."""
+        text = self.source[start:end]
+        for first, last, _, kind in reversed(self.tokens_in(start, end)):
+            if kind == TokenKind.COMMENT:
+                text = text[: first - start] + text[last - start :]
+        return text
 
     # --- Walking the tree ---
 

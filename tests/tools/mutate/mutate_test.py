@@ -212,11 +212,11 @@ class Verdicts(TemporaryFolder):
         path = write(self.folder, "results.tsv", f"killed\t{mutant.id}\tprint\t1.50\tby a te")
         self.assertIsNone(Results(path).verdict(mutant, "print"))
 
-    def test_are_explained_wherever_the_line_has_moved(self):
+    def test_are_explained_wherever_the_line_has_moved_and_whatever_is_remarked(self):
         fields = ["sample.cpp", "a", "change-constant", "int a = 1;", "int a = 0;", "never read"]
         path = write(self.folder, "equivalent.tsv", "# comment\n" + "\t".join(fields) + "\n")
         explanations = Explanations(path)
-        down, up = self.mutants("\n\n  int a = 1;\n")
+        down, up = self.mutants("\n\n  int a = 1; // a remark\n")
         self.assertEqual(explanations.reason(down), "never read")
         self.assertIsNone(explanations.reason(up))
         self.assertEqual(explanations.unused({"sample.cpp"}), [tuple(fields[:5])])
