@@ -1,42 +1,9 @@
-// The fixture of the agent's tests. The doubles do the recording; the linker puts
-// __wrap_sqlite3_exec in front of SQLite, so that its statements are recorded too.
+// The fixture of the agent's tests: the agent, and a look at the SQLite connection that the doubles
+// opened for it.
 #include "agent/agent_fixture.h"
 
-#include "doubles/recorder.h"
-
-#include <new>
-#include <optional>
 #include <sqlite3.h>
-#include <string_view>
 #include <utility>
-
-extern "C" {
-
-using RowCallback = int (*)(void* user, int count, char** values, char** names);
-int __real_sqlite3_exec(sqlite3* connection, const char* sql, RowCallback callback, void* user,
-                        char** message);
-int __wrap_sqlite3_exec(sqlite3* connection, const char* sql, RowCallback callback, void* user,
-                        char** message);
-
-} // extern "C"
-
-namespace {
-
-std::optional<int> g_statementsWithMemory; // no value: memory never runs out
-
-} // namespace
-
-// Recorded before SQLite takes a lock of its own.
-int __wrap_sqlite3_exec(sqlite3* connection, const char* sql, RowCallback callback, void* user,
-                        char** message) {
-    if (user == nullptr) { // not a statement of the double
-        doubles::detail::record("sql", doubles::detail::show(sql));
-        if (g_statementsWithMemory && (*g_statementsWithMemory)-- == 0) {
-            throw std::bad_alloc(); // as the copy of the text, or of a row, does
-        }
-    }
-    return __real_sqlite3_exec(connection, sql, callback, user, message);
-}
 
 namespace agent_test {
 
@@ -106,13 +73,13 @@ Calls repeated(int times, const Calls& calls) {
 AgentTest::AgentTest() {
     watchConnections();
     doubles::ignore("tql_update_ssqlcol_struct");
+    doubles::database().recordStatements = true;
 }
 
 AgentTest::~AgentTest() {
     delete std::exchange(G_WebGUIAgent, nullptr);
     sqlite3_reset_auto_extension();
     g_connection = nullptr;
-    g_statementsWithMemory.reset();
 }
 
 WebGUIAgent& AgentTest::start(const std::string& theme) {
@@ -120,7 +87,8 @@ WebGUIAgent& AgentTest::start(const std::string& theme) {
         doubles::database().statements.push_back("INSERT INTO Misc VALUES ('Theme', '" + theme +
                                                  "')");
     }
-    g_statementsWithMemory.reset();
+    doubles::database().recordStatements = true; // a test may have reset the doubles
+    doubles::database().statementsWithMemory.reset();
     delete std::exchange(G_WebGUIAgent, nullptr);
     G_WebGUIAgent = new WebGUIAgent;
     doubles::calls();
@@ -141,7 +109,7 @@ void AgentTest::answerCountWith(const char* text) {
 }
 
 void AgentTest::endMemoryAfter(int statements) {
-    g_statementsWithMemory = statements;
+    doubles::database().statementsWithMemory = statements;
 }
 
 void AgentTest::countRowByRow() {

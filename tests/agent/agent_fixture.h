@@ -22,8 +22,10 @@ inline constexpr char kQuery[] = "query_database_dat_with_condition(\"webgui_tbl
                                  "\"where Name is 'Zolan CMS Web GUI Settings'\")";
 inline constexpr char kPause[] = "usleep(200000)";
 inline constexpr char kFree[] = "free_sql_tbl()";
-inline constexpr char kReadTheme[] = "sql(\"SELECT Data from View_Theme WHERE Key = 'Theme'\")";
-inline constexpr char kCountThemes[] = "sql(\"SELECT count(*) from Misc WHERE Key = 'Theme'\")";
+inline constexpr char kReadTheme[] =
+    "sqlite3_exec(\"SELECT Data from View_Theme WHERE Key = 'Theme'\")";
+inline constexpr char kCountThemes[] =
+    "sqlite3_exec(\"SELECT count(*) from Misc WHERE Key = 'Theme'\")";
 
 // The row that an update writes: the default settings, but for these columns.
 std::string updateCall(const std::map<std::string, std::string>& changes = {});

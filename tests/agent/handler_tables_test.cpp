@@ -22,7 +22,8 @@ using testing::IsEmpty;
 
 constexpr char kInstance[] = "80000000-0000-0000-0000-008000000000";
 constexpr char kReadScale[] = "CoolGetTempScale(0, 0)";
-constexpr char kUpdateThemeToDark[] = "sql(\"UPDATE Misc SET Data = 'dark' WHERE Key = 'Theme'\")";
+constexpr char kUpdateThemeToDark[] =
+    "sqlite3_exec(\"UPDATE Misc SET Data = 'dark' WHERE Key = 'Theme'\")";
 
 Calls joined(std::initializer_list<Calls> parts) {
     Calls all;

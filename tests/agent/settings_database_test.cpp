@@ -317,9 +317,10 @@ TEST_F(Transaction, BeginsCommitsAndRollsBack) {
     EXPECT_EQ(agent.Transaction(1), 1);
     EXPECT_EQ(agent.Transaction(0), 1);
     EXPECT_EQ(agent.Transaction(2), 1);
-    EXPECT_THAT(doubles::calls(),
-                ElementsAre("sql(\"BEGIN TRANSACTION\")", "sql(\"COMMIT TRANSACTION\")",
-                            "sql(\"BEGIN TRANSACTION\")", "sql(\"ROLLBACK TRANSACTION\")"));
+    EXPECT_THAT(doubles::calls(), ElementsAre("sqlite3_exec(\"BEGIN TRANSACTION\")",
+                                              "sqlite3_exec(\"COMMIT TRANSACTION\")",
+                                              "sqlite3_exec(\"BEGIN TRANSACTION\")",
+                                              "sqlite3_exec(\"ROLLBACK TRANSACTION\")"));
     EXPECT_EQ(output() + errors(), "");
 }
 

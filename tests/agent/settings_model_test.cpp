@@ -93,11 +93,9 @@ TEST_F(SettingsStartUp, OpensReadsAndBringsThePanelToTheSettingsInThisOrder) {
     doubles::database().statements = {"INSERT INTO Misc VALUES ('Theme', 'light')"};
     doubles::setSetting("BacklightOff", "Off After 2 Minutes");
     const WebGUIAgent fresh;
-    Calls calls = doubles::calls();
-    std::erase(calls, "sql(\"INSERT INTO Misc VALUES ('Theme', 'light')\")"); // the double's own
-    EXPECT_THAT(calls, ElementsAre("open_database(\"/var/database/webgui.db\", 2)", kQuery, kPause,
-                                   kFree, kReadTheme, "xset_env_init()", "LCDBrightnessSet(5)",
-                                   "LCDBlankTimeOutSet(120)"));
+    EXPECT_THAT(doubles::calls(), ElementsAre("open_database(\"/var/database/webgui.db\", 2)",
+                                              kQuery, kPause, kFree, kReadTheme, "xset_env_init()",
+                                              "LCDBrightnessSet(5)", "LCDBlankTimeOutSet(120)"));
 }
 
 TEST_F(SettingsStartUp, LoadsEveryMemberAndTheTheme) {
@@ -148,9 +146,10 @@ TEST_F(SettingsStartUp, GoesOnWithEmptySettingsWhenTheRowCannotBeRead) {
     Calls expected{"open_database(\"/var/database/webgui.db\", 2)"};
     const Calls tries = repeated(16, {kQuery, kPause});
     expected.insert(expected.end(), tries.begin(), tries.end());
-    for (const char* call : {kReadTheme, "sql(\"SELECT count(*) from Misc WHERE Key = 'Theme'\")",
-                             "sql(\"INSERT INTO Misc VALUES ( 'Theme', 'dark' )\")",
-                             "xset_env_init()", "LCDBrightnessSet(0)"}) {
+    for (const char* call :
+         {kReadTheme, "sqlite3_exec(\"SELECT count(*) from Misc WHERE Key = 'Theme'\")",
+          "sqlite3_exec(\"INSERT INTO Misc VALUES ( 'Theme', 'dark' )\")", "xset_env_init()",
+          "LCDBrightnessSet(0)"}) {
         expected.emplace_back(call);
     }
     EXPECT_THAT(doubles::calls(), ElementsAreArray(expected));

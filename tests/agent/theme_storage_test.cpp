@@ -10,9 +10,10 @@ using agent_test::kReadTheme;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr char kUpdateToLight[] = "sql(\"UPDATE Misc SET Data = 'light' WHERE Key = 'Theme'\")";
-constexpr char kInsertLight[] = "sql(\"INSERT INTO Misc VALUES ( 'Theme', 'light' )\")";
-constexpr char kInsertDark[] = "sql(\"INSERT INTO Misc VALUES ( 'Theme', 'dark' )\")";
+constexpr char kUpdateToLight[] =
+    "sqlite3_exec(\"UPDATE Misc SET Data = 'light' WHERE Key = 'Theme'\")";
+constexpr char kInsertLight[] = "sqlite3_exec(\"INSERT INTO Misc VALUES ( 'Theme', 'light' )\")";
+constexpr char kInsertDark[] = "sqlite3_exec(\"INSERT INTO Misc VALUES ( 'Theme', 'dark' )\")";
 constexpr char kStoredThemes[] = "SELECT Data FROM Misc WHERE Key = 'Theme' ORDER BY rowid";
 
 static_assert(noexcept(std::declval<WebGUIAgent&>().setTheme(std::string())));

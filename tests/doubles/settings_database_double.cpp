@@ -7,6 +7,7 @@
 #include "text.h"
 
 #include <algorithm>
+#include <new>
 #include <sqlite3.h>
 
 namespace doubles {
@@ -100,6 +101,9 @@ int onExecute(sqlite3* connection, const char* statement, RowCallback callback, 
     }
     const Lock lock(mutex());
     const Fault fault = enterCall("sqlite3_exec", arguments(statement));
+    if (database().statementsWithMemory && (*database().statementsWithMemory)-- == 0) {
+        throw std::bad_alloc(); // as the copy of a text, or of a row, does
+    }
     if (!fault) {
         const int code = execute(connection, statement, callback, user, message);
         return code == SQLITE_OK ? code : refused(code);

@@ -22,8 +22,9 @@ struct Database {
     std::optional<int> ready;       // default: 1 for the results 0 to 2, otherwise 0
     std::optional<int> schemaLevel; // default: 2 for the results 0 to 2, otherwise 0
     Connection connection = Connection::kTables;
-    std::vector<std::string> statements; // run on the new connection
-    bool recordStatements = false;       // the daemon's own are recorded and can fail, too
+    std::vector<std::string> statements;     // run on the new connection
+    bool recordStatements = false;           // the daemon's own are recorded and can fail, too
+    std::optional<int> statementsWithMemory; // the one after so many throws std::bad_alloc
 
     // The rows of webgui_tbl that a query answers, whatever its condition; values in the
     // order of settingsColumnNames(). An update changes all of them, an insert adds one.
