@@ -22,7 +22,10 @@ constexpr int kNoTtl = 0;
 bool buildInstance(redisContext* context, int index, InstanceSlot* slot) {
     nameResourceDocuments();
     std::string uuid;
-    WebGUIPlugin_FillDocument(context, &uuid, index); // cannot fail
+    if (WebGUIPlugin_FillDocument(context, &uuid, index) == 0) {
+        logLine("OrvaneWebGUI_Init", "Failed to call WebGUIPlugin_FillDocument( ", index, " ).");
+        return false;
+    }
     if (OrvaneWebGUI_Init_Create(context, uuid, G_ResourceTypeIds.instanceCollectionKey) != 0) {
         logLine("OrvaneWebGUI_Init", "Failed to call WebGUIPlugin_CreateInstance().");
         return false;

@@ -151,7 +151,7 @@ def judge(folder, limits, files):
     enough = bool(lines) and all(share.reaches(limit) for share, limit in zip(shares, limits))
     asked = " and ".join(f"{limit} % of {what}"
                          for limit, what in zip(limits, ("lines", "branches")))
-    print(f"{folder:<28}{shares[0]!s:>20}{shares[1]!s:>20}  "
+    print(f"{folder:<28}{shares[0]!s:>21}{shares[1]!s:>21}  "
           f"{'ok' if enough else f'BELOW {asked}'}")
     if 100 in limits:
         return enough, list(missing_places(files))
@@ -165,7 +165,7 @@ def main(build, trace, *demands):
         limits[folder] = [int(number) for number in numbers.split(",")]
     files = read_counters(pathlib.Path(build), tuple(limits))
     write_trace(files, pathlib.Path(trace))
-    print(f"{'folder':<28}{'lines':>20}{'branches':>20}")
+    print(f"{'folder':<28}{'lines':>21}{'branches':>21}")
     good, missing = True, []
     for folder, numbers in limits.items():
         own = {name: lines for name, lines in files.items() if name.startswith(folder)}

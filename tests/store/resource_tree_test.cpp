@@ -1,7 +1,17 @@
 // Building the resource tree: order, roll-backs, lines of log.
 #include "store/tree_test.h"
 
+// The linker puts these in the place of WebGUIPlugin_FillDocument, which by itself never fails.
+extern "C" {
+int __real__Z25WebGUIPlugin_FillDocumentP12redisContextPNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEEi(
+    redisContext* context, std::string* uuid, int index);
+int __wrap__Z25WebGUIPlugin_FillDocumentP12redisContextPNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEEi(
+    redisContext* context, std::string* uuid, int index);
+}
+
 namespace {
+
+bool g_fillingFails = false;
 
 using namespace store_test;
 using doubles::context;
@@ -106,6 +116,14 @@ TEST_F(TreeInit, RollsBackSilentlyForEveryAllocationThatFails) {
         EXPECT_NE(G_WebGUIAgent, nullptr);
     }
     EXPECT_EQ(nth, 7) << "the instance set and the five documents";
+}
+
+TEST_F(TreeInit, RollsBackWhenTheDocumentsCannotBeFilled) {
+    g_fillingFails = true;
+    initFails();
+    g_fillingFails = false;
+    EXPECT_THAT(doubles::calls(), ElementsAre(deleteCall("collection")));
+    EXPECT_EQ(output(), "[OrvaneWebGUI_Init]: Failed to call WebGUIPlugin_FillDocument( 0 ).\n");
 }
 
 TEST_F(TreeInit, RollsBackWhenTheOemInstanceFails) {
@@ -334,3 +352,11 @@ TEST_F(TreeRenewal, PassesTheCodeOfAFailureOn) {
 }
 
 } // namespace
+
+int __wrap__Z25WebGUIPlugin_FillDocumentP12redisContextPNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEEi(
+    redisContext* context, std::string* uuid, int index) {
+    return g_fillingFails
+               ? 0
+               : __real__Z25WebGUIPlugin_FillDocumentP12redisContextPNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEEi(
+                     context, uuid, index);
+}
