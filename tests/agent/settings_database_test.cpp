@@ -146,6 +146,12 @@ protected:
     }
 };
 
+TEST_F(RunSql, StartsWithARecordWithoutRows) {
+    const QueryResult fresh;
+    EXPECT_THAT(fresh.values, IsEmpty());
+    EXPECT_EQ(fresh.rowCount, 0U);
+}
+
 TEST_F(RunSql, HandsTheTextToTheDatabase) {
     start();
     EXPECT_EQ(failureOf("INSERT INTO Misc VALUES ('a', 'b')"), "");
@@ -281,11 +287,19 @@ TEST_F(RunSql, LeavesTheSecondLineOutWhenThereIsNoMessage) {
               "[Run_SQL]: Stopped due to failed to execute SELECT 1 with return code 21\n");
 }
 
+TEST_F(RunSql, FreesTheMessageOfAFailure) {
+    start();
+    const int before = doubles::liveBlocks();
+    doubles::fail("sqlite3_exec", 5);
+    EXPECT_EQ(failureOf("SELECT 1"), "failed ");
+    EXPECT_EQ(doubles::liveBlocks(), before);
+}
+
 TEST_F(RunSql, ThrowsWithoutALineWhenTheDatabaseIsNotReady) {
     doubles::database().ready = 0;
     start();
     failureOf("nothing");
-    G_QueryResult.values[place(0, "kept")] = "value";
+    G_QueryResult.values = {{place(0, "kept"), "value"}};
     EXPECT_EQ(failureOf("SELECT 1 AS a", 1), "Database is not ready");
     EXPECT_EQ(output() + errors(), "");
     EXPECT_THAT(doubles::calls(), IsEmpty());
@@ -334,6 +348,14 @@ TEST_F(Transaction, KeepsOrUndoesWhatStandsBetween) {
     agent.setTheme("light");
     agent.Transaction(1);
     EXPECT_EQ(doubles::runSql("SELECT Data FROM Misc"), "light");
+}
+
+TEST_F(Transaction, LeavesTheRecordOfTheLastQueryAlone) {
+    WebGUIAgent& agent = start("dark");
+    agent.getTheme();
+    EXPECT_EQ(agent.Transaction(0), 1);
+    EXPECT_THAT(G_QueryResult.values, UnorderedElementsAre(Pair(place(0, "Data"), "dark")));
+    EXPECT_EQ(G_QueryResult.rowCount, 1U);
 }
 
 TEST_F(Transaction, RefusesAnotherStatusWithoutShowingIt) {

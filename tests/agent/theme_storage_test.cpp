@@ -1,5 +1,6 @@
 // The theme in the table Misc: agent/theme_storage.cpp.
 #include "agent/agent_fixture.h"
+#include "agent/query_result.h"
 
 #include <type_traits>
 
@@ -50,6 +51,14 @@ TEST_F(SetTheme, ChangesTheRowThatIsThere) {
     EXPECT_EQ(doubles::runSql(kStoredThemes), "light");
     EXPECT_EQ(output() + errors(), "");
     EXPECT_EQ(themeInMemory(), "light");
+}
+
+TEST_F(SetTheme, CollectsTheCountAndNothingOfTheChange) {
+    start("dark");
+    agent().setTheme("light");
+    ASSERT_EQ(G_QueryResult.rowCount, 1U);
+    ASSERT_EQ(G_QueryResult.values.size(), 1U);
+    EXPECT_EQ(G_QueryResult.values.begin()->second, "1");
 }
 
 TEST_F(SetTheme, AddsARowWhereThereIsNone) {
@@ -272,6 +281,7 @@ TEST_F(GetTheme, NeedsAReadyDatabase) {
     start();
     EXPECT_EQ(agent().getTheme(), "");
     EXPECT_EQ(output(), "[getTheme]: Database is not ready\n");
+    EXPECT_EQ(errors(), "");
     EXPECT_THAT(doubles::calls(), IsEmpty());
 }
 

@@ -183,7 +183,7 @@ class Judgement(TemporaryFolder):
         for name, text in self.FILES.items():
             with open(os.path.join(workshop.sources, name), encoding="utf-8") as stream:
                 self.assertEqual(stream.read(), text)
-        self.assertIsNone(workshop.run(workshop.programs[0], []))
+        self.assertIsNone(workshop.run(workshop.programs[0], workshop.programs[0].fast))
 
 
 class Verdicts(TemporaryFolder):
