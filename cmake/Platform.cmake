@@ -26,6 +26,6 @@ function(orvane_device_library name)
   set_target_properties(${name} PROPERTIES
     CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
   target_link_libraries(${name} PUBLIC orvane_include PRIVATE ${LIB_LIBRARIES})
-  install(TARGETS ${name} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+  install(TARGETS ${name} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/orvane-webgui COMPONENT platform)
   orvane_strip(${name})
 endfunction()

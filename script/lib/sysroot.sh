@@ -43,6 +43,25 @@ make_links_relative() {
         done
 }
 
+# record_package FILE ROOT FINAL: enters it into a package database below ROOT, with the paths
+# that its files will have below FINAL: dpkg-shlibdeps asks there which package a library is of.
+record_package() {
+    local file=$1 database=$2/var/lib/dpkg final=$3 name member
+    mkdir -p "$database/info" "$database/updates"
+    name=$database/info/$(dpkg-deb -f "$file" Package)
+    if [[ $(dpkg-deb -f "$file" Multi-Arch) == same ]]; then
+        name=$name:armhf
+    fi
+    {
+        dpkg-deb -f "$file" Package Version Architecture Multi-Arch Depends Provides &&
+            printf 'Status: install ok installed\nMaintainer: none\nDescription: unpacked\n\n'
+    } >>"$database/status" || return 1
+    dpkg-deb --fsys-tarfile "$file" | tar -t | sed "s|^\\.|$final|; s|/\$||" >"$name.list" || return 1
+    for member in symbols shlibs; do
+        dpkg-deb --info "$file" "$member" >"$name.$member" 2>/dev/null || rm -f "$name.$member"
+    done
+}
+
 fill_sysroot() {
     local packages=("$@") work=$SYSROOT.new package
     rm -rf "$work" "$SYSROOT"
@@ -52,6 +71,7 @@ fill_sysroot() {
     private_apt "$work" --download-only install "${packages[@]}" || return 1
     for package in "$work"/cache/archives/*.deb; do
         dpkg-deb --extract "$package" "$work/root" || return 1
+        record_package "$package" "$work/root" "$SYSROOT" || return 1
     done
     make_links_relative "$work/root" || return 1
     printf '%s\n' "${packages[@]}" >"$work/root/packages"
@@ -62,7 +82,8 @@ fill_sysroot() {
 make_sysroot() {
     local packages log=$1
     mapfile -t packages < <(sysroot_packages)
-    if [[ $(cat "$SYSROOT/packages" 2>/dev/null) == "$(printf '%s\n' "${packages[@]}")" ]]; then
+    if [[ -s $SYSROOT/var/lib/dpkg/status &&
+        $(cat "$SYSROOT/packages" 2>/dev/null) == "$(printf '%s\n' "${packages[@]}")" ]]; then
         return 0
     fi
     say "unpacking armhf libraries into ${SYSROOT#"$ORVANE_ROOT"/}"
