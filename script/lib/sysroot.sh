@@ -48,6 +48,7 @@ make_links_relative() {
 record_package() {
     local file=$1 database=$2/var/lib/dpkg final=$3 name member
     mkdir -p "$database/info" "$database/updates"
+    echo 1 >"$database/info/format" # of the files' names: with the architecture where several may be
     name=$database/info/$(dpkg-deb -f "$file" Package)
     if [[ $(dpkg-deb -f "$file" Multi-Arch) == same ]]; then
         name=$name:armhf
@@ -82,7 +83,7 @@ fill_sysroot() {
 make_sysroot() {
     local packages log=$1
     mapfile -t packages < <(sysroot_packages)
-    if [[ -s $SYSROOT/var/lib/dpkg/status &&
+    if [[ -s $SYSROOT/var/lib/dpkg/info/format &&
         $(cat "$SYSROOT/packages" 2>/dev/null) == "$(printf '%s\n' "${packages[@]}")" ]]; then
         return 0
     fi
