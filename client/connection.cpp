@@ -19,7 +19,8 @@ struct Advice {
 constexpr std::array kAdvice{
     Advice{.begin = "WRONGTYPE",
            .text = "; the key holds another kind of data: repair or delete it"},
-    Advice{.begin = "NOAUTH", .text = "; use a server without a password"},
+    Advice{.begin = "NOAUTH",
+           .text = "; name a file with user and password in OSSEL_REDIS_CREDENTIALS"},
     Advice{.begin = "LOADING", .text = "; the server is starting: try again in a moment"},
     Advice{.begin = "OOM",
            .text = "; the server has reached its memory limit: free some or raise it"},

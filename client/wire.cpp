@@ -3,6 +3,7 @@
 #include "client/wire.h"
 
 #include "client/errors.h"
+#include "platform/redis_credentials.h"
 
 #include <cerrno>
 #include <hiredis/hiredis.h>
@@ -68,6 +69,26 @@ Wire::Wire(const Address& address, std::chrono::milliseconds limit) : name_(addr
     }
     if (context_->err != 0) {
         fail("cannot connect: " + std::string(context_->errstr) + kAdvice);
+    }
+    authenticate(Clock::now() + limit);
+}
+
+void Wire::authenticate(Deadline deadline) {
+    const redis_credentials::Credentials credentials = redis_credentials::read();
+    if (!credentials.problem.empty()) {
+        throw InvalidArgument(credentials.problem);
+    }
+    if (!credentials.areGiven()) {
+        return;
+    }
+    send({"AUTH", credentials.user, credentials.password}, deadline);
+    const std::optional<Reply> reply = receive(deadline, nullptr);
+    if (!reply) {
+        fail("no reply to AUTH; is the server overloaded or stopped?");
+    }
+    if (reply->kind == Reply::Kind::error) {
+        throw StoreRefused("store " + name_ + ": " + redis_credentials::refusal(reply->text) +
+                           "; correct the file of " + redis_credentials::kVariable);
     }
 }
 

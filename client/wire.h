@@ -21,7 +21,8 @@ using Words = std::vector<std::string>;
 // Not for two threads at once. After any exception the wire is out of step: drop it.
 class Wire {
 public:
-    // Connects within `limit`. Throws StoreUnreachable.
+    // Connects within `limit`, as the user of OSSEL_REDIS_CREDENTIALS where that is set. Throws
+    // StoreUnreachable, StoreRefused, InvalidArgument.
     Wire(const Address& address, std::chrono::milliseconds limit);
 
     // Sends one command. Never raises SIGPIPE. Throws StoreUnreachable.
@@ -39,6 +40,7 @@ private:
         void operator()(redisContext* context) const;
     };
 
+    void authenticate(Deadline deadline);
     [[noreturn]] void fail(const std::string& reason) const;
     std::optional<Reply> takeBuffered();
 

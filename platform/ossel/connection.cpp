@@ -2,12 +2,16 @@
 // version leaves undone. Which commands may be repeated is left to exchange.cpp.
 #include "connection.h"
 
+#include "../redis_credentials.h"
 #include "complaints.h"
 #include "text.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <fcntl.h>
+#include <memory>
+#include <string_view>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -51,6 +55,36 @@ bool moveDescriptor(redisContext& context) {
     return true;
 }
 
+// As a user of the store, where one is named; first of all on each new connection.
+bool authenticate(redisContext& context) {
+    const redis_credentials::Credentials credentials = redis_credentials::read();
+    if (!credentials.problem.empty()) {
+        putInError(context, credentials.problem.c_str());
+        return false;
+    }
+    if (!credentials.areGiven()) {
+        return true;
+    }
+    std::array<const char*, 3> words{"AUTH", credentials.user.c_str(),
+                                     credentials.password.c_str()};
+    const std::array<std::size_t, 3> lengths{4, credentials.user.size(),
+                                             credentials.password.size()};
+    const std::unique_ptr<void, decltype(&freeReplyObject)> reply(
+        redisCommandArgv(&context, static_cast<int>(words.size()), words.data(), lengths.data()),
+        freeReplyObject);
+    if (reply == nullptr) {
+        return false;
+    }
+    const auto& answer = *static_cast<const redisReply*>(reply.get());
+    if (answer.type == REDIS_REPLY_STATUS) {
+        return true;
+    }
+    const std::string_view text =
+        answer.str == nullptr ? std::string_view() : std::string_view(answer.str, answer.len);
+    putInError(context, redis_credentials::refusal(text).c_str());
+    return false;
+}
+
 // What a context needs after each connect; hiredis keeps none of it over a reconnect.
 bool equip(redisContext& context) {
     if (context.obuf == nullptr || context.reader == nullptr) {
@@ -64,7 +98,8 @@ bool equip(redisContext& context) {
     }
     return redisSetTimeout(&context, asTimeval(kCommandTimeout)) == REDIS_OK &&
            (context.connection_type != REDIS_CONN_TCP ||
-            redisEnableKeepAlive(&context) == REDIS_OK);
+            redisEnableKeepAlive(&context) == REDIS_OK) &&
+           authenticate(context);
 }
 
 void complainOfUnreachable(const redisContext& context) {

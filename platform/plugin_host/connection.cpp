@@ -2,6 +2,7 @@
 // raise SIGPIPE on a connection that the server has closed.
 #include "connection.h"
 
+#include "../redis_credentials.h"
 #include "event.h"
 
 #include <algorithm>
@@ -51,7 +52,24 @@ bool Connection::open(const Address& address) {
         return failAsHiredisSays();
     }
     ::fcntl(context_->fd, F_SETFD, FD_CLOEXEC);
-    return true;
+    return authenticate();
+}
+
+// As a user of the store, where one is named.
+bool Connection::authenticate() {
+    const redis_credentials::Credentials credentials = redis_credentials::read();
+    if (!credentials.problem.empty()) {
+        return fail(credentials.problem);
+    }
+    if (!credentials.areGiven()) {
+        return true;
+    }
+    if (!send({"AUTH", credentials.user, credentials.password})) {
+        return false;
+    }
+    const ReplyPtr reply = await(Clock::now() + kCommandBound);
+    return reply && (reply->type != REDIS_REPLY_ERROR ||
+                     fail(redis_credentials::refusal({reply->str, reply->len})));
 }
 
 bool Connection::send(std::initializer_list<std::string_view> words) {

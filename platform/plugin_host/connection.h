@@ -51,6 +51,7 @@ private:
         void operator()(redisContext* context) const { redisFree(context); }
     };
 
+    bool authenticate();
     bool failAsHiredisSays();
 
     std::unique_ptr<redisContext, Free> context_;

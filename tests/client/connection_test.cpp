@@ -142,7 +142,8 @@ TEST(ConnectionWithPassword, SaysThatThePasswordIsInTheWay) {
         ADD_FAILURE() << "let in";
     } catch (const client::StoreRefused& error) {
         EXPECT_THAT(error.what(), HasSubstr("NOAUTH"));
-        EXPECT_THAT(error.what(), HasSubstr("use a server without a password"));
+        EXPECT_THAT(error.what(),
+                    HasSubstr("name a file with user and password in OSSEL_REDIS_CREDENTIALS"));
     }
 }
 

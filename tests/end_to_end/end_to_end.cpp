@@ -7,7 +7,8 @@
 
 namespace test {
 
-EndToEnd::EndToEnd() : redis_(std::make_unique<RedisServer>()) {
+EndToEnd::EndToEnd(std::vector<std::string> redisOptions)
+    : redis_(std::make_unique<RedisServer>(std::move(redisOptions))) {
     environment_ = {{"OSSEL_REDIS", redis_->address()},
                     {"LCD_BACKLIGHT", folder_.file("no-backlight")},
                     {"COOLING_UNIT", "127.0.0.1:1"},

@@ -32,7 +32,7 @@ using Fields = std::vector<std::pair<std::string, std::string>>;
 // end a daemon that still runs must stop in an orderly way, with status 0.
 class EndToEnd : public ::testing::Test {
 protected:
-    EndToEnd();
+    explicit EndToEnd(std::vector<std::string> redisOptions = {});
     ~EndToEnd() override;
     void TearDown() override;
 
