@@ -325,10 +325,12 @@ int osselGetHashField(redisContext* context, const char* key, const char* field,
         value[0] = '\0';
         return 0;
     }
-    if (fault || doubles::isAny(context, {key, field})) {
-        return fault ? fault.code : refused();
+    if (fault) {
+        std::memcpy(value, "left by a failure", sizeof "left by a failure");
+        return fault.code;
     }
-    const std::string* const found = doubles::findField(key, field);
+    const std::string* const found =
+        doubles::isAny(context, {key, field}) ? nullptr : doubles::findField(key, field);
     if (found == nullptr) {
         return refused();
     }

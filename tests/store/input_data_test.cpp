@@ -151,6 +151,14 @@ TEST_F(InputData, LetsALaterStoredRecordOfTheSameNameWin) {
     EXPECT_EQ(target_, "two");
 }
 
+TEST_F(InputData, LooksAtNoRecordBeyondTheCount) {
+    doubles::answerHashGetAll(stored({fieldOf("A", "1"), fieldOf("OriginalObjID", "target"),
+                                      fieldOf("OriginalObjID", "beyond")}),
+                              2);
+    EXPECT_EQ(get(), 0);
+    EXPECT_EQ(target_, "target");
+}
+
 TEST_F(InputData, NeverCopiesTheTargetIntoAWantedProperty) {
     constexpr std::array<const char*, 1> kTarget{"OriginalObjID"};
     doubles::hashes()["key"] = {{"OriginalObjID", "target"}};

@@ -420,6 +420,12 @@ TEST_F(HashFieldText, IsEmptyAndSilentWhenTheFieldCannotBeRead) {
     EXPECT_EQ(output(), "");
 }
 
+TEST_F(HashFieldText, IsEmptyWhateverAFailedReadLeaves) {
+    doubles::hashes()["key"] = {{"field", "text"}};
+    doubles::fail("osselGetHashField");
+    EXPECT_EQ(getHashFieldText(context(), "key", "field"), "");
+}
+
 TEST_F(HashFieldText, MakesNoCallWithoutConnectionKeyOrField) {
     EXPECT_EQ(getHashFieldText(nullptr, "key", "field"), "");
     EXPECT_EQ(getHashFieldText(context(), "", "field"), "");

@@ -90,6 +90,12 @@ TEST_F(ResourceDocumentsTest, CarryTheSettingsTheTypeIdsAndTheLinks) {
     EXPECT_EQ(output(), "");
 }
 
+TEST_F(ResourceDocumentsTest, OfTheActionsInstanceAlwaysSucceed) {
+    std::string uuid;
+    EXPECT_EQ(fillActionsDocument(context(), &uuid, 0), 1);
+    EXPECT_EQ(uuid, webGUI());
+}
+
 TEST_F(ResourceDocumentsTest, KeepAnEmptyTypeIdInTheOemDocument) {
     fill();
     EXPECT_THAT(shown(G_ResourceDocuments.oem, kOemLayout), ElementsAre("typeID="));

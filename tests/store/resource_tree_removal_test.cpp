@@ -250,4 +250,20 @@ TEST_F(Clean, OnlyDeletesACollectionThatCannotBeRead) {
     EXPECT_EQ(output(), "[OrvaneWebGUI_Clean]: Failed to call osselSMembers( collection ).\n");
 }
 
+TEST_F(Clean, SaysFirstThatTheCollectionCannotBeRead) {
+    doubles::fail("osselSMembers", 9);
+    doubles::fail("osselDeleteHash", 10);
+    OrvaneWebGUI_Clean(context());
+    EXPECT_EQ(output(),
+              "[OrvaneWebGUI_Clean]: Failed to call osselSMembers( collection ).\n"
+              "[deleteInstanceCollection]: Failed to call osselDeleteHash( collection ).\n" +
+                  failedTo("OrvaneWebGUI_DeleteInstanceCollection", "deleteInstanceCollection"));
+}
+
+TEST_F(Clean, FreesTheMembers) {
+    const int before = doubles::liveBlocks();
+    OrvaneWebGUI_Clean(context());
+    EXPECT_EQ(doubles::liveBlocks(), before);
+}
+
 } // namespace

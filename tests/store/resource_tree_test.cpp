@@ -53,6 +53,10 @@ protected:
         EXPECT_EQ(test::agentDestructions(), 0);
         EXPECT_EQ(G_ResourceDocuments.webGUI, nullptr);
     }
+    std::string oemDeletionFailed() const {
+        return "[deleteInstance]: Failed to call osselDeleteHash( " + oem() + " ).\n" +
+               failedTo("OrvaneWebGUI_Actions_Oem_Delete", "deleteInstance");
+    }
 };
 
 TEST_F(TreeInit, BuildsFromTheLeavesUpAndRegistersTheTree) {
@@ -255,6 +259,43 @@ TEST_F(TreeInit, LogsAFailedDeletionOfALeafUnderTheLeafsName) {
             failedTo("OrvaneWebGUI_Actions_Oem_Delete", "deleteInstance") +
             failedTo("OrvaneWebGUI_Actions_Init_Create", "OrvaneWebGUI_TurnOffLCD_CreateInstance") +
             kSubtreeFailed);
+}
+
+// The line of a failure comes before those of what it takes down.
+TEST_F(TreeInit, LogsTheFailureOfGUIReadyBeforeTheDeletionOfItsSibling) {
+    doubles::failNth("osselCreateHashTable", 3);
+    doubles::failNth("osselDeleteHash", 1);
+    initFails();
+    EXPECT_EQ(
+        output(),
+        createFailed(guiReady(), "2") +
+            failedTo("OrvaneWebGUI_Actions_GUIReady_Init_Create", "createInstance") +
+            failedTo("OrvaneWebGUI_Actions_Init_Create",
+                     "OrvaneWebGUI_Actions_GUIReady_Init_Create") +
+            oemDeletionFailed() +
+            failedTo("OrvaneWebGUI_Actions_Init_Create", "OrvaneWebGUI_TurnOffLCD_CreateInstance") +
+            kSubtreeFailed);
+}
+
+TEST_F(TreeInit, LogsTheFailureOfTheActionsInstanceBeforeTheDeletionOfItsLeaves) {
+    doubles::failNth("osselCreateHashTable", 4);
+    doubles::failNth("osselDeleteHash", 1);
+    initFails();
+    EXPECT_EQ(output(), createFailed(actions(), "4") +
+                            failedTo("OrvaneWebGUI_Actions_Init_Create", "createInstance") +
+                            oemDeletionFailed() + kSubtreeFailed);
+}
+
+TEST_F(TreeInit, LogsTheFailureOfTheWebGUIInstanceBeforeTheDeletionOfItsSubtree) {
+    decimalStream();
+    doubles::failNth("osselCreateHashTable", 5);
+    doubles::failNth("osselDeleteHash", 1);
+    initFails();
+    EXPECT_EQ(output(),
+              createFailed(webGUI(), "20") +
+                  failedTo("OrvaneWebGUI_Init_Create", "createInstance") + oemDeletionFailed() +
+                  failedTo("OrvaneWebGUI_Actions_Delete", "OrvaneWebGUI_Actions_Oem_Delete") +
+                  failedTo("OrvaneWebGUI_Init", "WebGUIPlugin_CreateInstance"));
 }
 
 // The single operations, on documents that are filled already.

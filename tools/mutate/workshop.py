@@ -42,6 +42,10 @@ class Command:
     line: str
     compiles: bool
 
+    def is_of_program(self):
+        """The flags of a test's objects, not those of the libraries."""
+        return "_test.dir/" in self.output
+
 
 @dataclass
 class Selection:
@@ -153,7 +157,7 @@ class Workshop:
     def precompile(self):
         """Lets the tests begin with what nearly all of them include: their compilation is most of
         the time that a mutant of a header takes."""
-        tests = [s for p in self.programs for s in p.steps if s.compiles and _is_test(s)]
+        tests = [s for p in self.programs for s in p.steps if s.compiles and s.is_of_program()]
         header = os.path.join(self.folder, "tests.h")
         if not tests:
             return
