@@ -342,7 +342,9 @@ private:
 
     void applyDisplayValues() {
         settings_.setBacklightOff(field("BacklightOff"));
-        settings_.setScreenBrightness(std::atoi(field("ScreenBrightness").c_str()));
+        // The sweep's brightnesses fit; anything that is no number counts as 0.
+        settings_.setScreenBrightness(
+            static_cast<int>(std::strtol(field("ScreenBrightness").c_str(), nullptr, 10)));
         if (field("MeasurementSystem") != settings_.now().measurementSystem &&
             request_.managingMode == 0) {
             replay_.take("CoolSetTempScale", {field("EventUserName")});
