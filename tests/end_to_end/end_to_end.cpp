@@ -134,6 +134,24 @@ std::string EndToEnd::requestObject(const Fields& fields, const std::string& tar
     return key;
 }
 
+std::string EndToEnd::displayRequest(const std::map<std::string, std::string>& changes) {
+    std::map<std::string, std::string> fields{{"ScreenBrightness", "5"},
+                                              {"BacklightOff", "Never"},
+                                              {"ActiveAlarmScreensaver", "Enabled"},
+                                              {"InactivityTimer", "10 Minutes"},
+                                              {"MeasurementSystem", "Metric"},
+                                              {"DateFormat", "YYYY-MM-DD"},
+                                              {"TimeFormat", "24 Hours"},
+                                              {"RoomAverage", "false"},
+                                              {"HiLoPeriod", "24 Hours"},
+                                              {"Theme", "dark"},
+                                              {"EventUserName", "operator"}};
+    for (const auto& [name, value] : changes) {
+        fields[name] = value;
+    }
+    return requestObject({fields.begin(), fields.end()});
+}
+
 std::string EndToEnd::sql(const std::string& statement) const {
     const Finished finished = run({"sqlite3", "-cmd", ".timeout 5000", database(), statement});
     EXPECT_EQ(finished.status, 0) << finished.error;

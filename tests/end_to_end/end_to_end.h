@@ -65,6 +65,8 @@ protected:
     Answer ask(const std::string& msgId, const std::string& reqArg);
     // Stores a request object for the instance and gives its key.
     std::string requestObject(const Fields& fields, const std::string& target = kWebGui);
+    // The same with all properties of "00003", the given ones changed.
+    std::string displayRequest(const std::map<std::string, std::string>& changes);
 
     // One value of the settings database, read by the sqlite3 command.
     std::string setting(const std::string& column) const;

@@ -8,25 +8,6 @@ using test::kWebGui;
 
 class RefusedValues : public test::EndToEndWithDevices {
 protected:
-    // All properties of "00003", the given ones changed.
-    std::string request(const std::map<std::string, std::string>& changes) {
-        std::map<std::string, std::string> fields{{"ScreenBrightness", "5"},
-                                                  {"BacklightOff", "Never"},
-                                                  {"ActiveAlarmScreensaver", "Enabled"},
-                                                  {"InactivityTimer", "10 Minutes"},
-                                                  {"MeasurementSystem", "Metric"},
-                                                  {"DateFormat", "YYYY-MM-DD"},
-                                                  {"TimeFormat", "24 Hours"},
-                                                  {"RoomAverage", "false"},
-                                                  {"HiLoPeriod", "24 Hours"},
-                                                  {"Theme", "dark"},
-                                                  {"EventUserName", ""}};
-        for (const auto& [name, value] : changes) {
-            fields[name] = value;
-        }
-        return requestObject({fields.begin(), fields.end()});
-    }
-
     bool hasPrinted(const std::string& line) const {
         return output().find(line + "\n") != std::string::npos;
     }
@@ -34,8 +15,9 @@ protected:
 
 TEST_F(RefusedValues, ABrightnessOutOfRangeReachesTheInstanceAlone) {
     for (const std::string level : {"9", "0", "8", "-1"}) {
-        EXPECT_EQ(ask("00003", request({{"ScreenBrightness", level}, {"HiLoPeriod", level}})),
-                  (test::Answer{"Success", {}}));
+        EXPECT_EQ(
+            ask("00003", displayRequest({{"ScreenBrightness", level}, {"HiLoPeriod", level}})),
+            (test::Answer{"Success", {}}));
         EXPECT_TRUE(
             hasPrinted("[setScreenBrightness]: Incorrect screen brightness(" + level + ")."));
         EXPECT_EQ(field(kWebGui, "ScreenBrightness"), level);
@@ -46,15 +28,17 @@ TEST_F(RefusedValues, ABrightnessOutOfRangeReachesTheInstanceAlone) {
 }
 
 TEST_F(RefusedValues, AnUnknownThemeReachesTheInstanceAlone) {
-    EXPECT_EQ(ask("00003", request({{"Theme", "Dark"}})), (test::Answer{"Success", {}}));
+    EXPECT_EQ(ask("00003", displayRequest({{"Theme", "Dark"}})), (test::Answer{"Success", {}}));
     EXPECT_TRUE(hasPrinted("[setTheme]: Invalided Theme value (Dark) "));
     EXPECT_EQ(field(kWebGui, "Theme"), "Dark");
     EXPECT_EQ(storedTheme(), "dark");
 }
 
 TEST_F(RefusedValues, AnUnknownBacklightChoiceIsStoredButNotApplied) {
-    EXPECT_EQ(ask("00003", request({{"BacklightOff", "Off After 1 Minute"}})).messageId, "Success");
-    EXPECT_EQ(ask("00003", request({{"BacklightOff", "never"}})), (test::Answer{"Success", {}}));
+    EXPECT_EQ(ask("00003", displayRequest({{"BacklightOff", "Off After 1 Minute"}})).messageId,
+              "Success");
+    EXPECT_EQ(ask("00003", displayRequest({{"BacklightOff", "never"}})),
+              (test::Answer{"Success", {}}));
     EXPECT_TRUE(hasPrinted("[setBacklightOff]: Failed to call setLCDBacklightOff()."));
     EXPECT_EQ(field(kWebGui, "BacklightOff"), "never");
     EXPECT_EQ(setting("BacklightOff"), "never");
@@ -62,17 +46,19 @@ TEST_F(RefusedValues, AnUnknownBacklightChoiceIsStoredButNotApplied) {
 }
 
 TEST_F(RefusedValues, AScaleInLowerCaseIsStoredAndCountsAsMetric) {
-    EXPECT_EQ(ask("00003", request({{"MeasurementSystem", "Imperial"}})).messageId, "Success");
+    EXPECT_EQ(ask("00003", displayRequest({{"MeasurementSystem", "Imperial"}})).messageId,
+              "Success");
     ASSERT_EQ(temperatureScale(), "0");
-    EXPECT_EQ(ask("00003", request({{"MeasurementSystem", "imperial"}})).messageId, "Success");
+    EXPECT_EQ(ask("00003", displayRequest({{"MeasurementSystem", "imperial"}})).messageId,
+              "Success");
     EXPECT_EQ(temperatureScale(), "1");
     EXPECT_EQ(setting("Measurement"), "imperial");
 }
 
 TEST_F(RefusedValues, ATextThatIsNoFlagCountsAsFalseAndStaysInTheInstance) {
-    EXPECT_EQ(ask("00003", request({{"RoomAverage", "TRUEst"}})).messageId, "Success");
+    EXPECT_EQ(ask("00003", displayRequest({{"RoomAverage", "TRUEst"}})).messageId, "Success");
     EXPECT_EQ(setting("RoomAverage"), "true");
-    EXPECT_EQ(ask("00003", request({{"RoomAverage", "1"}})).messageId, "Success");
+    EXPECT_EQ(ask("00003", displayRequest({{"RoomAverage", "1"}})).messageId, "Success");
     EXPECT_EQ(setting("RoomAverage"), "false");
     EXPECT_EQ(field(kWebGui, "RoomAverage"), "1");
 }
@@ -105,7 +91,7 @@ TEST_F(RefusedValues, AMissingBrightnessIsZeroAndRefused) {
 
 TEST_F(RefusedValues, WhileAnAlertIsShownABacklightChoiceIsStoredButNotApplied) {
     sql("UPDATE webgui_tbl SET HasAlert = 'YES'");
-    EXPECT_EQ(ask("00003", request({{"BacklightOff", "Off After 5 Minutes"}})).messageId,
+    EXPECT_EQ(ask("00003", displayRequest({{"BacklightOff", "Off After 5 Minutes"}})).messageId,
               "Success");
     EXPECT_EQ(setting("BacklightOff"), "Off After 5 Minutes");
     EXPECT_EQ(blankTimeOut(), "0");
@@ -116,7 +102,7 @@ TEST_F(RefusedValues, WhileAnAlertIsShownABacklightChoiceIsStoredButNotApplied) 
 // its old values, and nothing is announced.
 TEST_F(RefusedValues, ADatabaseThatTakesNoRowFailsTheRequestAfterTheDevicesHaveActed) {
     sql("CREATE TRIGGER refuse BEFORE UPDATE ON webgui_tbl BEGIN SELECT RAISE(ABORT, 'no'); END");
-    EXPECT_EQ(ask("00003", request({{"ScreenBrightness", "2"}, {"Theme", "light"}})),
+    EXPECT_EQ(ask("00003", displayRequest({{"ScreenBrightness", "2"}, {"Theme", "light"}})),
               (test::Answer{"InternalError", {}}));
     EXPECT_TRUE(hasPrinted("[updateData]: Failed to call update_database_table_with_condition()."));
     EXPECT_TRUE(

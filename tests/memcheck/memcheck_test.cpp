@@ -55,23 +55,6 @@ protected:
         }
     }
 
-    // A request object with all properties of "00003", one of them changed.
-    std::string display(const std::string& name, const std::string& value) {
-        std::map<std::string, std::string> fields{{"ScreenBrightness", "5"},
-                                                  {"BacklightOff", "Never"},
-                                                  {"ActiveAlarmScreensaver", "Enabled"},
-                                                  {"InactivityTimer", "10 Minutes"},
-                                                  {"MeasurementSystem", "Metric"},
-                                                  {"DateFormat", "YYYY-MM-DD"},
-                                                  {"TimeFormat", "24 Hours"},
-                                                  {"RoomAverage", "false"},
-                                                  {"HiLoPeriod", "24 Hours"},
-                                                  {"Theme", "dark"},
-                                                  {"EventUserName", "operator"}};
-        fields[name] = value;
-        return requestObject({fields.begin(), fields.end()});
-    }
-
     std::string action(const std::string& name) { return requestObject({{"Action", name}}); }
 
     void sendReads();
@@ -111,14 +94,14 @@ void Memcheck::sendUpdates() {
 }
 
 void Memcheck::sendDisplayUpdates() {
-    send("00003", display("ScreenBrightness", "2"), "Success");
-    send("00003", display("ScreenBrightness", "8"), "Success");
-    send("00003", display("ScreenBrightness", "bright"), "Success");
-    send("00003", display("BacklightOff", "Off After 1 Minute"), "Success");
-    send("00003", display("BacklightOff", "at dusk"), "Success");
-    send("00003", display("MeasurementSystem", "Imperial"), "Success");
-    send("00003", display("Theme", "light"), "Success");
-    send("00003", display("Theme", std::string(1500, 't')), "Success");
+    send("00003", displayRequest({{"ScreenBrightness", "2"}}), "Success");
+    send("00003", displayRequest({{"ScreenBrightness", "8"}}), "Success");
+    send("00003", displayRequest({{"ScreenBrightness", "bright"}}), "Success");
+    send("00003", displayRequest({{"BacklightOff", "Off After 1 Minute"}}), "Success");
+    send("00003", displayRequest({{"BacklightOff", "at dusk"}}), "Success");
+    send("00003", displayRequest({{"MeasurementSystem", "Imperial"}}), "Success");
+    send("00003", displayRequest({{"Theme", "light"}}), "Success");
+    send("00003", displayRequest({{"Theme", std::string(1500, 't')}}), "Success");
     send("00003", requestObject({}), "Success");
     send("00003", "Request:none", "InvalidObject");
 }
@@ -148,7 +131,7 @@ void Memcheck::sendWhatNobodyKnows() {
 
 void Memcheck::sendWhileAnAlertIsShown() {
     sql("UPDATE webgui_tbl SET HasAlert = 'YES'");
-    send("00003", display("BacklightOff", "Off After 5 Minutes"), "Success");
+    send("00003", displayRequest({{"BacklightOff", "Off After 5 Minutes"}}), "Success");
     send("00000", action("WebGUI.TurnOffLCD"), "Success");
     waitForAnswers();
     sql("UPDATE webgui_tbl SET HasAlert = 'NO'");
@@ -167,13 +150,13 @@ void Memcheck::sendAfterTheUnitHasChangedItsScale() {
 void Memcheck::sendWhileTheDatabaseTakesNoRow() {
     sql("CREATE TRIGGER refuse BEFORE UPDATE ON webgui_tbl BEGIN SELECT RAISE(ABORT, 'no'); END");
     send("00002", requestObject({{"Language", "English"}}), "InternalError");
-    send("00003", display("Theme", "dark"), "InternalError");
+    send("00003", displayRequest({{"Theme", "dark"}}), "InternalError");
     send("00004", requestObject({{"InitialBoot", "false"}}), "InternalError");
     waitForAnswers();
     sql("DROP TRIGGER refuse");
     send("00002", requestObject({{"Language", "English"}}), "Success");
     send("00001", kWebGui, "Success");
-    send("00003", display("ScreenBrightness", "7"), "Success");
+    send("00003", displayRequest({{"ScreenBrightness", "7"}}), "Success");
     waitForAnswers();
 }
 
