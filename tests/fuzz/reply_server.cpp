@@ -2,19 +2,14 @@
 // clients use, too.
 #include "fuzz/reply_server.h"
 
-#include "text.h"
-
 #include <array>
 #include <hiredis/hiredis.h>
 #include <limits>
 #include <linux/sockios.h>
 #include <memory>
 #include <poll.h>
-#include <stdexcept>
-#include <sys/eventfd.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 #include <utility>
 #include <vector>
@@ -88,23 +83,12 @@ bool isPing(const std::string& request) {
 } // namespace
 
 ReplyServer::ReplyServer() {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    copyBounded(address.sun_path, folder_.file("reply.sock"));
-    listener_ = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    stopping_ = ::eventfd(0, EFD_CLOEXEC);
-    if (::bind(listener_, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0 ||
-        ::listen(listener_, 8) != 0 || stopping_ < 0) {
-        throw std::runtime_error("cannot listen at " + folder_.file("reply.sock"));
-    }
     thread_ = std::thread([this] { serve(); });
 }
 
 ReplyServer::~ReplyServer() {
-    ::eventfd_write(stopping_, 1);
+    listener_.stop();
     thread_.join();
-    ::close(listener_);
-    ::close(stopping_);
 }
 
 void ReplyServer::answer(Answer answer) {
@@ -123,9 +107,9 @@ void ReplyServer::serve() {
             }
         }
         if (!waited.empty() && waited[1].revents != 0) {
-            clients.push_back({::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC), ""});
+            clients.push_back({listener_.accept(), ""});
         }
-        waited = {{stopping_, POLLIN, 0}, {listener_, POLLIN, 0}};
+        waited = {{listener_.stopping(), POLLIN, 0}, {listener_.descriptor(), POLLIN, 0}};
         for (const Client& client : clients) {
             waited.push_back({client.descriptor, POLLIN, 0});
         }

@@ -3,6 +3,7 @@
 // the connection down behind them and the client's reads end at once.
 #pragma once
 
+#include "support/listener.h"
 #include "support/temporary_folder.h"
 
 #include <mutex>
@@ -42,8 +43,7 @@ private:
     Answer answerTo(const std::string& request) const;
 
     test::TemporaryFolder folder_;
-    int listener_ = -1;
-    int stopping_ = -1;        // eventfd: readable once the server is to end
+    test::Listener listener_{folder_.file("reply.sock")};
     mutable std::mutex mutex_; // guards the answer
     Answer answer_;
     std::thread thread_;

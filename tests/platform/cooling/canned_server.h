@@ -1,6 +1,8 @@
 // TCP servers that are no cooling unit.
 #pragma once
 
+#include "support/listener.h"
+
 #include <atomic>
 #include <chrono>
 #include <cstdint>
@@ -30,11 +32,9 @@ public:
 private:
     void work();
     void serve(int client);
-    bool waitFor(int descriptor) const;
 
     Answer answer_;
-    int listener_ = -1;
-    int stop_[2] = {-1, -1}; // pipe: closed to end the thread
+    Listener listener_ = Listener::onLoopback();
     std::atomic<int> connections_ = 0;
     std::atomic<int> requests_ = 0;
     std::thread thread_;
@@ -51,7 +51,7 @@ public:
     std::string address() const;
 
 private:
-    int listener_ = -1;
+    Listener listener_ = Listener::onLoopback(0);
     std::vector<int> waiting_;
 };
 

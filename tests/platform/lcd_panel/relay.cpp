@@ -1,11 +1,8 @@
 #include "relay.h"
 
-#include <arpa/inet.h>
 #include <array>
 #include <cstring>
-#include <netinet/in.h>
 #include <poll.h>
-#include <stdexcept>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -16,13 +13,6 @@ namespace test {
 namespace {
 
 constexpr int kPortOfDisplayNought = 6000;
-
-sockaddr_in loopback() {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    return address;
-}
 
 int connectTo(const std::string& path) {
     sockaddr_un address{};
@@ -52,39 +42,27 @@ bool hasHungUp(int peer) {
 } // namespace
 
 Relay::Relay(std::string serverSocket, int stages, Then then)
-    : serverSocket_(std::move(serverSocket)), stages_(stages), then_(then),
-      listener_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-    sockaddr_in address = loopback();
-    if (::bind(listener_, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0 ||
-        ::listen(listener_, 4) != 0 || ::pipe(stop_) != 0) {
-        throw std::runtime_error("no relay");
-    }
+    : serverSocket_(std::move(serverSocket)), stages_(stages), then_(then) {
     thread_ = std::thread([this] { work(); });
 }
 
 Relay::~Relay() {
-    ::close(stop_[1]);
+    listener_.stop();
     thread_.join();
-    ::close(stop_[0]);
-    ::close(listener_);
 }
 
 std::string Relay::display() const {
-    sockaddr_in address{};
-    socklen_t length = sizeof(address);
-    ::getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &length);
-    return "127.0.0.1:" + std::to_string(ntohs(address.sin_port) - kPortOfDisplayNought);
+    return "127.0.0.1:" + std::to_string(listener_.port() - kPortOfDisplayNought);
 }
 
 void Relay::work() {
-    pollfd first[] = {{stop_[0], POLLIN, 0}, {listener_, POLLIN, 0}};
-    ::poll(first, 2, -1);
-    if (first[0].revents != 0) {
+    if (!listener_.waitReadable(listener_.descriptor())) {
         return;
     }
-    const int client = ::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
+    const int client = listener_.accept();
     const int server = connectTo(serverSocket_);
-    pollfd watched[] = {{stop_[0], POLLIN, 0}, {client, POLLIN, 0}, {server, POLLIN, 0}};
+    pollfd watched[] = {
+        {listener_.stopping(), POLLIN, 0}, {client, POLLIN, 0}, {server, POLLIN, 0}};
     int left = stages_;
     bool open = true;
     while (open && ::poll(watched, 3, -1) > 0 && watched[0].revents == 0) {

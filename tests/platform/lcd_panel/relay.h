@@ -2,6 +2,8 @@
 // a given stage.
 #pragma once
 
+#include "support/listener.h"
+
 #include <atomic>
 #include <string>
 #include <thread>
@@ -29,8 +31,7 @@ private:
     std::string serverSocket_;
     int stages_;
     Then then_;
-    int listener_ = -1;
-    int stop_[2] = {-1, -1}; // pipe: closed to end the thread
+    Listener listener_ = Listener::onLoopback();
     std::atomic<bool> reached_ = false;
     std::thread thread_;
 };

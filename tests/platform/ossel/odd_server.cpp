@@ -1,15 +1,8 @@
 // One client at a time, one thread; bytes in, bytes out.
 #include "odd_server.h"
 
-#include "text.h"
-
 #include <algorithm>
-#include <array>
-#include <poll.h>
-#include <stdexcept>
-#include <sys/eventfd.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 #include <utility>
 
@@ -25,23 +18,12 @@ bool sendAll(int descriptor, const std::string& bytes) {
 } // namespace
 
 OddServer::OddServer(Answering answering) : answering_(std::move(answering)) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    copyBounded(address.sun_path, folder_.file("odd.sock"));
-    listener_ = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    stopping_ = ::eventfd(0, EFD_CLOEXEC);
-    if (::bind(listener_, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0 ||
-        ::listen(listener_, 8) != 0 || stopping_ < 0) {
-        throw std::runtime_error("cannot listen at " + folder_.file("odd.sock"));
-    }
     thread_ = std::thread([this] { serve(); });
 }
 
 OddServer::~OddServer() {
-    ::eventfd_write(stopping_, 1);
+    listener_.stop();
     thread_.join();
-    ::close(listener_);
-    ::close(stopping_);
 }
 
 void OddServer::push(const std::string& bytes) {
@@ -54,14 +36,9 @@ std::vector<std::string> OddServer::requests() const {
     return requests_;
 }
 
-bool OddServer::waitReadable(int descriptor) const {
-    std::array<pollfd, 2> descriptors{pollfd{descriptor, POLLIN, 0}, pollfd{stopping_, POLLIN, 0}};
-    return ::poll(descriptors.data(), descriptors.size(), -1) > 0 && descriptors[1].revents == 0;
-}
-
 void OddServer::serve() {
-    while (waitReadable(listener_)) {
-        const int client = ::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
+    while (listener_.waitReadable(listener_.descriptor())) {
+        const int client = listener_.accept();
         setClient(client);
         serveClient(client);
         setClient(-1);
@@ -86,7 +63,7 @@ void OddServer::setClient(int client) {
 
 void OddServer::serveClient(int client) {
     std::vector<char> buffer(65536);
-    while (waitReadable(client)) {
+    while (listener_.waitReadable(client)) {
         const ssize_t length = ::recv(client, buffer.data(), buffer.size(), 0);
         if (length <= 0) {
             return;

@@ -2,6 +2,7 @@
 // not at all. It understands no command.
 #pragma once
 
+#include "support/listener.h"
 #include "support/temporary_folder.h"
 
 #include <chrono>
@@ -43,12 +44,10 @@ private:
     void setClient(int client);
     static bool send(int client, const Answer& answer);
     void serveClient(int client);
-    bool waitReadable(int descriptor) const;
 
     TemporaryFolder folder_;
     Answering answering_;
-    int listener_ = -1;
-    int stopping_ = -1;        // eventfd: readable once the server is to end
+    Listener listener_{folder_.file("odd.sock")};
     mutable std::mutex mutex_; // guards the two below
     int client_ = -1;
     std::vector<std::string> requests_;

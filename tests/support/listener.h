@@ -1,0 +1,41 @@
+// The listening end of a test's own server: a socket, and a bell that ends every wait at it. The
+// thread that serves belongs to whoever has the listener.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+
+namespace test {
+
+class Listener {
+public:
+    static constexpr int kBacklog = 8;
+
+    // On a unix socket, or on a free TCP port of 127.0.0.1. Throws std::system_error.
+    explicit Listener(const std::filesystem::path& socket, int backlog = kBacklog);
+    static Listener onLoopback(int backlog = kBacklog);
+    ~Listener();
+    Listener(const Listener&) = delete;
+    Listener& operator=(const Listener&) = delete;
+
+    int descriptor() const { return descriptor_; }
+    std::uint16_t port() const; // of a TCP listener
+
+    // The next client; the caller closes it. Blocks: wait for descriptor() first.
+    int accept() const;
+
+    // Waits until something is to be read from the descriptor; false as soon as stop() was called.
+    bool waitReadable(int descriptor) const;
+    // Readable once stop() was called, for a poll over more descriptors.
+    int stopping() const { return stopping_; }
+    // Ends all waits, now and later. Any thread.
+    void stop() const;
+
+private:
+    Listener(int domain, const void* address, unsigned length, int backlog);
+
+    int descriptor_ = -1;
+    int stopping_ = -1; // eventfd
+};
+
+} // namespace test
