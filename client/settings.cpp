@@ -29,21 +29,21 @@ constexpr std::span<const std::string_view> kAnyText{};
 
 // An update carries all rows of its message id.
 // clang-format off
-//      name                      message id  allowed values
+//      name                      message id  kind           allowed values
 constexpr std::array kSettings{
-    Setting{"Language",               "00002",     kAnyText},
-    Setting{"ScreenBrightness",       "00003",     kBrightness},
-    Setting{"BacklightOff",           "00003",     kBacklightOff},
-    Setting{"ActiveAlarmScreensaver", "00003",     kAnyText},
-    Setting{"InactivityTimer",        "00003",     kAnyText},
-    Setting{"MeasurementSystem",      "00003",     kMeasurement},
-    Setting{"DateFormat",             "00003",     kAnyText},
-    Setting{"TimeFormat",             "00003",     kAnyText},
-    Setting{"RoomAverage",            "00003",     kBoolean},
-    Setting{"HiLoPeriod",             "00003",     kAnyText},
-    Setting{"Theme",                  "00003",     kTheme},
-    Setting{"EventUserName",          "00003",     kAnyText},
-    Setting{"InitialBoot",            "00004",     kBoolean},
+    Setting{"Language",               "00002",    Kind::text,    kAnyText},
+    Setting{"ScreenBrightness",       "00003",    Kind::integer, kBrightness},
+    Setting{"BacklightOff",           "00003",    Kind::text,    kBacklightOff},
+    Setting{"ActiveAlarmScreensaver", "00003",    Kind::text,    kAnyText},
+    Setting{"InactivityTimer",        "00003",    Kind::text,    kAnyText},
+    Setting{"MeasurementSystem",      "00003",    Kind::text,    kMeasurement},
+    Setting{"DateFormat",             "00003",    Kind::text,    kAnyText},
+    Setting{"TimeFormat",             "00003",    Kind::text,    kAnyText},
+    Setting{"RoomAverage",            "00003",    Kind::boolean, kBoolean},
+    Setting{"HiLoPeriod",             "00003",    Kind::text,    kAnyText},
+    Setting{"Theme",                  "00003",    Kind::text,    kTheme},
+    Setting{"EventUserName",          "00003",    Kind::text,    kAnyText},
+    Setting{"InitialBoot",            "00004",    Kind::boolean, kBoolean},
 };
 // clang-format on
 
@@ -64,18 +64,18 @@ std::string listOfNames() {
 }
 
 void checkValue(const Setting& setting, const std::string& value) {
-    const std::string subject = std::string(setting.name) + ": \"" + value + "\" ";
-    if (value.size() > kLongestValue) {
-        throw InvalidArgument(std::string(setting.name) + ": the value has " +
-                              std::to_string(value.size()) + " bytes; at most " +
-                              std::to_string(kLongestValue) + " are kept");
-    }
-    if (value.find('\0') != std::string::npos) {
-        throw InvalidArgument(std::string(setting.name) + ": the value holds a NUL byte");
-    }
-    const auto allowed = setting.allowed;
-    if (!allowed.empty() && std::find(allowed.begin(), allowed.end(), value) == allowed.end()) {
-        throw InvalidArgument(subject + "is not allowed; allowed are " + listOf(allowed));
+    const std::string name(setting.name);
+    switch (faultOf(setting, value)) {
+    case Fault::none:
+        return;
+    case Fault::tooLong:
+        throw InvalidArgument(name + ": the value has " + std::to_string(value.size()) +
+                              " bytes; at most " + std::to_string(kLongestValue) + " are kept");
+    case Fault::holdsNul:
+        throw InvalidArgument(name + ": the value holds a NUL byte");
+    case Fault::notAllowed:
+        throw InvalidArgument(name + ": \"" + value + "\" is not allowed; allowed are " +
+                              listOf(setting.allowed));
     }
 }
 
@@ -89,6 +89,19 @@ const Setting* findSetting(std::string_view name) {
     const auto* const row = std::find_if(kSettings.begin(), kSettings.end(),
                                          [name](const Setting& each) { return each.name == name; });
     return row == kSettings.end() ? nullptr : row;
+}
+
+Fault faultOf(const Setting& setting, std::string_view value) {
+    if (value.size() > kLongestValue) {
+        return Fault::tooLong;
+    }
+    if (value.find('\0') != std::string_view::npos) {
+        return Fault::holdsNul;
+    }
+    const auto allowed = setting.allowed;
+    return allowed.empty() || std::find(allowed.begin(), allowed.end(), value) != allowed.end()
+               ? Fault::none
+               : Fault::notAllowed;
 }
 
 void checkSettings(const SettingValues& values, bool anyValue) {

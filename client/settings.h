@@ -2,6 +2,7 @@
 // the values that make sense. A table and its check; sending is left to client/webgui.h.
 #pragma once
 
+#include <cstdint>
 #include <span>
 #include <string>
 #include <string_view>
@@ -13,9 +14,13 @@ namespace client {
 // Bytes that a value may have, as much as the settings database keeps of it.
 inline constexpr std::size_t kLongestValue = 255;
 
+// What the texts of a setting stand for: to the store and to the provider all are texts.
+enum class Kind : std::uint8_t { text, boolean, integer };
+
 struct Setting {
     std::string_view name;
-    std::string_view messageId;                // of the update request that carries it
+    std::string_view messageId; // of the update request that carries it
+    Kind kind;
     std::span<const std::string_view> allowed; // empty: any text of at most kLongestValue
 };
 
@@ -27,6 +32,10 @@ const Setting* findSetting(std::string_view name);
 
 // Names with values, each name once.
 using SettingValues = std::vector<std::pair<std::string, std::string>>;
+
+// Why a value does not suit a setting.
+enum class Fault : std::uint8_t { none, tooLong, holdsNul, notAllowed };
+Fault faultOf(const Setting& setting, std::string_view value);
 
 // Throws InvalidArgument for an unknown name, a name given twice and, unless `anyValue`, a
 // value that is not allowed; its text lists the names or values that are.

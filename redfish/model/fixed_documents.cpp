@@ -1,0 +1,84 @@
+// Which fixed document lies where. The documents are made elsewhere.
+#include "redfish/model/addresses.h"
+#include "redfish/model/messages.h"
+#include "redfish/model/schemas.h"
+#include "redfish/model/services.h"
+
+#include <algorithm>
+#include <array>
+
+namespace redfish::model {
+
+namespace {
+
+struct Row {
+    std::string_view address;
+    Json (*make)(const ServiceFacts& facts);
+};
+
+// A document that the facts do not change.
+template <Json (*make)()>
+Json constant(const ServiceFacts& /*facts*/) {
+    return make();
+}
+
+Json webGuiSchema() {
+    return Json::parse(kWebGuiJsonSchema);
+}
+
+Json managerSchema() {
+    return Json::parse(kManagerJsonSchema);
+}
+
+// clang-format off
+constexpr std::array kRows{
+    Row{kVersions,          constant<versions>},
+    Row{kServiceRoot,       serviceRoot},
+    Row{kOdata,             constant<odata>},
+    Row{kSessionService,    sessionService},
+    Row{kAccountService,    accountService},
+    Row{kRoles,             constant<roleCollection>},
+    Row{kManagers,          constant<managers>},
+    Row{kManager,           manager},
+    Row{kEventService,      eventService},
+    Row{kRegistries,        constant<registries>},
+    Row{kRegistryFile,      constant<registryFile>},
+    Row{kMessageRegistry,   constant<messageRegistry>},
+    Row{kJsonSchemas,       constant<jsonSchemas>},
+    Row{kWebGuiSchemaFile,  constant<webGuiSchemaFile>},
+    Row{kWebGuiSchema,      constant<webGuiSchema>},
+    Row{kManagerSchemaFile, constant<managerSchemaFile>},
+    Row{kManagerSchema,     constant<managerSchema>},
+};
+// clang-format on
+
+} // namespace
+
+std::optional<Json> fixedDocument(std::string_view address, const ServiceFacts& facts) {
+    const auto* const row = std::find_if(
+        kRows.begin(), kRows.end(), [address](const Row& each) { return each.address == address; });
+    if (row != kRows.end()) {
+        return row->make(facts);
+    }
+    const std::string prefix = memberOf(kRoles, "");
+    if (address.starts_with(prefix)) {
+        if (const RoleEntry* const entry = findRole(address.substr(prefix.size()))) {
+            return role(*entry);
+        }
+    }
+    return std::nullopt;
+}
+
+std::vector<std::string> fixedAddresses() {
+    std::vector<std::string> addresses;
+    addresses.reserve(kRows.size() + roles().size());
+    for (const Row& row : kRows) {
+        addresses.emplace_back(row.address);
+    }
+    for (const RoleEntry& entry : roles()) {
+        addresses.push_back(memberOf(kRoles, entry.id));
+    }
+    return addresses;
+}
+
+} // namespace redfish::model
