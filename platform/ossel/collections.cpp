@@ -24,7 +24,7 @@ constexpr std::string_view kPushUnlessHeld =
     "return redis.call('RPUSH', KEYS[1], ARGV[1])";
 
 bool isNumber(const Reply& reply) {
-    return reply != nullptr && reply->type == REDIS_REPLY_INTEGER;
+    return reply.type() == REDIS_REPLY_INTEGER;
 }
 
 // A list is tried before a set: that the key holds the other kind is for the caller to see,
@@ -40,7 +40,7 @@ bool removeFromList(redisContext& context, const char* key, int count, const cha
     const std::string_view number(digits.data(), static_cast<std::size_t>(end - digits.data()));
     ShortCommand lrem{"LREM", key, number, value};
     const Reply reply = askAllowingWrongKind(context, lrem, {REDIS_REPLY_INTEGER}, Repeat::Never);
-    return isNumber(reply) && reply->integer > 0;
+    return isNumber(reply) && reply.integer() > 0;
 }
 
 bool addToSet(redisContext& context, const char* key, const char* member) {
@@ -51,14 +51,14 @@ bool addToSet(redisContext& context, const char* key, const char* member) {
 bool removeFromSet(redisContext& context, const char* key, const char* member) {
     ShortCommand srem{"SREM", key, member};
     const Reply reply = ask(context, srem, {REDIS_REPLY_INTEGER}, Repeat::Never);
-    return isNumber(reply) && reply->integer > 0;
+    return isNumber(reply) && reply.integer() > 0;
 }
 
-// The members of a set or of a list. Null when they cannot be read.
+// The members of a set or of a list. None when they cannot be read.
 Reply membersOf(redisContext& context, const char* key) {
     ShortCommand smembers{"SMEMBERS", key};
     Reply reply = askAllowingWrongKind(context, smembers, {REDIS_REPLY_ARRAY}, Repeat::Harmless);
-    if (reply != nullptr && isWrongKind(*reply)) {
+    if (isWrongKind(reply)) {
         ShortCommand lrange{"LRANGE", key, "0", "-1"};
         reply = ask(context, lrange, {REDIS_REPLY_ARRAY}, Repeat::Harmless);
     }
@@ -68,10 +68,10 @@ Reply membersOf(redisContext& context, const char* key) {
 bool readMembers(redisContext& context, const char* key, InstanceSlot*& members,
                  unsigned int& count) {
     const Reply reply = membersOf(context, key);
-    if (reply == nullptr) {
+    if (!reply) {
         return false;
     }
-    const std::span<redisReply*> texts(reply->element, reply->elements);
+    const std::span<redisReply* const> texts = reply.elements();
     if (texts.empty()) {
         return true;
     }

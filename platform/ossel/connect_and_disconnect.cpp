@@ -48,7 +48,7 @@ std::optional<Address> configuredAddress() {
 // connection nevertheless: only an answer shows that it serves us.
 bool isServed(redisContext& context) {
     ShortCommand ping{"PING"};
-    return ask(context, ping, {REDIS_REPLY_STATUS}, Repeat::Harmless) != nullptr;
+    return bool(ask(context, ping, {REDIS_REPLY_STATUS}, Repeat::Harmless));
 }
 
 redisContext* connect() {

@@ -154,8 +154,8 @@ bool reconnect(redisContext& context) {
     return false;
 }
 
-void putInError(redisContext& context, const char* reason) noexcept {
-    context.err = REDIS_ERR_OTHER;
+void putInError(redisContext& context, const char* reason, int kind) noexcept {
+    context.err = kind;
     copyBounded(context.errstr, reason);
 }
 

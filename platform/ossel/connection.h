@@ -34,7 +34,8 @@ bool makeReady(redisContext& context);
 bool reconnect(redisContext& context);
 
 // Puts the connection in error, so that whatever still arrives on it is never read.
-void putInError(redisContext& context, const char* reason) noexcept;
+//   kind   one of REDIS_ERR_...
+void putInError(redisContext& context, const char* reason, int kind = REDIS_ERR_OTHER) noexcept;
 
 // Says that an established connection was lost, with the reason that the context holds.
 void complainOfLoss(const redisContext& context);

@@ -6,10 +6,12 @@
 #include "connection.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <poll.h>
 #include <string>
 #include <sys/socket.h>
+#include <system_error>
 #include <vector>
 
 namespace ossel {
@@ -19,6 +21,8 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 static_assert(kCommandTimeout == std::chrono::seconds(2));
+// More than any flat reply that the store is used for; what is longer takes several turns.
+constexpr std::size_t kReceivedAtOnce = 4096;
 constexpr const char* kTimedOut = "no answer within 2 s";
 constexpr const char* kOutOfStep = "more was answered than asked";
 
@@ -29,8 +33,8 @@ public:
     explicit Attempt(redisContext& context)
         : context_(context), deadline_(Clock::now() + kCommandTimeout) {}
 
-    bool run(std::span<const Command> commands, std::span<Reply> replies) {
-        return send(commands) && receive(replies) && nothingIsLeft();
+    bool run(std::string_view request, std::span<Reply> replies) {
+        return send(request) && receive(replies);
     }
 
     // The connection broke: a server that is merely silent is not asked twice.
@@ -39,20 +43,18 @@ public:
     }
 
 private:
-    bool send(std::span<const Command> commands) {
-        for (const Command& command : commands) {
-            if (redisAppendCommandArgv(&context_, command.count, command.words, command.lengths) !=
-                REDIS_OK) {
-                return false;
-            }
-        }
-        int done = 0;
+    bool send(std::string_view rest) {
         while (true) {
-            errno = 0;
-            if (redisBufferWrite(&context_, &done) != REDIS_OK) {
-                return errno == EAGAIN ? timeOut() : explainClosing();
+            const ssize_t sent = ::send(context_.fd, rest.data(), rest.size(), MSG_NOSIGNAL);
+            if (sent < 0 && errno == EAGAIN) {
+                return timeOut();
             }
-            if (done != 0) {
+            if (sent < 0 && errno != EINTR) {
+                breakOff();
+                return explainClosing();
+            }
+            rest.remove_prefix(sent < 0 ? 0 : static_cast<std::size_t>(sent));
+            if (rest.empty()) {
                 return true;
             }
             if (Clock::now() >= deadline_) {
@@ -61,30 +63,56 @@ private:
         }
     }
 
+    // Usually all replies come in one piece. What does not, or is not flat, is hiredis's.
     bool receive(std::span<Reply> replies) {
+        std::array<char, kReceivedAtOnce> buffer; // NOLINT(*-member-init): filled by recv
+        std::string_view received;
+        if (!receiveSome(buffer, received)) {
+            return false;
+        }
+        if (readFlatReplies(received, replies)) {
+            return true;
+        }
+        redisReaderFeed(context_.reader, received.data(), received.size());
         return std::all_of(replies.begin(), replies.end(),
-                           [this](Reply& reply) { return receiveOne(reply); });
+                           [&](Reply& reply) { return receiveOne(reply, buffer); }) &&
+               nothingIsLeft();
     }
 
-    bool receiveOne(Reply& reply) {
+    bool receiveOne(Reply& reply, std::span<char> buffer) {
         while (true) {
             void* next = nullptr;
             if (redisGetReplyFromReader(&context_, &next) != REDIS_OK) {
                 return false;
             }
             if (next != nullptr) {
-                reply.reset(static_cast<redisReply*>(next));
+                reply = Reply(static_cast<redisReply*>(next));
                 return true;
             }
-            if (hasRead_ && !waitReadable()) {
+            if (!waitReadable()) {
                 return timeOut();
             }
-            hasRead_ = true;
-            errno = 0;
-            if (redisBufferRead(&context_) != REDIS_OK) {
-                return errno == EAGAIN ? timeOut() : false;
+            std::string_view received;
+            if (!receiveSome(buffer, received)) {
+                return false;
             }
+            redisReaderFeed(context_.reader, received.data(), received.size());
         }
+    }
+
+    // What the socket holds, waited for as long as the socket's own time-out; nothing after an
+    // interruption.
+    bool receiveSome(std::span<char> buffer, std::string_view& received) {
+        const ssize_t length = ::recv(context_.fd, buffer.data(), buffer.size(), 0);
+        if (length > 0) {
+            received = {buffer.data(), static_cast<std::size_t>(length)};
+            return true;
+        }
+        if (length == 0) {
+            putInError(context_, "Server closed the connection", REDIS_ERR_EOF);
+            return false;
+        }
+        return errno == EINTR || (errno == EAGAIN ? timeOut() : breakOff());
     }
 
     bool waitReadable() const {
@@ -108,6 +136,12 @@ private:
         return false;
     }
 
+    // Nothing more passes, for the reason that errno names.
+    bool breakOff() {
+        putInError(context_, std::generic_category().message(errno).c_str(), REDIS_ERR_IO);
+        return false;
+    }
+
     // A server at its connection limit says so and hangs up; its text tells more than the
     // failed write.
     bool explainClosing() {
@@ -122,44 +156,43 @@ private:
 
     redisContext& context_;
     const Clock::time_point deadline_;
-    bool hasRead_ = false;
     bool timedOut_ = false;
 };
 
 // "HGET some-key: " and what is wrong.
-void complainOfReply(const Command& command, std::string_view what) {
-    std::string line(command.word(0));
+void complainOfReply(Command command, std::string_view what) {
+    std::string line(command.front());
     // EVAL has its script and the number of keys in front of the key.
-    const std::string_view key = command.word(line == "EVAL" ? 3 : 1);
-    if (!key.empty()) {
-        line.append(" ").append(key);
+    const std::size_t keyPosition = line == "EVAL" ? 3 : 1;
+    if (keyPosition < command.size() && !command[keyPosition].empty()) {
+        line.append(" ").append(command[keyPosition]);
     }
     complainNowAndThen(line.append(": ").append(what));
 }
 
-bool isError(const redisReply& reply) {
-    return reply.type == REDIS_REPLY_ERROR;
+bool isError(const Reply& reply) {
+    return reply.type() == REDIS_REPLY_ERROR;
 }
 
 // Says what is wrong with a reply that is an error or of a type that the command never gives.
 // After the latter the connection is out of step.
-void complainOfUnwanted(redisContext& context, const Command& command, const redisReply& reply) {
+void complainOfUnwanted(redisContext& context, Command command, const Reply& reply) {
     if (isError(reply)) {
-        complainOfReply(command, textOf(reply));
+        complainOfReply(command, reply.text());
         return;
     }
     putInError(context, "a reply of an unexpected type");
     complainOfReply(command, context.errstr);
 }
 
-bool holdsTextsOnly(const redisReply& array) {
-    return std::all_of(array.element, array.element + array.elements,
+bool holdsTextsOnly(std::span<redisReply* const> elements) {
+    return std::all_of(elements.begin(), elements.end(),
                        [](const redisReply* item) { return item->type == REDIS_REPLY_STRING; });
 }
 
-bool isOneOf(std::initializer_list<int> types, const redisReply& reply) {
-    return std::find(types.begin(), types.end(), reply.type) != types.end() &&
-           (reply.type != REDIS_REPLY_ARRAY || holdsTextsOnly(reply));
+bool isOneOf(std::initializer_list<int> types, const Reply& reply) {
+    return std::find(types.begin(), types.end(), reply.type()) != types.end() &&
+           holdsTextsOnly(reply.elements());
 }
 
 } // namespace
@@ -169,10 +202,11 @@ bool exchange(redisContext& context, std::span<const Command> commands, std::spa
     if (!makeReady(context)) {
         return false;
     }
+    const std::string request = wireForm(commands);
     Attempt first(context);
-    bool done = first.run(commands, replies);
+    bool done = first.run(request, replies);
     if (!done && repeat == Repeat::Harmless && first.isBroken()) {
-        done = reconnect(context) && Attempt(context).run(commands, replies);
+        done = reconnect(context) && Attempt(context).run(request, replies);
     }
     if (!done) {
         complainOfLoss(context);
@@ -182,27 +216,26 @@ bool exchange(redisContext& context, std::span<const Command> commands, std::spa
     return true;
 }
 
-Reply ask(redisContext& context, const Command& command, std::initializer_list<int> types,
-          Repeat repeat) {
+Reply ask(redisContext& context, Command command, std::initializer_list<int> types, Repeat repeat) {
     Reply reply;
     const bool wanted = exchange(context, {&command, 1}, {&reply, 1}, repeat) &&
-                        isWanted(context, command, *reply, types);
-    return wanted ? std::move(reply) : nullptr;
+                        isWanted(context, command, reply, types);
+    return wanted ? std::move(reply) : Reply();
 }
 
-Reply askAllowingWrongKind(redisContext& context, const Command& command,
-                           std::initializer_list<int> types, Repeat repeat) {
+Reply askAllowingWrongKind(redisContext& context, Command command, std::initializer_list<int> types,
+                           Repeat repeat) {
     Reply reply;
     const bool wanted = exchange(context, {&command, 1}, {&reply, 1}, repeat) &&
-                        (isWrongKind(*reply) || isWanted(context, command, *reply, types));
-    return wanted ? std::move(reply) : nullptr;
+                        (isWrongKind(reply) || isWanted(context, command, reply, types));
+    return wanted ? std::move(reply) : Reply();
 }
 
-bool isWrongKind(const redisReply& reply) {
-    return isError(reply) && textOf(reply).starts_with("WRONGTYPE");
+bool isWrongKind(const Reply& reply) {
+    return isError(reply) && reply.text().starts_with("WRONGTYPE");
 }
 
-bool isWanted(redisContext& context, const Command& command, const redisReply& reply,
+bool isWanted(redisContext& context, Command command, const Reply& reply,
               std::initializer_list<int> types) {
     if (isOneOf(types, reply)) {
         return true;
@@ -226,18 +259,19 @@ bool runTransaction(redisContext& context, std::span<const Command> commands, Re
     }
     // MULTI says OK and each command QUEUED; one that is refused here spoils the whole.
     for (std::size_t i = 0; i + 1 < all.size(); ++i) {
-        if (!isWanted(context, all[i], *replies[i], {REDIS_REPLY_STATUS})) {
+        if (!isWanted(context, all[i], replies[i], {REDIS_REPLY_STATUS})) {
             return false;
         }
     }
-    const redisReply& results = *replies.back();
-    if (results.type != REDIS_REPLY_ARRAY || results.elements != commands.size()) {
+    const Reply& results = replies.back();
+    if (results.type() != REDIS_REPLY_ARRAY || results.elements().size() != commands.size()) {
         complainOfUnwanted(context, all.back(), results);
         return false;
     }
     for (std::size_t i = 0; i < commands.size(); ++i) {
-        if (isError(*results.element[i])) {
-            complainOfUnwanted(context, commands[i], *results.element[i]);
+        const redisReply& result = *results.elements()[i];
+        if (result.type == REDIS_REPLY_ERROR) {
+            complainOfReply(commands[i], textOf(result));
             return false;
         }
     }

@@ -5,18 +5,12 @@
 #pragma once
 
 #include "command.h"
+#include "reply.h"
 
-#include <hiredis/hiredis.h>
 #include <initializer_list>
-#include <memory>
 #include <span>
 
 namespace ossel {
-
-struct FreeReply {
-    void operator()(redisReply* reply) const noexcept { freeReplyObject(reply); }
-};
-using Reply = std::unique_ptr<redisReply, FreeReply>;
 
 // Whether a command may be sent once more when the connection broke before its reply came:
 // then nobody knows whether the server has run it.
@@ -29,25 +23,19 @@ bool exchange(redisContext& context, std::span<const Command> commands, std::spa
               Repeat repeat);
 
 // One command whose reply must be of one of these types: REDIS_REPLY_..., an array being one of
-// texts. Null for any other reply, for an error and for no reply.
-Reply ask(redisContext& context, const Command& command, std::initializer_list<int> types,
-          Repeat repeat);
+// texts. None for any other reply, for an error and for no reply.
+Reply ask(redisContext& context, Command command, std::initializer_list<int> types, Repeat repeat);
 
 // As `ask`, for callers to whom a key of another kind is an everyday answer: the server's
 // error to that effect is not said but comes back as the reply.
-Reply askAllowingWrongKind(redisContext& context, const Command& command,
-                           std::initializer_list<int> types, Repeat repeat);
-bool isWrongKind(const redisReply& reply);
+Reply askAllowingWrongKind(redisContext& context, Command command, std::initializer_list<int> types,
+                           Repeat repeat);
+bool isWrongKind(const Reply& reply);
 
 // Looks at a reply of `exchange` as `ask` does. The connection is re-established before the next
 // command when the reply is of a type that this command never gives.
-bool isWanted(redisContext& context, const Command& command, const redisReply& reply,
+bool isWanted(redisContext& context, Command command, const Reply& reply,
               std::initializer_list<int> types);
-
-// The text of a string, a status or an error. Borrowed.
-inline std::string_view textOf(const redisReply& reply) {
-    return {reply.str, reply.len};
-}
 
 // The commands between MULTI and EXEC: all of them run, with nothing in between, or none.
 // False when one was refused.

@@ -36,19 +36,19 @@ bool setFields(redisContext& context, const char* key, std::span<const FieldValu
         command.add(boundedText(field.name));
         command.add(boundedText(field.value));
     }
-    return ask(context, command, {REDIS_REPLY_INTEGER}, Repeat::Harmless) != nullptr;
+    return bool(ask(context, command, {REDIS_REPLY_INTEGER}, Repeat::Harmless));
 }
 
 bool removeKey(redisContext& context, std::string_view key) {
     ShortCommand del{"DEL", key};
-    return ask(context, del, {REDIS_REPLY_INTEGER}, Repeat::Harmless) != nullptr;
+    return bool(ask(context, del, {REDIS_REPLY_INTEGER}, Repeat::Harmless));
 }
 
-// The reply with the field's text; null when there is none.
+// The reply with the field's text; none when there is no such field.
 Reply readField(redisContext& context, const char* key, const char* field) {
     ShortCommand hget{"HGET", key, field};
     Reply reply = ask(context, hget, {REDIS_REPLY_STRING, REDIS_REPLY_NIL}, Repeat::Harmless);
-    return reply != nullptr && reply->type == REDIS_REPLY_STRING ? std::move(reply) : nullptr;
+    return reply.type() == REDIS_REPLY_STRING ? std::move(reply) : Reply();
 }
 
 bool markFresh(redisContext& context, std::string_view key, int ttl) {
@@ -60,16 +60,17 @@ bool markFresh(redisContext& context, std::string_view key, int ttl) {
     const char* const end = std::to_chars(digits.begin(), digits.end(), ttl).ptr;
     const std::string_view seconds(digits.data(), static_cast<std::size_t>(end - digits.data()));
     ShortCommand set{"SET", mark, "1", "EX", seconds};
-    return ask(context, set, {REDIS_REPLY_STATUS}, Repeat::Harmless) != nullptr;
+    return bool(ask(context, set, {REDIS_REPLY_STATUS}, Repeat::Harmless));
 }
 
 FieldValuePair* readAllFields(redisContext& context, const char* key, unsigned int& count) {
     ShortCommand hgetall{"HGETALL", key};
     const Reply reply = ask(context, hgetall, {REDIS_REPLY_ARRAY}, Repeat::Harmless);
-    if (reply == nullptr || reply->elements < 2 || reply->elements % 2 != 0) {
+    const std::span<redisReply* const> texts = reply.elements();
+    if (texts.size() < 2 || texts.size() % 2 != 0) {
         return nullptr;
     }
-    const std::size_t pairs = reply->elements / 2;
+    const std::size_t pairs = texts.size() / 2;
     MallocPtr<FieldValuePair> fields(
         static_cast<FieldValuePair*>(std::malloc(pairs * sizeof(FieldValuePair))));
     if (fields == nullptr) {
@@ -77,8 +78,8 @@ FieldValuePair* readAllFields(redisContext& context, const char* key, unsigned i
     }
     for (std::size_t i = 0; i < pairs; ++i) {
         FieldValuePair& field = fields.get()[i];
-        copyBounded(field.name, textOf(*reply->element[2 * i]));
-        copyBounded(field.value, textOf(*reply->element[2 * i + 1]));
+        copyBounded(field.name, textOf(*texts[2 * i]));
+        copyBounded(field.value, textOf(*texts[2 * i + 1]));
     }
     count = static_cast<unsigned int>(pairs);
     return fields.release();
@@ -109,11 +110,11 @@ int osselGetHashField(redisContext* context, const char* key, const char* field,
             return false;
         }
         const Reply reply = readField(*context, key, field);
-        if (reply == nullptr) {
+        if (!reply) {
             return false;
         }
         // Nothing behind the NUL is touched: the buffers are of different sizes.
-        const std::string_view text = textOf(*reply).substr(0, kMaxFieldText);
+        const std::string_view text = reply.text().substr(0, kMaxFieldText);
         copyBounded(value, text.size() + 1, text);
         return true;
     });
@@ -135,7 +136,7 @@ int osselIsFieldMatched(redisContext* context, const char* key, const char* fiel
             return 0;
         }
         const Reply reply = readField(*context, key, field);
-        return reply != nullptr && textOf(*reply) == value ? 1 : 0;
+        return reply && reply.text() == value ? 1 : 0;
     });
 }
 

@@ -78,13 +78,13 @@ bool storeReturnMessage(redisContext& context, const char* uuid, const char* mes
     const std::array<Command, 2> commands{hset, expire};
     std::array<Reply, 2> replies;
     return exchange(context, commands, replies, Repeat::Harmless) &&
-           isWanted(context, commands[0], *replies[0], {REDIS_REPLY_INTEGER}) &&
-           isWanted(context, commands[1], *replies[1], {REDIS_REPLY_INTEGER});
+           isWanted(context, commands[0], replies[0], {REDIS_REPLY_INTEGER}) &&
+           isWanted(context, commands[1], replies[1], {REDIS_REPLY_INTEGER});
 }
 
 bool publish(redisContext& context, const char* channel, const char* message) {
     ShortCommand command{"PUBLISH", channel, message};
-    return ask(context, command, {REDIS_REPLY_INTEGER}, Repeat::Never) != nullptr;
+    return bool(ask(context, command, {REDIS_REPLY_INTEGER}, Repeat::Never));
 }
 
 // One XADD. Owns the names of the arguments; the texts are the event's.
@@ -138,7 +138,7 @@ bool appendEvents(redisContext& context, const char* source, std::span<const Oss
     const std::string stream = std::string(kEventsPrefix) + source;
     if (events.size() == 1) {
         EventCommand xadd(stream, events.front());
-        return ask(context, xadd, {REDIS_REPLY_STRING}, Repeat::Never) != nullptr;
+        return bool(ask(context, xadd, {REDIS_REPLY_STRING}, Repeat::Never));
     }
     std::vector<EventCommand> xadds;
     xadds.reserve(events.size());
@@ -169,6 +169,7 @@ int osselCreateReturnMessage(redisContext* context, const char* uuid, const char
     std::size_t count = 0;
     va_list list;
     va_start(list, messageId);
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): va_start stands above
     for (const char* argument = va_arg(list, const char*);
          argument != nullptr && count < arguments.size(); argument = va_arg(list, const char*)) {
         arguments[count++] = argument;

@@ -17,8 +17,8 @@ namespace {
 char* copyOfField(redisContext& context, std::string_view key, std::string_view field) {
     ShortCommand hget{"HGET", key, field};
     const Reply reply = ask(context, hget, {REDIS_REPLY_STRING, REDIS_REPLY_NIL}, Repeat::Harmless);
-    return reply != nullptr && reply->type == REDIS_REPLY_STRING ? ::strndup(reply->str, reply->len)
-                                                                 : nullptr;
+    return reply.type() == REDIS_REPLY_STRING ? ::strndup(reply.text().data(), reply.text().size())
+                                              : nullptr;
 }
 
 char* lookUp(std::string_view key, std::string_view field) {
