@@ -16,7 +16,6 @@ constexpr std::size_t kSpareSlots = 8;
 } // namespace
 
 bool RequestQueue::post(const RequestTriple& request) {
-    bool wake = false;
     {
         const std::lock_guard lock(mutex_);
         if (closed_) {
@@ -28,24 +27,27 @@ bool RequestQueue::post(const RequestTriple& request) {
             spare_.front() = request;
             pending_.splice(pending_.end(), spare_, spare_.begin());
         }
-        wake = waiting_ > 0;
     }
-    if (wake) {
-        available_.notify_one();
-    }
+    available_.addOne();
     return true;
 }
 
 void RequestQueue::take(RequestTriple& request) {
-    std::unique_lock lock(mutex_);
-    while (pending_.empty()) {
+    while (true) {
+        available_.takeOne();
+        const std::lock_guard lock(mutex_);
+        if (!pending_.empty()) {
+            takeFirst(request);
+            return;
+        }
         if (ended_) {
+            available_.addOne(); // for the next taker
             throw WorkerEnd{};
         }
-        ++waiting_;
-        available_.wait(lock);
-        --waiting_;
     }
+}
+
+void RequestQueue::takeFirst(RequestTriple& request) {
     std::swap(request, pending_.front());
     if (spare_.size() < kSpareSlots) {
         spare_.splice(spare_.begin(), pending_, pending_.begin());
@@ -59,7 +61,7 @@ void RequestQueue::end() {
         const std::lock_guard lock(mutex_);
         ended_ = true;
     }
-    available_.notify_all();
+    available_.addOne();
 }
 
 std::size_t RequestQueue::close() {

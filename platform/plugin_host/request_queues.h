@@ -3,9 +3,9 @@
 #pragma once
 
 #include "platform/plugin_host.h"
+#include "tally.h"
 
 #include <array>
-#include <condition_variable>
 #include <cstddef>
 #include <list>
 #include <mutex>
@@ -32,11 +32,12 @@ public:
     std::size_t close();
 
 private:
-    std::mutex mutex_;
-    std::condition_variable available_;
+    void takeFirst(RequestTriple& request);
+
+    Tally available_;  // one for each pending request, and one more from the end on
+    std::mutex mutex_; // guards what follows
     std::list<RequestTriple> pending_;
     std::list<RequestTriple> spare_; // taken slots, kept for the memory of their texts
-    std::size_t waiting_ = 0;
     bool ended_ = false;
     bool closed_ = false;
 };
