@@ -89,6 +89,18 @@ std::string eventTime(const std::string& id) {
     return text.data();
 }
 
+std::vector<Event> eventsSince(StoreConnection& store, const std::string& source,
+                               const std::string& since, int most) {
+    checkEventId(since);
+    const Reply reply = store.command(
+        {"XRANGE", eventKey(source), "(" + since, "+", "COUNT", std::to_string(most)});
+    std::vector<Event> events;
+    for (const Reply& entry : reply.elements) {
+        events.push_back(makeEvent(entry));
+    }
+    return events;
+}
+
 EventStream::EventStream(StoreConnection& store, std::string source, std::string since,
                          const Stop* stop)
     : store_(store), key_(eventKey(source)), last_(std::move(since)), stop_(stop) {

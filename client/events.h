@@ -23,6 +23,11 @@ void checkEventId(const std::string& id);
 // from the year 10000 on.
 std::string eventTime(const std::string& id);
 
+// The events after `since` that the store still keeps, at most `most` of them, oldest first.
+// Waits for nothing. Throws as StoreConnection, and InvalidArgument.
+std::vector<Event> eventsSince(StoreConnection& store, const std::string& source,
+                               const std::string& since, int most);
+
 // Not for two threads at once. `store` and `stop` (may be null) are borrowed for its life.
 class EventStream {
 public:

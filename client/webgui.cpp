@@ -22,6 +22,21 @@ const std::string* findChange(const SettingValues& changes, std::string_view nam
     return change == changes.end() ? nullptr : &change->second;
 }
 
+// Both in one step, so that the fields are those whose time is told. A mark without an end is
+// counted as one that ends now.
+constexpr const char* kSnapshotScript =
+    "return {redis.call('PTTL', KEYS[1]), redis.call('HGETALL', KEYS[2])}";
+
+Snapshot makeSnapshot(const std::string& instance, const Reply& reply) {
+    Snapshot snapshot{.instance = instance, .fields = {}, .freshFor = {}};
+    snapshot.freshFor = std::chrono::milliseconds(std::max(0LL, reply.elements.at(0).integer));
+    const std::vector<Reply>& texts = reply.elements.at(1).elements;
+    for (std::size_t i = 0; i + 1 < texts.size(); i += 2) {
+        snapshot.fields[texts[i].text] = texts[i + 1].text;
+    }
+    return snapshot;
+}
+
 // Names of the changes that belong to one request.
 std::vector<std::string> namesFor(std::string_view messageId, const SettingValues& changes) {
     std::vector<std::string> names;
@@ -67,19 +82,29 @@ Answer WebGui::read() {
     return requester_.perform(channel, {kReadRequest, findInstance(store_), {}});
 }
 
-std::map<std::string, std::string> WebGui::fieldsOf(const std::string& instance) {
+Snapshot WebGui::snapshotOf(const std::string& instance) {
     if (!store_.exists(freshnessKey(instance))) {
         const Answer answer = perform({kReadRequest, instance, {}});
         if (!answer.isSuccess()) {
             throw AnsweredOtherwise("the read of \"" + instance + "\"", answer);
         }
     }
-    std::map<std::string, std::string> fields = store_.hash(instance);
-    if (fields.empty()) {
+    Snapshot snapshot = makeSnapshot(
+        instance,
+        store_.command({"EVAL", kSnapshotScript, "2", freshnessKey(instance), instance}));
+    if (snapshot.fields.empty()) {
         throw StoreContents("store " + store_.address().text() + ": the instance \"" + instance +
                             "\" is missing; restart the provider");
     }
-    return fields;
+    return snapshot;
+}
+
+std::map<std::string, std::string> WebGui::fieldsOf(const std::string& instance) {
+    return snapshotOf(instance).fields;
+}
+
+Snapshot WebGui::snapshot() {
+    return snapshotOf(findInstance(store_));
 }
 
 std::map<std::string, std::string> WebGui::fields() {
@@ -87,7 +112,8 @@ std::map<std::string, std::string> WebGui::fields() {
 }
 
 std::vector<UpdateAnswer> WebGui::updateSettings(const SettingValues& changes,
-                                                 const std::string& user, bool anyValue) {
+                                                 const std::string& user, bool anyValue,
+                                                 Precondition precondition) {
     checkSettings(changes, anyValue);
     checkSettings({{kUserField, user}}, anyValue);
     std::vector<UpdateAnswer> answers;
@@ -97,7 +123,8 @@ std::vector<UpdateAnswer> WebGui::updateSettings(const SettingValues& changes,
             continue;
         }
         done = setting.messageId;
-        answers.push_back(update(std::string(setting.messageId), changes, user));
+        answers.push_back(update(std::string(setting.messageId), changes, user, precondition));
+        precondition = nullptr; // what the first request changed is no change of another's
         if (!answers.back().answer.isSuccess()) {
             break;
         }
@@ -106,7 +133,7 @@ std::vector<UpdateAnswer> WebGui::updateSettings(const SettingValues& changes,
 }
 
 UpdateAnswer WebGui::update(const std::string& messageId, const SettingValues& changes,
-                            const std::string& user) {
+                            const std::string& user, const Precondition& precondition) {
     const std::string channel = findProvider(store_);
     const std::string instance = findInstance(store_);
     const std::chrono::milliseconds life = requester_.timeout() + kLeaseMargin;
@@ -114,6 +141,10 @@ UpdateAnswer WebGui::update(const std::string& messageId, const SettingValues& c
     Lease lease(store_, leaseKey(instance), life, Clock::now() + life + requester_.timeout(),
                 stop_);
     const std::map<std::string, std::string> present = fieldsOf(instance);
+    if (precondition && !precondition(present)) {
+        throw PreconditionFailed("the instance \"" + instance +
+                                 "\" is not in the state that the change asks for; read it anew");
+    }
     Request request{messageId, requestKey(makeUuid()), {{kTargetField, instance}}};
     for (const Setting& setting : settings()) {
         if (setting.messageId == messageId) {

@@ -4,6 +4,7 @@
 #include "client/requester.h"
 #include "client/settings.h"
 
+#include <functional>
 #include <map>
 
 namespace client {
@@ -17,6 +18,23 @@ struct UpdateAnswer {
     std::string messageId; // of the request
     std::vector<std::string> names;
     Answer answer;
+};
+
+// The instance as it stood at one moment.
+struct Snapshot {
+    std::string instance; // its key
+    std::map<std::string, std::string> fields;
+    std::chrono::milliseconds freshFor{}; // from that moment on it may be served as it stands
+};
+
+// What a change must find, looked at under the lease and before anything is sent: gets the
+// present fields. False refuses the change.
+using Precondition = std::function<bool(const std::map<std::string, std::string>&)>;
+
+// A change whose precondition did not hold. Nothing was sent.
+class PreconditionFailed : public Error {
+public:
+    using Error::Error;
 };
 
 // Provider and instance are looked up anew by every call. Not for two threads at once;
@@ -36,14 +54,19 @@ public:
     // fresh. Throws AnsweredOtherwise too.
     std::map<std::string, std::string> fields();
 
+    // The same with the time for which the fields stay fresh, both read in one step.
+    Snapshot snapshot();
+
     // Changes settings: one request per message id concerned, in ascending order, up to the
     // first that is not answered "Success". Properties of the same request that are not
     // named keep their present values; these are read, and the request is answered, under a
     // lease, so that no change of another client is lost. Values are checked first, as
     // checkSettings does. `user` is sent as "EventUserName" unless `changes` name it.
-    // Throws InvalidArgument, LeaseHeld, AnsweredOtherwise (to the read) too.
+    // `precondition` is asked once, before the first request; empty: everything will do.
+    // Throws InvalidArgument, LeaseHeld, PreconditionFailed, AnsweredOtherwise (to the read) too.
     std::vector<UpdateAnswer> updateSettings(const SettingValues& changes, const std::string& user,
-                                             bool anyValue = false);
+                                             bool anyValue = false,
+                                             Precondition precondition = {});
 
     // Runs an action, for instance kTurnOffLcd.
     Answer runAction(const std::string& action);
@@ -53,8 +76,9 @@ public:
 
 private:
     UpdateAnswer update(const std::string& messageId, const SettingValues& changes,
-                        const std::string& user);
+                        const std::string& user, const Precondition& precondition);
     std::map<std::string, std::string> fieldsOf(const std::string& instance);
+    Snapshot snapshotOf(const std::string& instance);
 
     StoreConnection store_;
     Requester requester_;

@@ -1,0 +1,64 @@
+// Follows the server's invalidation messages in the older form of its protocol, in which they
+// go to a second connection. What is kept a copy of is left to the callers.
+#include "client/invalidation.h"
+
+#include "client/connection.h"
+#include "client/errors.h"
+
+#include <algorithm>
+
+namespace client {
+
+namespace {
+
+constexpr const char* kChannel = "__redis__:invalidate";
+// The connection that asked is looked at this often: when it is lost, the news end in silence.
+constexpr std::chrono::milliseconds kLook{100};
+// News that come in a row are told as one, but no more than this many.
+constexpr int kMostInARow = 1000;
+
+} // namespace
+
+Invalidations::Invalidations(const Address& address, const std::vector<std::string>& prefixes)
+    : name_(address.text()), news_(address, kStoreTimeout), tracker_(address, kStoreTimeout) {
+    const std::string id = std::to_string(ask(news_, {"CLIENT", "ID"}).integer);
+    ask(news_, {"SUBSCRIBE", kChannel});
+    Words track{"CLIENT", "TRACKING", "ON", "REDIRECT", id, "BCAST"};
+    for (const std::string& prefix : prefixes) {
+        track.emplace_back("PREFIX");
+        track.push_back(prefix);
+    }
+    ask(tracker_, track);
+}
+
+Reply Invalidations::ask(Wire& wire, const Words& words) {
+    const Deadline deadline = Clock::now() + kStoreTimeout;
+    wire.send(words, deadline);
+    const std::optional<Reply> reply = wire.receive(deadline, nullptr);
+    if (!reply) {
+        throw StoreUnreachable("store " + name_ + ": no reply to " + words.front() +
+                               "; is the server overloaded or stopped?");
+    }
+    if (reply->kind == Reply::Kind::error) {
+        throw StoreRefused("store " + name_ + ": " + words.front() + " failed: " + reply->text);
+    }
+    return *reply;
+}
+
+bool Invalidations::next(Deadline deadline, const Stop* stop) {
+    while (true) {
+        const Deadline look = std::min(deadline, Clock::now() + kLook);
+        bool isTold = news_.receive(look, stop).has_value();
+        for (int i = 0; isTold && i < kMostInARow && news_.isStale(); ++i) {
+            news_.receive(Clock::now(), stop);
+        }
+        if (tracker_.isStale()) {
+            throw StoreUnreachable("store " + name_ + ": the tracking connection was lost");
+        }
+        if (isTold || Clock::now() >= deadline) {
+            return isTold;
+        }
+    }
+}
+
+} // namespace client

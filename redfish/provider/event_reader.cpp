@@ -1,0 +1,71 @@
+// Follows the event stream on a thread of its own. Who gets which event is left to
+// service/event_hub.cpp.
+#include "redfish/provider/event_reader.h"
+
+#include "client/discovery.h"
+#include "client/errors.h"
+#include "client/names.h"
+
+#include <utility>
+
+namespace redfish {
+
+namespace {
+
+constexpr std::chrono::milliseconds kRetryPause{500};
+// The store keeps about a thousand.
+constexpr int kMostKept = 2000;
+
+} // namespace
+
+EventReader::EventReader(client::Address store, Post post, Received received)
+    : address_(std::move(store)), post_(std::move(post)), received_(std::move(received)),
+      thread_([this] { run(); }) {}
+
+EventReader::~EventReader() {
+    stop_.request();
+    thread_.join();
+}
+
+void EventReader::run() {
+    client::StoreConnection store(address_);
+    while (!stop_.isRequested()) {
+        try {
+            readOn(store);
+        } catch (const std::exception&) {
+            client::pauseUntil(client::Clock::now() + kRetryPause, &stop_);
+        }
+    }
+}
+
+void EventReader::readOn(client::StoreConnection& store) {
+    if (last_.empty()) {
+        const std::vector<client::Event> kept =
+            client::eventsSince(store, client::kEventSource, "0", kMostKept);
+        last_ = kept.empty() ? "0" : kept.back().id;
+        tell(store, kept, true);
+    }
+    client::EventStream stream(store, client::kEventSource, last_, &stop_);
+    while (true) {
+        std::vector<client::Event> events = stream.next();
+        last_ = events.back().id;
+        tell(store, std::move(events), false);
+    }
+}
+
+void EventReader::tell(client::StoreConnection& store, std::vector<client::Event> events,
+                       bool isOld) {
+    if (instance_.empty()) {
+        try {
+            instance_ = client::findInstance(store);
+        } catch (const client::StoreContents&) {
+            // The provider is not there; what it told earlier is passed on without an origin.
+            instance_.clear();
+        }
+    }
+    post_([this, events = std::move(events), isOld, instance = instance_] {
+        received_(events, isOld, instance);
+    });
+}
+
+} // namespace redfish

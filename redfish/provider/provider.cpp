@@ -1,0 +1,291 @@
+// Reads are shared and kept, changes and actions handed on. What a request has to look like is
+// left to client/, what an answer looks like to the model.
+#include "redfish/provider/provider.h"
+
+#include "client/discovery.h"
+#include "client/invalidation.h"
+#include "client/names.h"
+#include "redfish/model/webgui.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace redfish {
+
+namespace {
+
+constexpr std::size_t kReadThreads = 2;
+// Changes wait for each other at the provider; more threads would only hold more of them there.
+constexpr std::size_t kChangeThreads = 4;
+constexpr std::size_t kMostReads = 64;
+constexpr std::size_t kMostChanges = 32;
+constexpr std::chrono::milliseconds kRetryPause{500};
+constexpr std::chrono::milliseconds kNewsWait{1000};
+
+std::string fieldOf(const model::Fields& fields, const std::string& name) {
+    const auto found = fields.find(name);
+    return found == fields.end() ? std::string{} : found->second;
+}
+
+// The resource with what the store keeps of its actions.
+model::StoredWebGui withActions(client::StoreConnection& store, model::Fields fields) {
+    const auto hash = [&store](const std::string& key) {
+        return key.empty() ? model::Fields{} : store.hash(key);
+    };
+    const model::Fields actions = hash(fieldOf(fields, "Actions"));
+    return {.resource = std::move(fields),
+            .turnOffLcd = hash(fieldOf(actions, "#WebGUI.TurnOffLCD")),
+            .guiReady = hash(fieldOf(actions, "#WebGUI.GUIReady"))};
+}
+
+model::Problems unavailable() {
+    return {model::problemOf(client::NobodyThere("nobody is there"))};
+}
+
+// A provider that has ended took its instance along.
+bool isListening(client::StoreConnection& store) {
+    try {
+        return client::countListeners(store, client::findProvider(store)) > 0;
+    } catch (const client::Error&) {
+        return false;
+    }
+}
+
+// Runs `work` and gives what went wrong, as far as the client library can tell.
+template <typename Callable>
+model::Problems problemsOf(client::StoreConnection& store, Callable work) {
+    try {
+        work();
+        return {};
+    } catch (const client::PreconditionFailed&) {
+        return {{.message = model::Message::preconditionFailed, .arguments = {}, .property = {}}};
+    } catch (const client::AnsweredOtherwise& error) {
+        return {model::problemOf(error.answer)};
+    } catch (const client::StoreContents& error) {
+        return isListening(store) ? model::Problems{model::problemOf(error)} : unavailable();
+    } catch (const client::Error& error) {
+        return {model::problemOf(error)};
+    } catch (const std::exception&) {
+        return {{.message = model::Message::internalError, .arguments = {}, .property = {}}};
+    }
+}
+
+} // namespace
+
+// One connection for each thread of the pools: lent to whoever runs.
+class Provider::Lender {
+public:
+    Lender(const ProviderOptions& options, const client::Stop& stop) {
+        for (std::size_t i = 0; i < kReadThreads + kChangeThreads; ++i) {
+            free_.push_back(
+                std::make_unique<client::WebGui>(options.store, options.timeout, &stop));
+        }
+    }
+    std::unique_ptr<client::WebGui> lend() {
+        const std::lock_guard guard(mutex_);
+        std::unique_ptr<client::WebGui> lent = std::move(free_.back());
+        free_.pop_back();
+        return lent;
+    }
+    void takeBack(std::unique_ptr<client::WebGui> lent) {
+        const std::lock_guard guard(mutex_);
+        free_.push_back(std::move(lent));
+    }
+
+private:
+    std::mutex mutex_; // guards the one below
+    std::vector<std::unique_ptr<client::WebGui>> free_;
+};
+
+struct Provider::Stored {
+    Reading reading;
+    std::string instance;
+    client::Clock::time_point until;
+};
+
+// A read that is under way, and who waits for it.
+struct Provider::Flight {
+    unsigned long long generation = 0; // when it began
+    std::vector<Read> waiting;
+};
+
+Provider::Provider(ProviderOptions options, Post post)
+    : options_(std::move(options)), post_(std::move(post)),
+      lender_(std::make_unique<Lender>(options_, stop_)),
+      reads_(std::make_unique<WorkerPool>(kReadThreads, kMostReads)),
+      changes_(std::make_unique<WorkerPool>(kChangeThreads, kMostChanges)),
+      follower_([this] { follow(); }) {}
+
+Provider::~Provider() {
+    stop_.request();
+    follower_.join();
+    reads_.reset();
+    changes_.reset();
+}
+
+bool Provider::submit(WorkerPool& pool, Work work) {
+    return pool.submit([this, work = std::move(work)] {
+        std::unique_ptr<client::WebGui> webGui = lender_->lend();
+        work(*webGui);
+        lender_->takeBack(std::move(webGui));
+    });
+}
+
+void Provider::read(Read done) {
+    if (cached_.body && client::Clock::now() < cachedUntil_) {
+        done(cached_);
+        return;
+    }
+    if (flight_ && flight_->generation == generation_) {
+        flight_->waiting.push_back(std::move(done));
+        return;
+    }
+    const auto flight = std::make_shared<Flight>();
+    flight->generation = generation_;
+    const bool isTaken = submit(*reads_, [this, flight](client::WebGui& webGui) {
+        Stored stored;
+        // Counted from before the read, so that it ends no later than in the store.
+        const client::Clock::time_point begin = client::Clock::now();
+        stored.reading.problems = problemsOf(webGui.store(), [&] {
+            client::Snapshot snapshot = webGui.snapshot();
+            stored.instance = snapshot.instance;
+            stored.until = begin + snapshot.freshFor;
+            stored.reading.body = makeText(model::serialise(
+                model::webGui(withActions(webGui.store(), std::move(snapshot.fields)))));
+            stored.reading.entityTag = model::entityTag(*stored.reading.body);
+        });
+        post_([this, flight, stored = std::move(stored)] { land(flight, stored); });
+    });
+    if (!isTaken) {
+        done({.body = nullptr, .entityTag = {}, .problems = unavailable()});
+        return;
+    }
+    ++lookups_;
+    flight->waiting.push_back(std::move(done));
+    flight_ = flight;
+}
+
+void Provider::land(const std::shared_ptr<Flight>& flight, const Stored& stored) {
+    if (flight_ == flight) {
+        flight_.reset();
+    }
+    if (!stored.instance.empty()) {
+        instance_ = stored.instance;
+    }
+    const bool isKept = stored.reading.problems.empty() && flight->generation == generation_ &&
+                        followed_ == stored.instance;
+    if (isKept) {
+        cached_ = stored.reading;
+        cachedUntil_ = stored.until;
+    }
+    for (const Read& each : flight->waiting) {
+        each(stored.reading);
+    }
+}
+
+void Provider::forget() {
+    ++generation_;
+    cached_ = {};
+}
+
+void Provider::change(client::SettingValues changes, std::string user, std::string ifMatch,
+                      Changed done) {
+    const auto shared = std::make_shared<Changed>(std::move(done));
+    const bool isTaken =
+        submit(*changes_, [this, changes = std::move(changes), user = std::move(user),
+                           ifMatch = std::move(ifMatch), shared](client::WebGui& webGui) {
+            ChangeResult result;
+            client::Precondition precondition;
+            if (!ifMatch.empty()) {
+                precondition = [&](const std::map<std::string, std::string>& fields) {
+                    return isListed(ifMatch, model::entityTag(model::serialise(model::webGui(
+                                                 withActions(webGui.store(), fields)))));
+                };
+            }
+            result.problems = problemsOf(webGui.store(), [&] {
+                for (const client::UpdateAnswer& each :
+                     webGui.updateSettings(changes, user, false, precondition)) {
+                    result.isAnythingChanged |= each.answer.isSuccess();
+                    if (!each.answer.isSuccess()) {
+                        throw client::AnsweredOtherwise("a change", each.answer);
+                    }
+                }
+            });
+            post_([this, shared, result] {
+                forget();
+                (*shared)(result);
+            });
+        });
+    if (!isTaken) {
+        (*shared)({.isAnythingChanged = false, .problems = unavailable()});
+    }
+}
+
+void Provider::act(std::string action, Done done) {
+    const auto shared = std::make_shared<Done>(std::move(done));
+    const bool isTaken = submit(*changes_, [this, action, shared](client::WebGui& webGui) {
+        const model::Problems problems = problemsOf(webGui.store(), [&] {
+            const client::Answer answer = webGui.runAction(action);
+            if (!answer.isSuccess()) {
+                throw client::AnsweredOtherwise("the action " + action, answer);
+            }
+        });
+        post_([shared, problems] { (*shared)(problems); });
+    });
+    if (!isTaken) {
+        (*shared)(unavailable());
+    }
+}
+
+// While nothing tells of changes, nothing is kept: every read goes to the store.
+void Provider::follow() {
+    client::StoreConnection store(options_.store);
+    while (!stop_.isRequested()) {
+        try {
+            followOnce(store);
+        } catch (const std::exception&) {
+            post_([this] {
+                followed_.clear();
+                forget();
+            });
+        }
+        client::pauseUntil(client::Clock::now() + kRetryPause, &stop_);
+    }
+}
+
+void Provider::followOnce(client::StoreConnection& store) {
+    const std::string instance = client::findInstance(store);
+    client::Invalidations news(options_.store, {instance, client::freshnessKey(instance)});
+    post_([this, instance] {
+        forget();
+        followed_ = instance;
+    });
+    while (true) {
+        if (news.next(client::Clock::now() + kNewsWait, &stop_)) {
+            post_([this] { forget(); });
+        }
+    }
+}
+
+bool isListed(std::string_view header, std::string_view entityTag) {
+    while (!header.empty()) {
+        const std::size_t end = header.find(',');
+        std::string_view each = header.substr(0, end);
+        header.remove_prefix(end == std::string_view::npos ? header.size() : end + 1);
+        while (each.starts_with(' ')) {
+            each.remove_prefix(1);
+        }
+        while (each.ends_with(' ')) {
+            each.remove_suffix(1);
+        }
+        if (each.starts_with("W/")) {
+            each.remove_prefix(2);
+        }
+        if (each == "*" || each == entityTag) {
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace redfish

@@ -1,0 +1,117 @@
+// The accounts as JSON in a private file. Who may change them is left to the service.
+#include "redfish/security/accounts.h"
+
+#include "redfish/security/private_file.h"
+
+#include <algorithm>
+#include <array>
+#include <nlohmann/json.hpp>
+#include <stdexcept>
+#include <utility>
+
+namespace redfish {
+
+namespace {
+
+constexpr std::array<std::string_view, 3> kRoleNames{"Administrator", "Operator", "ReadOnly"};
+constexpr std::size_t kLongestName = 32;
+
+bool isLetterOrDigit(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
+}
+
+Account accountFrom(const nlohmann::json& json) {
+    const std::optional<Role> role = roleNamed(json.at("role").get<std::string>());
+    Account account{.name = json.at("name").get<std::string>(),
+                    .role = role.value_or(Role::readOnly),
+                    .isEnabled = json.at("enabled").get<bool>(),
+                    .hash = json.at("hash").get<std::string>()};
+    if (!role || !isAccountName(account.name)) {
+        throw std::runtime_error("an account has no usable name or role");
+    }
+    return account;
+}
+
+} // namespace
+
+std::string_view nameOf(Role role) {
+    return kRoleNames.at(static_cast<std::size_t>(role));
+}
+
+std::optional<Role> roleNamed(std::string_view name) {
+    const auto* const found = std::find(kRoleNames.begin(), kRoleNames.end(), name);
+    if (found == kRoleNames.end()) {
+        return std::nullopt;
+    }
+    return static_cast<Role>(found - kRoleNames.begin());
+}
+
+bool isAccountName(std::string_view name) {
+    return !name.empty() && name.size() <= kLongestName && isLetterOrDigit(name.front()) &&
+           std::all_of(name.begin(), name.end(), [](char c) {
+               return isLetterOrDigit(c) || c == '.' || c == '-' || c == '_';
+           });
+}
+
+Accounts::Accounts(std::filesystem::path file) : file_(std::move(file)) {
+    if (std::filesystem::exists(file_)) {
+        read();
+    }
+}
+
+void Accounts::read() {
+    const std::string text = readPrivateFile(file_);
+    try {
+        for (const nlohmann::json& each : nlohmann::json::parse(text).at("accounts")) {
+            accounts_.push_back(accountFrom(each));
+        }
+    } catch (const std::exception& error) {
+        throw std::runtime_error(file_.string() + ": makes no sense (" + error.what() +
+                                 "); repair it, or remove it for a first start");
+    }
+}
+
+void Accounts::write(const std::vector<Account>& accounts) const {
+    nlohmann::json list = nlohmann::json::array();
+    for (const Account& account : accounts) {
+        list.push_back({{"name", account.name},
+                        {"role", nameOf(account.role)},
+                        {"enabled", account.isEnabled},
+                        {"hash", account.hash}});
+    }
+    writePrivateFile(file_, nlohmann::json{{"accounts", list}}.dump(2) + "\n");
+}
+
+const Account* Accounts::find(std::string_view name) const {
+    const auto found = std::find_if(accounts_.begin(), accounts_.end(),
+                                    [name](const Account& each) { return each.name == name; });
+    return found == accounts_.end() ? nullptr : &*found;
+}
+
+void Accounts::put(const Account& account) {
+    std::vector<Account> changed = accounts_;
+    const auto found = std::find_if(changed.begin(), changed.end(),
+                                    [&](const Account& each) { return each.name == account.name; });
+    if (found == changed.end()) {
+        changed.push_back(account);
+    } else {
+        *found = account;
+    }
+    write(changed);
+    accounts_ = std::move(changed);
+}
+
+void Accounts::remove(std::string_view name) {
+    std::vector<Account> changed = accounts_;
+    std::erase_if(changed, [name](const Account& each) { return each.name == name; });
+    write(changed);
+    accounts_ = std::move(changed);
+}
+
+bool Accounts::hasOtherAdministrator(std::string_view name) const {
+    return std::any_of(accounts_.begin(), accounts_.end(), [name](const Account& each) {
+        return each.name != name && each.isEnabled && each.role == Role::administrator;
+    });
+}
+
+} // namespace redfish

@@ -1,0 +1,56 @@
+// The event stream's beginning. What flows in it is left to event_hub.cpp.
+#include "redfish/http/target.h"
+#include "redfish/service/responses.h"
+#include "redfish/service/service.h"
+
+namespace redfish {
+
+using model::Message;
+
+void Service::openStream(const Call& call, const Answer& answer) {
+    std::string filterText;
+    const auto parameters = parseQuery(call.request.query);
+    if (!parameters) {
+        answer(errorResponse(Message::queryParameterValueFormatError, {"%", "$filter"}));
+        return;
+    }
+    for (const auto& [name, value] : *parameters) {
+        if (name == "$filter") {
+            filterText = value;
+        } else if (name.starts_with('$')) {
+            answer(errorResponse(Message::queryParameterUnsupported, {name}));
+            return;
+        }
+    }
+    std::optional<EventFilter> filter = EventFilter::parse(filterText);
+    if (!filter) {
+        answer(errorResponse(Message::queryParameterValueFormatError, {filterText, "$filter"}));
+        return;
+    }
+    std::optional<EventId> since;
+    if (!call.request.lastEventId.empty()) {
+        since = EventId::parse(std::string(call.request.lastEventId));
+        if (!since) {
+            answer(errorResponse(Message::headerInvalid, {"Last-Event-ID"}));
+            return;
+        }
+    }
+    Response response{.status = 200,
+                      .headers = {},
+                      .contentType = "text/event-stream; charset=utf-8",
+                      .body = nullptr,
+                      .feed = nullptr};
+    if (call.request.method == Method::get) {
+        response.feed = parts_.events.open({.user = call.identity.user,
+                                            .sessionId = call.identity.sessionId,
+                                            .filter = std::move(*filter)},
+                                           since);
+        if (!response.feed) {
+            answer(errorResponse(Message::eventSubscriptionLimitExceeded));
+            return;
+        }
+    }
+    answer(std::move(response));
+}
+
+} // namespace redfish

@@ -1,0 +1,117 @@
+// The Redfish service: everything between a request that was read and its answer. Routes,
+// rights, headers that hold for all, and the handlers of each resource, which lie in the other
+// .cpp files of this folder. Thread of the connections only.
+#pragma once
+
+#include "redfish/http/message.h"
+#include "redfish/model/accounts.h"
+#include "redfish/model/query.h"
+#include "redfish/model/services.h"
+#include "redfish/provider/provider.h"
+#include "redfish/security/authenticator.h"
+#include "redfish/service/event_hub.h"
+#include "redfish/service/router.h"
+#include "redfish/service/static_files.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace redfish {
+
+// Borrowed; all of it lives longer than the service.
+struct ServiceParts {
+    Accounts& accounts;
+    Sessions& sessions;
+    Authenticator& authenticator;
+    WorkerPool& checks; // where passwords are hashed
+    Provider& provider;
+    EventHub& events;
+    Post post;
+};
+
+struct ServiceOptions {
+    std::string uuid;          // of this installation; empty: none
+    std::string version;       // of the product
+    std::filesystem::path web; // folder of the web page; empty: none
+};
+
+class Service {
+public:
+    Service(ServiceParts parts, ServiceOptions options);
+
+    // Answers a request, at once or later.
+    void handle(const Request& request, const Answer& answer);
+
+private:
+    struct Call {
+        const Request& request;
+        Identity identity;
+        std::string member; // last segment of the path, where the route leaves it open
+        model::Query query; // of a GET
+    };
+    using Handle = void (Service::*)(const Call&, const Answer&);
+    static std::vector<Route<Handle>> makeRoutes();
+
+    // service.cpp
+    void dispatch(const Request& request, const Answer& answer);
+    void authorize(const Request& request, const Router<Handle>::Match& match,
+                   const Answer& answer);
+    void run(const Request& request, const Router<Handle>::Match& match, const Identity& identity,
+             const Answer& answer);
+    void complete(const Request& request, Response& response) const;
+
+    // documents.cpp
+    void getFixed(const Call& call, const Answer& answer);
+    void getManager(const Call& call, const Answer& answer);
+    void getFile(const Call& call, const Answer& answer);
+    void answerDocument(const Call& call, const model::Json& document, const Answer& answer);
+    std::optional<model::Json> lookUp(const Call& call, const std::string& address);
+    model::ServiceFacts facts() const;
+
+    // webgui_handlers.cpp
+    void getWebGui(const Call& call, const Answer& answer);
+    void patchWebGui(const Call& call, const Answer& answer);
+    void turnOffLcd(const Call& call, const Answer& answer);
+    void guiReady(const Call& call, const Answer& answer);
+    void act(const Call& call, const char* action, const Answer& answer);
+
+    // session_handlers.cpp
+    void patchSessionService(const Call& call, const Answer& answer);
+    void getSessions(const Call& call, const Answer& answer);
+    void postSession(const Call& call, const Answer& answer);
+    void getSession(const Call& call, const Answer& answer);
+    void deleteSession(const Call& call, const Answer& answer);
+    std::optional<model::Json> sessionDocument(const Call& call, const std::string& id);
+    model::Json sessionsDocument(const Call& call);
+    void signIn(const Request& request, const Identity& identity, const Answer& answer);
+
+    // account_handlers.cpp
+    void getAccounts(const Call& call, const Answer& answer);
+    void postAccount(const Call& call, const Answer& answer);
+    void getAccount(const Call& call, const Answer& answer);
+    void patchAccount(const Call& call, const Answer& answer);
+    void deleteAccount(const Call& call, const Answer& answer);
+    std::optional<model::Json> accountDocument(const Call& call, const std::string& name);
+    model::Json accountsDocument(const Call& call);
+    model::Problems problemsOfChange(const Call& call, const Account& account,
+                                     const model::AccountChange& change) const;
+    void applyChange(const std::string& name, const model::AccountChange& change,
+                     const std::string& hash, const Call& call, const Answer& answer);
+    void withHash(const std::string& password, std::function<void(const std::string&)> done,
+                  const Answer& answer);
+
+    // event_handlers.cpp
+    void openStream(const Call& call, const Answer& answer);
+
+    ServiceParts parts_;
+    ServiceOptions options_;
+    Router<Handle> router_;
+    StaticFiles files_;
+    bool isProviderThere_ = true; // as far as the last read told
+};
+
+// Whether the identity may see or change what is another user's.
+bool mayManageUsers(const Identity& identity);
+
+} // namespace redfish

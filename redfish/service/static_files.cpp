@@ -1,0 +1,119 @@
+// Serves files with the headers that a browser needs. The page itself is built elsewhere.
+#include "redfish/service/static_files.h"
+
+#include "redfish/security/random.h"
+
+#include <algorithm>
+#include <array>
+#include <fstream>
+#include <sstream>
+#include <system_error>
+
+namespace redfish {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct FileType {
+    std::string_view extension;
+    std::string_view type;
+};
+constexpr std::array kTypes{
+    FileType{.extension = ".html", .type = "text/html; charset=utf-8"},
+    FileType{.extension = ".js", .type = "text/javascript; charset=utf-8"},
+    FileType{.extension = ".css", .type = "text/css; charset=utf-8"},
+    FileType{.extension = ".json", .type = "application/json; charset=utf-8"},
+    FileType{.extension = ".map", .type = "application/json; charset=utf-8"},
+    FileType{.extension = ".webmanifest", .type = "application/manifest+json"},
+    FileType{.extension = ".svg", .type = "image/svg+xml"},
+    FileType{.extension = ".png", .type = "image/png"},
+    FileType{.extension = ".jpg", .type = "image/jpeg"},
+    FileType{.extension = ".webp", .type = "image/webp"},
+    FileType{.extension = ".ico", .type = "image/x-icon"},
+    FileType{.extension = ".woff2", .type = "font/woff2"},
+    FileType{.extension = ".txt", .type = "text/plain; charset=utf-8"},
+};
+constexpr std::string_view kUnknownType = "application/octet-stream";
+
+// Scripts, styles and requests of the page's own only.
+constexpr const char* kPolicy =
+    "default-src 'self'; img-src 'self' data:; style-src 'self' 'unsafe-inline'; "
+    "object-src 'none'; base-uri 'none'; form-action 'self'; frame-ancestors 'none'";
+
+std::string_view typeOf(const fs::path& file) {
+    const std::string extension = file.extension();
+    const auto* const found = std::find_if(kTypes.begin(), kTypes.end(), [&](const FileType& each) {
+        return each.extension == extension;
+    });
+    return found == kTypes.end() ? kUnknownType : found->type;
+}
+
+} // namespace
+
+bool StaticFiles::isInside(const fs::path& file) const {
+    std::error_code failure;
+    const fs::path real = fs::canonical(file, failure);
+    const fs::path root = failure ? fs::path{} : fs::canonical(folder_, failure);
+    return !failure &&
+           std::mismatch(root.begin(), root.end(), real.begin(), real.end()).first == root.end();
+}
+
+const StaticFiles::Known* StaticFiles::load(const fs::path& file) {
+    std::error_code failure;
+    const fs::file_time_type changed = fs::last_write_time(file, failure);
+    const std::uintmax_t size = failure ? 0 : fs::file_size(file, failure);
+    if (failure || size > kLargestFile || !fs::is_regular_file(file, failure)) {
+        return nullptr;
+    }
+    Known& known = known_[file.string()];
+    if (known.body && known.changed == changed && known.size == size) {
+        return &known;
+    }
+    std::ostringstream text;
+    text << std::ifstream(file, std::ios::binary).rdbuf();
+    known.body = makeText(std::move(text).str());
+    known.entityTag = "\"" + shortHex(sha256(*known.body)) + "\"";
+    known.changed = changed;
+    known.size = size;
+    return &known;
+}
+
+std::optional<Response> StaticFiles::find(const std::string& path,
+                                          std::string_view acceptEncoding) {
+    if (folder_.empty()) {
+        return std::nullopt;
+    }
+    fs::path file = folder_ / path.substr(1);
+    std::error_code failure;
+    if (fs::is_directory(file, failure)) {
+        file /= "index.html";
+    }
+    if (!isInside(file)) {
+        return std::nullopt;
+    }
+    const fs::path packed = file.string() + ".gz";
+    const bool takesPacked = acceptEncoding.find("gzip") != std::string_view::npos;
+    const Known* known = takesPacked && isInside(packed) ? load(packed) : nullptr;
+    const bool isPacked = known != nullptr;
+    known = isPacked ? known : load(file);
+    if (known == nullptr) {
+        return std::nullopt;
+    }
+    Response response{.status = 200,
+                      .headers = {{"ETag", known->entityTag},
+                                  {"Vary", "Accept-Encoding"},
+                                  {"Cache-Control", "no-cache"},
+                                  {"X-Content-Type-Options", "nosniff"},
+                                  {"Referrer-Policy", "no-referrer"},
+                                  {"Content-Security-Policy", kPolicy}},
+                      .contentType = typeOf(file),
+                      .body = known->body,
+                      .feed = nullptr};
+    if (isPacked) {
+        response.headers.emplace_back("Content-Encoding", "gzip");
+    }
+    return response;
+}
+
+} // namespace redfish

@@ -1,0 +1,95 @@
+// The WebGUI resource: read, changed, acted on. How the provider is asked is left to
+// redfish/provider/, what the bodies mean to the model.
+#include "client/names.h"
+#include "redfish/model/addresses.h"
+#include "redfish/model/settings_change.h"
+#include "redfish/service/responses.h"
+#include "redfish/service/service.h"
+
+namespace redfish {
+
+namespace {
+
+Response readingResponse(const Reading& reading) {
+    return {.status = 200,
+            .headers = {{"ETag", reading.entityTag}, {"Allow", "GET, HEAD, PATCH"}},
+            .contentType = kJsonType,
+            .body = reading.body,
+            .feed = nullptr};
+}
+
+// What was refused stands beside the values that are in force, with the whole resource where no
+// single property is to blame.
+Response partlyChanged(const Reading& reading, const model::Problems& problems) {
+    model::Json document = model::Json::parse(*reading.body);
+    for (const model::Problem& problem : problems) {
+        document["@Message.ExtendedInfo"].push_back(model::extendedInfo(problem));
+    }
+    return jsonResponse(document);
+}
+
+} // namespace
+
+void Service::getWebGui(const Call& call, const Answer& answer) {
+    parts_.provider.read([this, query = call.query, answer](const Reading& reading) {
+        isProviderThere_ = reading.problems.empty();
+        if (!reading.problems.empty()) {
+            answer(errorResponse(reading.problems));
+            return;
+        }
+        Response response = readingResponse(reading);
+        if (!query.isPlain()) {
+            response.body = makeText(model::serialise(
+                model::applyQuery(model::Json::parse(*reading.body), query,
+                                  [](const std::string&) { return std::nullopt; })));
+        }
+        answer(std::move(response));
+    });
+}
+
+void Service::patchWebGui(const Call& call, const Answer& answer) {
+    model::Checked<client::SettingValues> changes = model::checkSettingsPatch(call.request.body);
+    if (!changes.isGood()) {
+        answer(errorResponse(changes.problems));
+        return;
+    }
+    parts_.provider.change(std::move(changes.value), call.identity.user,
+                           std::string(call.request.ifMatch),
+                           [this, answer](const ChangeResult& result) {
+                               if (!result.problems.empty() && !result.isAnythingChanged) {
+                                   answer(errorResponse(result.problems));
+                                   return;
+                               }
+                               parts_.provider.read([answer, result](const Reading& reading) {
+                                   if (!reading.problems.empty()) {
+                                       answer(errorResponse(reading.problems));
+                                   } else if (!result.problems.empty()) {
+                                       answer(partlyChanged(reading, result.problems));
+                                   } else {
+                                       answer(readingResponse(reading));
+                                   }
+                               });
+                           });
+}
+
+void Service::turnOffLcd(const Call& call, const Answer& answer) {
+    act(call, client::kTurnOffLcd, answer);
+}
+
+void Service::guiReady(const Call& call, const Answer& answer) {
+    act(call, client::kGuiReady, answer);
+}
+
+void Service::act(const Call& call, const char* action, const Answer& answer) {
+    const model::Problems problems = model::checkActionBody(action, call.request.body);
+    if (!problems.empty()) {
+        answer(errorResponse(problems));
+        return;
+    }
+    parts_.provider.act(action, [answer](const model::Problems& failed) {
+        answer(failed.empty() ? jsonResponse(model::successBody(model::Message::success))
+                              : errorResponse(failed));
+    });
+}
+
+} // namespace redfish
