@@ -70,8 +70,10 @@ Problem problemOf(const client::Error& error) {
     if (const auto* const answered = dynamic_cast<const client::AnsweredOtherwise*>(&error)) {
         return problemOf(answered->answer);
     }
+    // What lacks in the store is what a provider brings when it starts.
     if (dynamic_cast<const client::NobodyThere*>(&error) != nullptr ||
-        dynamic_cast<const client::StoreUnreachable*>(&error) != nullptr) {
+        dynamic_cast<const client::StoreUnreachable*>(&error) != nullptr ||
+        dynamic_cast<const client::StoreContents*>(&error) != nullptr) {
         return {Message::providerUnavailable, {retryAfter()}, {}};
     }
     if (dynamic_cast<const client::NoAnswer*>(&error) != nullptr) {

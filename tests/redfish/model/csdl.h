@@ -1,0 +1,58 @@
+// The types of a set of CSDL files, for checking documents and our own schemas against them.
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+// One element of an XML file; names without their prefix.
+struct Element {
+    std::string name;
+    std::map<std::string, std::string> attributes;
+    std::vector<std::unique_ptr<Element>> children;
+
+    std::string attribute(const std::string& key) const; // empty: none
+    // The children of a name; all where it is empty.
+    std::vector<const Element*> all(std::string_view childName) const;
+    // The annotation with a term such as "Redfish.Required", or null.
+    const Element* annotation(std::string_view term) const;
+    // Itself and everything below it.
+    void visit(const std::function<void(const Element&)>& visitor) const;
+};
+
+// Throws std::runtime_error, with the line, for what is not well-formed.
+std::unique_ptr<Element> parseXml(std::string_view text);
+
+class Csdl {
+public:
+    // Adds the schemas of a file's text.
+    void add(std::string_view text);
+    void addFile(const std::filesystem::path& file);
+    void addFolder(const std::filesystem::path& folder);
+
+    // The type, action or term of a full name such as "Role.v1_3_3.Role", or null.
+    const Element* find(const std::string& name) const;
+    bool hasNamespace(const std::string& name) const;
+
+    // The type and all that it is derived from, the type first.
+    std::vector<const Element*> chain(const std::string& type) const;
+    bool isDerived(const std::string& type, const std::string& base) const;
+
+    // What stands for a type of the same family in a resource of the namespace `within`: the
+    // newest of the name that is not newer than that, as "Manager.v1_5_0.Links" for
+    // "Manager.v1_0_0.Links". Types of other families: the newest of all.
+    std::string newestOf(const std::string& type, const std::string& within) const;
+
+private:
+    std::vector<std::unique_ptr<Element>> files_;
+    std::map<std::string, const Element*> byName_;
+    std::map<std::string, const Element*> namespaces_;
+};
+
+// "Role.v1_3_3" of "Role.v1_3_3.Role", and "Role".
+std::string namespaceOf(const std::string& type);
+std::string lastPartOf(const std::string& type);

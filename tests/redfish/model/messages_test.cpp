@@ -1,0 +1,93 @@
+#include "redfish/model/messages.h"
+
+#include <gmock/gmock.h>
+
+#include <regex>
+#include <set>
+
+namespace {
+
+using namespace redfish::model;
+
+TEST(Messages, HaveNamesOfTheirOwn) {
+    std::set<std::string_view> names;
+    for (const MessageEntry& entry : messages()) {
+        EXPECT_TRUE(names.insert(entry.name).second) << entry.name;
+        EXPECT_TRUE(std::regex_match(std::string(entry.name), std::regex("[A-Z][A-Za-z0-9]+")))
+            << entry.name;
+        EXPECT_EQ(&entryOf(entry.message), &entry);
+    }
+}
+
+TEST(Messages, AreComplete) {
+    for (const MessageEntry& entry : messages()) {
+        EXPECT_FALSE(entry.text.empty()) << entry.name;
+        EXPECT_TRUE(entry.resolution.ends_with(".")) << entry.name;
+        EXPECT_TRUE(entry.description.ends_with(".")) << entry.name;
+        EXPECT_GE(entry.status, 200) << entry.name;
+        EXPECT_LT(entry.status, 600) << entry.name;
+        EXPECT_EQ(entry.severity == "OK", entry.status < 300) << entry.name;
+    }
+}
+
+// All but that of the provider's event, which has an argument that its text does not show.
+TEST(Messages, ShowEachOfTheirArgumentsAndNoOther) {
+    for (const MessageEntry& entry : messages()) {
+        if (entry.message == Message::resourceUpdated) {
+            continue;
+        }
+        for (std::size_t i = 1; i <= 9; ++i) {
+            EXPECT_EQ(entry.text.find("%" + std::to_string(i)) != std::string_view::npos,
+                      i <= entry.arguments.size())
+                << entry.name << " %" << i;
+        }
+    }
+}
+
+TEST(Messages, AreFoundByNameAndById) {
+    EXPECT_EQ(findMessage("Success"), &entryOf(Message::success));
+    EXPECT_EQ(findMessage("Orvane.1.0.Msg000"), &entryOf(Message::resourceUpdated));
+    EXPECT_EQ(findMessage("Other.1.0.Success"), nullptr);
+    EXPECT_EQ(findMessage("success"), nullptr);
+    EXPECT_EQ(findMessage(""), nullptr);
+}
+
+TEST(Messages, HaveIdsOfRegistryVersionAndName) {
+    EXPECT_EQ(messageId(Message::malformedJson), "Orvane.1.0.MalformedJSON");
+}
+
+TEST(TextOf, PutsArgumentsInTheirPlaces) {
+    EXPECT_EQ(
+        textOf(Message::propertyValueNotInList, std::vector<std::string>{"\"blue\"", "Theme"}),
+        "The value \"blue\" is none of those that the property Theme may have.");
+}
+
+TEST(TextOf, TakesAnArgumentAsItIs) {
+    EXPECT_EQ(textOf(Message::propertyUnknown, std::vector<std::string>{"%1%2"}),
+              "The resource has no property %1%2.");
+}
+
+TEST(TextOf, LeavesThePlaceOfAnArgumentThatIsMissing) {
+    EXPECT_EQ(textOf(Message::propertyUnknown, {}), "The resource has no property %1.");
+}
+
+TEST(MessageRegistry, HoldsEveryMessage) {
+    const Json registry = messageRegistry();
+    EXPECT_EQ(registry["Messages"].size(), messages().size());
+    const Json& entry = registry["Messages"]["PasswordLength"];
+    EXPECT_EQ(entry["NumberOfArgs"], 2);
+    EXPECT_EQ(entry["ParamTypes"], Json::array({"number", "number"}));
+    EXPECT_EQ(entry["ArgDescriptions"].size(), 2U);
+    EXPECT_EQ(entry["MessageSeverity"], "Warning");
+    EXPECT_FALSE(registry["Messages"]["Success"].contains("ParamTypes"));
+}
+
+// What the daemon sends stands in its own sources; a message that is new there is new here.
+TEST(MessageRegistry, HoldsWhatTheProviderSends) {
+    for (const char* const name :
+         {"Success", "InternalError", "InvalidObject", "ActionNotSupported", "Orvane.1.0.Msg000"}) {
+        EXPECT_NE(findMessage(name), nullptr) << name;
+    }
+}
+
+} // namespace
