@@ -195,9 +195,19 @@ std::span<const SettingsColumn> columnsOf(const SettingsRow* row) {
     return {row->columns, row->columnCount};
 }
 
+// With a log SQLite writes on to a file that has lost its name, where nobody finds it again.
+void refuseMovedFile(sqlite3* connection) {
+    int isMoved = 0;
+    if (sqlite3_file_control(connection, "main", SQLITE_FCNTL_HAS_MOVED, &isMoved) == SQLITE_OK &&
+        isMoved != 0) {
+        throw std::runtime_error("the file was moved or deleted while it was open");
+    }
+}
+
 // Runs a statement whose parameters are the values of the columns, in order, as texts.
 void runWithValues(sqlite3* connection, const std::string& sql,
                    std::span<const SettingsColumn> columns) {
+    refuseMovedFile(connection);
     Statement statement(connection, sql);
     int position = 0;
     for (const SettingsColumn& column : columns) {

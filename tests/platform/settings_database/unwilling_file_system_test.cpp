@@ -2,8 +2,8 @@
 // Nothing is ever renamed.
 #include "database_fixture.h"
 
-#include "mount_namespace.h"
 #include "support/child_process.h"
+#include "support/mount_namespace.h"
 #include "support/wait_until.h"
 
 #include <chrono>
@@ -56,16 +56,6 @@ private:
 
 using LockedFile = UnwillingTest;
 using UnwillingFileSystem = UnwillingTest;
-
-#define EXPECT_PASSED(end)                                                                         \
-    switch (end) {                                                                                 \
-    case ChildEnd::refused:                                                                        \
-        GTEST_SKIP() << "this machine allows no mounts of our own";                                \
-    case ChildEnd::failed:                                                                         \
-        FAIL() << "see the expectations above";                                                    \
-    case ChildEnd::passed:                                                                         \
-        break;                                                                                     \
-    }
 
 TEST_F(LockedFile, IsRefusedAfterABoundedWaitAndOpensAfterwards) {
     makeOldDatabase();
@@ -261,6 +251,62 @@ TEST_F(UnwillingFileSystem, FailsAnUpdateOnAFullDiskAndKeepsTheRow) {
         EXPECT_EQ(sqlite(path(), "SELECT Timer FROM webgui_tbl"), "x\n");
         EXPECT_EQ(sqlite(path(), "PRAGMA integrity_check"), "ok\n");
     }));
+}
+
+// ---- A file that is gone while it is open ----
+
+using GoneFile = UnwillingTest;
+
+int setTimer(Database& database, const char* value) {
+    const Row row(NamesAndValues{{"Timer", value}});
+    return update_database_table_with_condition(database.handle(), kTable, row.get(), "");
+}
+
+// SQLite itself would go on writing to a file that has no name any more.
+TEST_F(GoneFile, RefusesChangesThatNobodyWouldFind) {
+    Database database(path());
+    ASSERT_EQ(database.open(), 1);
+    std::filesystem::remove(path());
+    testing::internal::CaptureStderr();
+    EXPECT_NE(setTimer(database, "lost"), 0);
+    const Row row(NamesAndValues{{"Name", "another"}});
+    EXPECT_NE(insert_database_table_entry_struct(database.handle(), kTable, row.get()), 0);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "[update_database_table_with_condition]: webgui_tbl: the file was moved or deleted "
+              "while it was open\n"
+              "[insert_database_table_entry_struct]: webgui_tbl: the file was moved or deleted "
+              "while it was open\n");
+}
+
+TEST_F(GoneFile, CanStillBeRead) {
+    Database database(path());
+    ASSERT_EQ(database.open(), 1);
+    std::filesystem::remove(path());
+    Result result;
+    EXPECT_EQ(query_database_dat_with_condition(database.handle(), kTable, &result, ""), 0);
+    EXPECT_EQ(result.rowCount, 1U);
+}
+
+TEST_F(GoneFile, TakesChangesAgainWhenItIsBack) {
+    Database database(path());
+    ASSERT_EQ(database.open(), 1);
+    std::filesystem::rename(path(), folder().file("elsewhere"));
+    testing::internal::CaptureStderr();
+    EXPECT_NE(setTimer(database, "too early"), 0);
+    testing::internal::GetCapturedStderr();
+    std::filesystem::rename(folder().file("elsewhere"), path());
+    EXPECT_EQ(setTimer(database, "back"), 0);
+    EXPECT_EQ(sqlite(path(), "SELECT Timer FROM webgui_tbl"), "back\n");
+}
+
+TEST_F(GoneFile, ReplacedByAnotherOneIsGoneToo) {
+    Database database(path());
+    ASSERT_EQ(database.open(), 1);
+    ASSERT_EQ(Database(folder().file("other.db")).open(), 1);
+    std::filesystem::rename(folder().file("other.db"), path());
+    testing::internal::CaptureStderr();
+    EXPECT_NE(setTimer(database, "lost"), 0);
+    testing::internal::GetCapturedStderr();
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-#include "mount_namespace.h"
+#include "support/mount_namespace.h"
 
 #include "support/temporary_folder.h"
 
