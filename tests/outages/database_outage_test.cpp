@@ -1,0 +1,228 @@
+// The settings database locked, full, read-only, moved or gone under the running daemon: what is
+// answered and logged, that the old row stays whole, and what brings the service back.
+#include "end_to_end/end_to_end.h"
+#include "support/mount_namespace.h"
+#include "support/wait_until.h"
+
+#include <csignal>
+#include <filesystem>
+#include <gmock/gmock.h>
+
+namespace {
+
+using test::Answer;
+using test::kWebGui;
+using testing::EndsWith;
+using testing::HasSubstr;
+
+// What the daemon says of a change of the language that the database does not take.
+constexpr const char* kFailedChange =
+    "[updateData]: Failed to call update_database_table_with_condition().\n"
+    "[OrvaneWebGUI_Agent_UPDATE_00002]: Failed to call WebGUIAgent.updateData().\n"
+    "[update]: Failed to call fnAgentUpdate().\n";
+// And of a database that it could not open at its start.
+constexpr const char* kFailedOpening =
+    "[WebGUIAgent]: Failed to call open_database(). The return code: -1\n";
+// How the database library begins its line of such a change.
+constexpr const char* kFailedCall = "[update_database_table_with_condition]: webgui_tbl: ";
+
+const Answer kSuccess{"Success", {}};
+const Answer kInternalError{"InternalError", {}};
+
+class DatabaseOutageTest : public test::EndToEnd {
+protected:
+    // So that no read changes a setting.
+    DatabaseOutageTest() { environment()["ManagingMode"] = "1"; }
+
+    std::filesystem::path databaseFolder() const { return database().parent_path(); }
+
+    Answer setLanguage(const std::string& language) {
+        return ask("00002", requestObject({{"Language", language}}));
+    }
+
+    // The library told the reason of the outage, and once only for all tries.
+    void expectOneReason(const std::string& reason) const {
+        const std::string lines = errors();
+        EXPECT_THAT(lines, EndsWith(kFailedCall + reason + "\n"));
+        EXPECT_EQ(lines.find(kFailedCall), lines.rfind(kFailedCall)) << lines;
+    }
+
+    // A change is refused in the way that is promised, and nothing of it is anywhere.
+    void expectRefusedChange(const std::string& reason) {
+        const std::string before = field(kWebGui, "Language");
+        EXPECT_EQ(setLanguage("refused"), kInternalError);
+        EXPECT_THAT(output(), EndsWith(kFailedChange));
+        expectOneReason(reason);
+        EXPECT_EQ(field(kWebGui, "Language"), before);
+        EXPECT_EQ(ask("00001", kWebGui), kSuccess) << "reads go on";
+    }
+
+    void expectChangesAgain() {
+        EXPECT_EQ(setLanguage("Dansk"), kSuccess);
+        EXPECT_EQ(setting("Language"), "Dansk");
+        EXPECT_EQ(field(kWebGui, "Language"), "Dansk");
+        EXPECT_EQ(sql("PRAGMA integrity_check"), "ok");
+    }
+
+    void restartDaemon() {
+        EXPECT_EQ(stopDaemon(), 0);
+        std::filesystem::remove(folder().file("daemon.out"));
+        std::filesystem::remove(folder().file("daemon.err"));
+        startDaemon();
+    }
+
+    // Holds the database until it is ended: for other writers, or for readers too.
+    std::unique_ptr<test::ChildProcess> hold(const std::string& command) const {
+        const std::string sign = folder().file("holder");
+        auto holder = std::make_unique<test::ChildProcess>(
+            std::vector<std::string>{ORVANE_BUILD_FOLDER "/tests/settings_database_process",
+                                     command, database()},
+            std::map<std::string, std::string>{}, sign);
+        EXPECT_TRUE(test::waitUntil([&] { return test::readFile(sign) == "locked"; }));
+        return holder;
+    }
+};
+
+using DatabaseOutage = DatabaseOutageTest;
+
+TEST_F(DatabaseOutage, LockedLongerThanAllTriesRefusesTheChangeAndTakesTheNextOne) {
+    startDaemon();
+    auto holder = hold("lock");
+    expectRefusedChange("database is locked (SQLite code 5)");
+    EXPECT_EQ(setting("Language"), "English");
+    holder.reset();
+    expectChangesAgain();
+}
+
+TEST_F(DatabaseOutage, LockedForAMomentOnlyDelaysTheChange) {
+    startDaemon();
+    auto holder = hold("lock");
+    const std::string channel = mailbox().newReplyChannel();
+    ASSERT_EQ(mailbox().send("00002", requestObject({{"Language", "Dansk"}}), channel), 1);
+    ASSERT_TRUE(
+        test::waitUntil([this] { return errors().find(kFailedCall) != std::string::npos; }));
+    holder.reset();
+    const auto& received = mailbox().received();
+    ASSERT_TRUE(mailbox().collectUntil([&] { return received.contains(channel); }));
+    EXPECT_EQ(mailbox().answer(received.at(channel).front()), kSuccess);
+    EXPECT_EQ(setting("Language"), "Dansk");
+    expectOneReason("database is locked (SQLite code 5)");
+}
+
+// Meant: the settings in memory keep a value that the database refused, and the next change
+// writes the whole row.
+TEST_F(DatabaseOutage, AValueThatWasRefusedGoesWithTheNextChangeOfAnotherSetting) {
+    startDaemon();
+    auto holder = hold("lock");
+    EXPECT_EQ(setLanguage("Deutsch"), kInternalError);
+    holder.reset();
+    EXPECT_EQ(ask("00004", requestObject({{"InitialBoot", "false"}})), kSuccess);
+    EXPECT_EQ(setting("Language"), "Deutsch");
+    EXPECT_EQ(field(kWebGui, "Language"), "English");
+    restartDaemon();
+    EXPECT_EQ(field(kWebGui, "Language"), "Deutsch");
+}
+
+TEST_F(DatabaseOutage, LockedForReadersAtTheStartLeavesTheDaemonWithoutSettingsUntilARestart) {
+    startDaemon();
+    expectChangesAgain();
+    EXPECT_EQ(stopDaemon(), 0);
+    std::filesystem::remove(folder().file("daemon.out"));
+    auto holder = hold("lock-all");
+    startDaemon();
+    EXPECT_THAT(output(), HasSubstr(kFailedOpening));
+    EXPECT_THAT(errors(), EndsWith("database is locked (SQLite code 5)\n"));
+    EXPECT_EQ(field(kWebGui, "Language"), "");
+    holder.reset();
+    EXPECT_EQ(setLanguage("refused"), kInternalError) << "the connection is not opened again";
+    EXPECT_THAT(output(), EndsWith(kFailedChange));
+    EXPECT_THAT(errors(), EndsWith(kFailedCall + std::string("the database is not open\n")));
+    EXPECT_EQ(setting("Language"), "Dansk");
+    restartDaemon();
+    EXPECT_EQ(field(kWebGui, "Language"), "Dansk");
+    expectChangesAgain();
+}
+
+TEST_F(DatabaseOutage, AFullDiskRefusesTheChangeUntilThereIsRoom) {
+    EXPECT_PASSED(test::inMountNamespace([this] {
+        std::filesystem::create_directories(databaseFolder());
+        test::mountTmpfs(databaseFolder(), "size=256k");
+        startDaemon();
+        expectChangesAgain();
+        test::fillUp(databaseFolder() / "filler");
+        std::string last = "Dansk";
+        // The log may have room for some more.
+        while (setLanguage(last + "+") == kSuccess) {
+            last += "+";
+        }
+        EXPECT_THAT(output(), EndsWith(kFailedChange));
+        expectOneReason("database or disk is full (SQLite code 13)");
+        EXPECT_EQ(setting("Language"), last);
+        EXPECT_EQ(field(kWebGui, "Language"), last);
+        std::filesystem::remove(databaseFolder() / "filler");
+        expectChangesAgain();
+        EXPECT_EQ(stopDaemon(), 0);
+    }));
+}
+
+// As the kernel makes a file system after an error of its medium.
+TEST_F(DatabaseOutage, AFileSystemThatTurnsReadOnlyRefusesTheChangeUntilItIsWritable) {
+    const std::string sign = folder().file("read-only");
+    environment()["ORVANE_READ_ONLY_SIGN"] = sign;
+    environment()["ASAN_OPTIONS"] = "verify_asan_link_order=0";
+    environment().insert(test::preload(ORVANE_READ_ONLY_DOUBLE));
+    startDaemon();
+    test::writeFile(sign, "");
+    expectRefusedChange("disk I/O error (SQLite code 778)");
+    EXPECT_EQ(setting("Language"), "English");
+    std::filesystem::remove(sign);
+    expectChangesAgain();
+}
+
+TEST_F(DatabaseOutage, AReadOnlyFolderAtTheStartLeavesTheDaemonWithoutSettingsUntilARestart) {
+    startDaemon();
+    expectChangesAgain();
+    EXPECT_EQ(stopDaemon(), 0);
+    std::filesystem::remove(folder().file("daemon.out"));
+    EXPECT_PASSED(test::inMountNamespace([this] {
+        test::makeReadOnly(databaseFolder());
+        startDaemon();
+        EXPECT_THAT(output(), HasSubstr(kFailedOpening));
+        EXPECT_THAT(errors(), HasSubstr("[open_database]: Cannot open /var/database/webgui.db: "));
+        EXPECT_EQ(setLanguage("refused"), kInternalError);
+        EXPECT_THAT(output(), EndsWith(kFailedChange));
+        EXPECT_EQ(stopDaemon(), 0);
+    }));
+    startDaemon();
+    EXPECT_EQ(field(kWebGui, "Language"), "Dansk");
+    expectChangesAgain();
+}
+
+TEST_F(DatabaseOutage, AFileThatIsMovedAwayRefusesTheChangeUntilItIsBack) {
+    startDaemon();
+    std::filesystem::rename(database(), databaseFolder() / "elsewhere");
+    expectRefusedChange("the file was moved or deleted while it was open");
+    std::filesystem::rename(databaseFolder() / "elsewhere", database());
+    EXPECT_EQ(setting("Language"), "English");
+    expectChangesAgain();
+}
+
+TEST_F(DatabaseOutage, AFileThatIsDeletedRefusesTheChangeUntilARestartMakesANewOne) {
+    startDaemon();
+    expectChangesAgain();
+    std::filesystem::remove(database());
+    expectRefusedChange("the file was moved or deleted while it was open");
+    restartDaemon();
+    EXPECT_EQ(field(kWebGui, "Language"), "English") << "a new database";
+    expectChangesAgain();
+}
+
+TEST_F(DatabaseOutage, AFolderThatIsGoneRefusesTheChangeUntilARestart) {
+    startDaemon();
+    std::filesystem::remove_all(databaseFolder());
+    expectRefusedChange("the file was moved or deleted while it was open");
+    restartDaemon();
+    expectChangesAgain();
+}
+
+} // namespace

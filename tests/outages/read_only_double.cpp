@@ -1,0 +1,31 @@
+// For LD_PRELOAD in front of the daemon: while the file named by ORVANE_READ_ONLY_SIGN is there, no
+// file can be written, as if the kernel had turned the file system read-only under open files.
+#include <cerrno>
+#include <cstdlib>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace {
+
+bool isReadOnly() {
+    const char* sign = std::getenv("ORVANE_READ_ONLY_SIGN");
+    return sign != nullptr && ::access(sign, F_OK) == 0;
+}
+
+} // namespace
+
+// SQLite's ways to change a file.
+extern "C" ssize_t pwrite64(int file, const void* bytes, size_t size, off64_t offset) {
+    if (isReadOnly()) {
+        errno = EROFS;
+        return -1;
+    }
+    return ::syscall(SYS_pwrite64, file, bytes, size, offset);
+}
+extern "C" int ftruncate64(int file, off64_t size) noexcept {
+    if (isReadOnly()) {
+        errno = EROFS;
+        return -1;
+    }
+    return static_cast<int>(::syscall(SYS_ftruncate, file, size));
+}
