@@ -18,7 +18,8 @@ namespace {
 constexpr const char* kDefaultAddress = "unix:/run/redis/redis-server.sock";
 constexpr const char* kDirectory = "OvrCallbacks";
 constexpr std::chrono::milliseconds kFirstPause{50};
-constexpr std::chrono::milliseconds kLongestPause{1000};
+// Requests are served again within a second of a server that is back, connecting included.
+constexpr std::chrono::milliseconds kLongestPause{500};
 
 // The entry stays where another provider has taken over: with a name of its own, or already
 // subscribed under this one (a new run of the daemon that started before the old one ended).

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <map>
 #include <set>
+#include <thread>
 
 namespace {
 
@@ -125,6 +126,20 @@ TEST_F(Requests, AreServedAgainAfterRedisCameBackEmpty) {
     EXPECT_EQ(occurrences(errors(), "is lost"), 3U) << errors();
     EXPECT_EQ(occurrences(errors(), "is back"), 3U) << errors();
     EXPECT_EQ(occurrences(errors(), "\n"), 6U) << errors();
+}
+
+// The pause between two tries grows while redis is away. Redis comes back here just after one of
+// the longest had begun, were it a second long.
+TEST_F(Requests, AreServedSoonAfterRedisCameBackHoweverLongItWasAway) {
+    startHost();
+    redis.kill();
+    ASSERT_TRUE(awaitErrors("is lost"));
+    std::this_thread::sleep_for(std::chrono::milliseconds(1600));
+    redis.start();
+    const auto back = std::chrono::steady_clock::now();
+    ASSERT_TRUE(awaitSubscribed());
+    EXPECT_LT(std::chrono::steady_clock::now() - back, std::chrono::milliseconds(800));
+    endHost();
 }
 
 TEST_F(Requests, AreServedAgainAfterTheConnectionAloneWasCut) {
