@@ -45,6 +45,8 @@ void redirect(const std::string& file, int descriptor) {
                               const std::string& outputFile, const std::string& errorFile) {
     redirect(outputFile, STDOUT_FILENO);
     redirect(errorFile, STDERR_FILENO);
+    // Sockets that other threads of the test have open must not outlive them in the child.
+    ::close_range(STDERR_FILENO + 1, ~0U, 0);
     for (const auto& [name, value] : environment) {
         ::setenv(name.c_str(), value.c_str(), 1);
     }

@@ -1,7 +1,7 @@
 // What the panel's calls do while the X server is absent, killed, paused, or goes away in the
 // midst of an exchange: the process lives, and no call takes longer than its bound.
 #include "platform/lcd_panel.h"
-#include "relay.h"
+#include "support/relay.h"
 #include "support/wait_until.h"
 #include "x_server.h"
 
@@ -39,6 +39,11 @@ protected:
     ~ScreenSaverOutage() override { ::unsetenv("DISPLAY"); }
 
     static void use(const std::string& display) { ::setenv("DISPLAY", display.c_str(), 1); }
+
+    // The relay as a display: number n listens on port 6000 + n.
+    static void use(const test::Relay& relay) {
+        use("127.0.0.1:" + std::to_string(relay.port() - 6000));
+    }
 
     template <typename Call>
     static milliseconds timeOf(Call call) {
@@ -126,7 +131,7 @@ TEST_F(ScreenSaverOutage, EndsNothingWhenTheServerHangsUpAtAnyStage) {
     for (int stage = 0; stage < kMostStages; ++stage) {
         SCOPED_TRACE(stage);
         const test::Relay relay(server_.socketPath(), stage, test::Relay::Then::hangUp);
-        use(relay.display());
+        use(relay);
         int result = 0;
         EXPECT_LT(timeOf([&] { result = LCDBlankTimeOutSet(60); }), kBound);
         if (relay.reached()) {
@@ -146,7 +151,7 @@ TEST_F(ScreenSaverOutage, HoldsNoCallWhenTheServerFallsSilentAtAnyStage) {
         SCOPED_TRACE(stage);
         {
             const test::Relay relay(server_.socketPath(), stage, test::Relay::Then::fallSilent);
-            use(relay.display());
+            use(relay);
             int result = 0;
             EXPECT_LT(timeOf([&] { result = LCDBlank(1); }), kBound);
             EXPECT_EQ(result != 0, relay.reached());
@@ -159,7 +164,7 @@ TEST_F(ScreenSaverOutage, HoldsNoCallWhenTheServerFallsSilentAtAnyStage) {
 // SIGTERM belongs to the program; a thread of the library that took it would end it.
 TEST_F(ScreenSaverOutage, LeavesNoThreadThatTakesSignals) {
     const test::Relay relay(server_.socketPath(), 1, test::Relay::Then::fallSilent);
-    use(relay.display());
+    use(relay);
     ASSERT_NE(LCDBlank(1), 0);
     ASSERT_TRUE(test::waitUntil([&] { return relay.reached(); }));
     int threadsOfTheLibrary = 0;
