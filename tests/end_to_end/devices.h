@@ -11,6 +11,8 @@ namespace test {
 
 class EndToEndWithDevices : public EndToEnd {
 protected:
+    using EndToEnd::EndToEnd;
+
     // Starts the devices and then the daemon.
     void SetUp() override;
 
@@ -31,6 +33,9 @@ protected:
     // The event stream: its length, and the fields of its last entry, name and value in turn.
     int eventCount();
     std::string lastEvent();
+
+    ChildProcess& xServer() { return *xServer_; }
+    ChildProcess& coolingUnit() { return *coolingUnit_; }
 
 private:
     void makeBacklight();

@@ -46,12 +46,13 @@ RedisServer::~RedisServer() {
     process_.reset();
 }
 
-void RedisServer::start() {
+void RedisServer::start(const std::vector<std::string>& more) {
     std::vector<std::string> words{
         "redis-server", "--port",      "0", "--unixsocket", socketPath(), "--dir",
         folder_.path(), "--save",      "",  "--appendonly", "no",         "--loglevel",
         "warning",      "--daemonize", "no"};
     words.insert(words.end(), options_.begin(), options_.end());
+    words.insert(words.end(), more.begin(), more.end());
     process_ = std::make_unique<ChildProcess>(words, std::map<std::string, std::string>{},
                                               folder_.file("redis.log"), folder_.file("redis.log"));
     connection_.reset();

@@ -25,7 +25,8 @@ public:
     // The value for OSSEL_REDIS.
     std::string address() const { return "unix:" + socketPath(); }
 
-    void start();  // again, empty
+    // Again. Empty, unless the options let it keep something; `more` options for this time.
+    void start(const std::vector<std::string>& more = {});
     void stop();   // SIGTERM, waits for the end
     void kill();   // SIGKILL, waits for the end
     void pause();  // SIGSTOP

@@ -1,0 +1,47 @@
+// Holds what the requesters were told against what the daemon and the reply channels saw: was each
+// request answered once, or its requester told, and nothing answered twice?
+#pragma once
+
+#include "storms/asker.h"
+#include "storms/journal.h"
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace storms {
+
+// What a fault may cost. Everything else is a violation.
+struct Allowance {
+    // Requests that the store accepted and took with it: its own death, or that of the
+    // connection on which it had sent them.
+    int lost = 0;
+    // Requests that reached the daemon and whose answer it could not hand to the store, though
+    // the requester was never cut off: the daemon's log tells, the requester waits in vain.
+    int givenUp = 0;
+    // Whether what was stored may be gone.
+    bool storeDied = false;
+};
+
+struct Accounts {
+    long long requests = 0;
+    long long answered = 0;
+    long long nobody = 0;
+    long long cutOff = 0;
+    long long refused = 0;
+    long long lost = 0;    // accepted, and never reached the daemon; among cutOff, or in vain
+    long long givenUp = 0; // reached the daemon, and were waited for in vain
+    std::vector<std::string> violations;
+
+    Accounts& operator+=(const Accounts& other);
+};
+
+// Requests that reached the daemon and are not answered: still in work, or failed.
+long long countOpen(const Sightings& sightings);
+
+// The accounts of requests that are all over.
+//   heard   answers by reply channel, as the observer counted them
+Accounts settle(const std::vector<Told>& told, const Sightings& sightings,
+                const std::map<std::string, int>& heard, const Allowance& allowance);
+
+} // namespace storms

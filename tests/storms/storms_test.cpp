@@ -1,0 +1,95 @@
+// The short form of the storms: each fault of the store a few times, in the midst of a load.
+#include "storms/storm.h"
+
+#include "support/wait_until.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using std::chrono::milliseconds;
+using storms::Fault;
+using storms::Storm;
+using testing::AnyOf;
+using testing::HasSubstr;
+using testing::Not;
+
+// A sanitizer's build takes its time.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr milliseconds kBackWithin{4000};
+#else
+constexpr milliseconds kBackWithin{1000};
+#endif
+
+class StoreFaults : public storms::Storms {
+protected:
+    // As raise(), and the service is back in time.
+    Storm live(Fault fault) {
+        Storm storm = raise(fault);
+        EXPECT_LE(storm.recovery, kBackWithin) << errors();
+        EXPECT_GT(storm.accounts.answered, 0);
+        std::cout << storms::nameOf(fault) << ": back after " << storm.recovery.count() << " ms\n";
+        return storm;
+    }
+};
+
+TEST_F(StoreFaults, AKilledStoreThatComesBackWithItsDataCostsNoRestart) {
+    for (int i = 0; i < 2; ++i) {
+        live(Fault::killed);
+        EXPECT_EQ(countInErrors("The subscription to OrvaneWebGUI is lost: "), 1U) << errors();
+        EXPECT_EQ(countInErrors("The subscription to OrvaneWebGUI is back"), 1U) << errors();
+    }
+}
+
+TEST_F(StoreFaults, AKilledStoreThatComesBackWithAnOldSnapshotCostsNoRestart) {
+    live(Fault::killedToAnOldOne);
+}
+
+TEST_F(StoreFaults, AStoreThatComesBackEmptyIsFilledByTheRestartThatTheUnitMakes) {
+    for (int i = 0; i < 2; ++i) {
+        live(Fault::emptied);
+        for (const char* key :
+             {test::kWebGui, test::kActions, test::kOem, test::kTurnOffLcd, test::kGuiReady}) {
+            EXPECT_TRUE(exists(key)) << key;
+        }
+        EXPECT_EQ(redis().command({"LRANGE", collectionKey(), "0", "-1"}), test::kWebGui);
+    }
+}
+
+TEST_F(StoreFaults, APausedStoreIsGivenUpAndServesAgainWhenItGoesOn) {
+    live(Fault::paused);
+    EXPECT_THAT(errors(), HasSubstr("no answer within 2 s"));
+}
+
+TEST_F(StoreFaults, AStoreWithoutMemoryIsToldAndServesAgainWithoutARestart) {
+    const Storm storm = live(Fault::outOfMemory);
+    EXPECT_GT(storm.accounts.givenUp, 0);
+    EXPECT_THAT(errors(), HasSubstr("OOM command not allowed"));
+    EXPECT_THAT(output(), HasSubstr("[sendReturnMsg]: Failed to call osselCreateReturnMessage("));
+    EXPECT_THAT(output(), HasSubstr("[read]: Failed to call sendReturnMsg()."));
+}
+
+TEST_F(StoreFaults, AStoreAtItsConnectionLimitIsToldAndServesAgainWithoutARestart) {
+    live(Fault::connectionLimit);
+    // Told once for an outage, by whichever of the two the first worker met.
+    EXPECT_THAT(errors(), AnyOf(HasSubstr("ERR max number of clients reached"),
+                                HasSubstr("Server closed the connection")));
+}
+
+class SlowStore : public StoreFaults {
+protected:
+    SlowStore() { putRelayBetween(); }
+};
+
+TEST_F(SlowStore, DelaysAnswersAndLosesNone) {
+    const Storm storm = live(Fault::slow);
+    EXPECT_EQ(storm.accounts.givenUp, 0);
+    EXPECT_THAT(errors(), Not(HasSubstr("redis")));
+}
+
+TEST_F(SlowStore, IsGivenUpBeyondTheTimeOutAndServesAgainWhenItIsQuickAgain) {
+    live(Fault::tooSlow);
+    EXPECT_THAT(errors(), HasSubstr("no answer within 2 s"));
+}
+
+} // namespace
