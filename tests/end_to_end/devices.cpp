@@ -7,6 +7,7 @@
 #include <X11/extensions/scrnsaver.h>
 #include <regex>
 #include <sstream>
+#include <unistd.h>
 
 namespace test {
 
@@ -19,6 +20,14 @@ constexpr const char* kScaleRegister = "101"; // counted from 1
 std::string firstGroup(const std::string& text, const std::regex& pattern) {
     std::smatch match;
     return std::regex_search(text, match, pattern) ? match[1].str() : "nothing in: " + text;
+}
+
+// A display of this process's own, far above the lowest free one, which a server of another test
+// would take while ours is down, and above those of other test programs (x_server.cpp).
+std::string ownDisplay() {
+    constexpr int kFirst = 50200;
+    constexpr int kNumbers = 9000;
+    return ":" + std::to_string(kFirst + ::getpid() % kNumbers);
 }
 
 } // namespace
@@ -42,30 +51,36 @@ void EndToEndWithDevices::makeBacklight() {
 // clients find it by its abstract socket. Without -noreset it would forget its screen saver's
 // settings whenever its last client leaves.
 void EndToEndWithDevices::startXServer() {
-    const std::string number = folder().file("display");
+    if (display_.empty()) {
+        display_ = ownDisplay();
+        environment()["DISPLAY"] = display_;
+    }
+    const std::string ready = folder().file("display");
+    std::filesystem::remove(ready);
+    std::filesystem::remove_all(folder().path() / "x-view" / "tmp"); // what a killed one left
     xServer_ = std::make_unique<ChildProcess>(
         std::vector<std::string>{
             ORVANE_PRIVATE_VIEW, "--bind", folder().path(), folder().file("x-view"), "--", "sh",
-            "-c", "exec Xvfb -displayfd 3 -screen 0 320x240x24 -noreset -nolisten tcp 3>\"$0\"",
-            number},
+            "-c",
+            "exec Xvfb \"$1\" -displayfd 3 -screen 0 320x240x24 -noreset -nolisten tcp 3>\"$0\"",
+            ready, display_},
         std::map<std::string, std::string>{}, folder().file("x.log"), folder().file("x.log"));
-    ASSERT_TRUE(waitUntil([&] { return readFile(number).find('\n') != std::string::npos; }))
+    ASSERT_TRUE(waitUntil([&] { return readFile(ready).find('\n') != std::string::npos; }))
         << readFile(folder().file("x.log"));
-    const std::string text = readFile(number);
-    display_ = ":" + text.substr(0, text.find('\n'));
-    environment()["DISPLAY"] = display_;
 }
 
 void EndToEndWithDevices::startCoolingUnit() {
+    const std::string log = folder().file("unit.log");
+    std::filesystem::remove(log);
     coolingUnit_ = std::make_unique<ChildProcess>(
-        std::vector<std::string>{ORVANE_COOLING_UNIT, "--listen", "127.0.0.1:0", "--state",
+        std::vector<std::string>{ORVANE_COOLING_UNIT, "--listen",
+                                 "127.0.0.1:" + (port_.empty() ? "0" : port_), "--state",
                                  folder().file("cooling-unit")},
-        std::map<std::string, std::string>{}, folder().file("unit.log"), folder().file("unit.err"));
+        std::map<std::string, std::string>{}, log, folder().file("unit.err"));
     const std::regex address("127\\.0\\.0\\.1:([0-9]+)");
-    ASSERT_TRUE(waitUntil([&] {
-        return std::regex_search(readFile(folder().file("unit.log")), address);
-    })) << readFile(folder().file("unit.err"));
-    port_ = firstGroup(readFile(folder().file("unit.log")), address);
+    ASSERT_TRUE(waitUntil([&] { return std::regex_search(readFile(log), address); }))
+        << readFile(folder().file("unit.err"));
+    port_ = firstGroup(readFile(log), address);
     environment()["COOLING_UNIT"] = "127.0.0.1:" + port_;
 }
 

@@ -37,10 +37,12 @@ protected:
     ChildProcess& xServer() { return *xServer_; }
     ChildProcess& coolingUnit() { return *coolingUnit_; }
 
-private:
-    void makeBacklight();
+    // Again after its end, where it was.
     void startXServer();
     void startCoolingUnit();
+
+private:
+    void makeBacklight();
     Finished xset(const std::vector<std::string>& arguments) const;
     Finished mbpoll(const std::vector<std::string>& arguments) const;
 

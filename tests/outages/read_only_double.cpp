@@ -15,6 +15,7 @@ bool isReadOnly() {
 } // namespace
 
 // SQLite's ways to change a file.
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): libc's are reserved
 extern "C" ssize_t pwrite64(int file, const void* bytes, size_t size, off64_t offset) {
     if (isReadOnly()) {
         errno = EROFS;
@@ -22,6 +23,7 @@ extern "C" ssize_t pwrite64(int file, const void* bytes, size_t size, off64_t of
     }
     return ::syscall(SYS_pwrite64, file, bytes, size, offset);
 }
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name)
 extern "C" int ftruncate64(int file, off64_t size) noexcept {
     if (isReadOnly()) {
         errno = EROFS;

@@ -1,0 +1,200 @@
+// The cooling unit, the X server and the backlight silent, gone and back again under the running
+// daemon: every request is answered in time, what concerns the other settings is applied, each
+// outage costs one line, and what brings a device up to date again.
+#include "end_to_end/devices.h"
+#include "support/wait_until.h"
+
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <gmock/gmock.h>
+
+namespace {
+
+using std::chrono::milliseconds;
+using test::Answer;
+using test::kWebGui;
+using testing::EndsWith;
+using testing::HasSubstr;
+
+const Answer kSuccess{"Success", {}};
+
+// Two calls of the database with their pauses, and 250 ms for each device; the rest is for a
+// busy machine.
+constexpr milliseconds kChangeBound{3000};
+constexpr milliseconds kReadBound{1500};
+
+class DeviceOutageTest : public test::EndToEndWithDevices {
+protected:
+    void TearDown() override {
+        coolingUnit().signal(SIGCONT);
+        xServer().signal(SIGCONT);
+        EndToEndWithDevices::TearDown();
+    }
+
+    // Answered with "Success" within the bound.
+    void expectSuccess(const std::string& msgId, const std::string& reqArg, milliseconds bound) {
+        const auto start = std::chrono::steady_clock::now();
+        EXPECT_EQ(ask(msgId, reqArg), kSuccess);
+        EXPECT_LT(std::chrono::steady_clock::now() - start, bound);
+    }
+    void expectRead() { expectSuccess("00001", kWebGui, kReadBound); }
+
+    // Changes of "00003", on top of the present values; each reaches database and instance.
+    void expectChange(const std::map<std::string, std::string>& changes) {
+        for (const auto& [name, value] : changes) {
+            present_[name] = value;
+        }
+        expectSuccess("00003", displayRequest(present_), kChangeBound);
+        for (const auto& [name, value] : changes) {
+            EXPECT_EQ(field(kWebGui, name), value) << name;
+        }
+        EXPECT_EQ(setting("Timer"), field(kWebGui, "InactivityTimer"));
+        EXPECT_EQ(setting("Brightness"), field(kWebGui, "ScreenBrightness"));
+        EXPECT_EQ(setting("BacklightOff"), field(kWebGui, "BacklightOff"));
+        EXPECT_EQ(storedTheme(), field(kWebGui, "Theme"));
+    }
+
+    void killCoolingUnit() { end(coolingUnit()); }
+    void killXServer() { end(xServer()); }
+
+    // A read asks the unit again when its pause after a vain try, one second, is over.
+    void readUntilUnitAnswers() {
+        EXPECT_TRUE(test::waitUntil([this] {
+            expectRead();
+            return errors().ends_with("[CoolGetTempScale]: cooling unit " + unitAddress() +
+                                      " answers again\n");
+        })) << errors();
+    }
+    void expectMeasurementSystem(const std::string& expected) {
+        EXPECT_EQ(field(kWebGui, "MeasurementSystem"), expected);
+        EXPECT_EQ(setting("Measurement"), expected);
+    }
+
+    std::string unitAddress() { return environment().at("COOLING_UNIT"); }
+
+private:
+    static void end(test::ChildProcess& process) {
+        process.signal(SIGKILL);
+        process.wait();
+    }
+
+    std::map<std::string, std::string> present_;
+};
+
+using DeviceOutage = DeviceOutageTest;
+
+// Meant: a unit that does not answer counts as metric, also where it was imperial.
+TEST_F(DeviceOutage, ASilentCoolingUnitCountsAsMetricUntilItAnswersAgain) {
+    expectChange({{"MeasurementSystem", "Imperial"}});
+    ASSERT_EQ(temperatureScale(), "0");
+    coolingUnit().signal(SIGSTOP);
+    expectRead();
+    expectMeasurementSystem("Metric");
+    for (int i = 0; i < 3; ++i) {
+        expectRead();
+    }
+    EXPECT_THAT(errors(), EndsWith("[CoolGetTempScale]: cooling unit " + unitAddress() +
+                                   ": Connection timed out\n"));
+    coolingUnit().signal(SIGCONT);
+    readUntilUnitAnswers();
+    expectMeasurementSystem("Imperial");
+}
+
+TEST_F(DeviceOutage, AChangeWithASilentCoolingUnitAppliesAllOtherSettings) {
+    coolingUnit().signal(SIGSTOP);
+    expectChange({{"MeasurementSystem", "Imperial"},
+                  {"ScreenBrightness", "2"},
+                  {"BacklightOff", "Off After 1 Minute"},
+                  {"InactivityTimer", "5 Minutes"},
+                  {"Theme", "light"}});
+    expectMeasurementSystem("Imperial");
+    EXPECT_EQ(backlight(), std::to_string(2 * kStepsPerLevel));
+    EXPECT_EQ(blankTimeOut(), "60");
+    EXPECT_THAT(errors(), HasSubstr("[CoolSetTempScale]: cooling unit " + unitAddress()));
+}
+
+// The unit is the master of its scale: a change that it did not get is taken back by the next read.
+TEST_F(DeviceOutage, ACoolingUnitThatIsGoneAndBackHasTheLastWordOnItsScale) {
+    killCoolingUnit();
+    expectChange({{"MeasurementSystem", "Imperial"}, {"InactivityTimer", "5 Minutes"}});
+    EXPECT_THAT(errors(), EndsWith("[CoolSetTempScale]: cooling unit " + unitAddress() +
+                                   ": Connection refused\n"));
+    startCoolingUnit();
+    ASSERT_EQ(temperatureScale(), "1");
+    expectMeasurementSystem("Imperial");
+    readUntilUnitAnswers();
+    expectMeasurementSystem("Metric");
+    expectChange({{"MeasurementSystem", "Imperial"}});
+    EXPECT_EQ(temperatureScale(), "0");
+}
+
+TEST_F(DeviceOutage, AnXServerThatIsGoneTakesTheNextChangeWhenItIsBack) {
+    killXServer();
+    expectChange(
+        {{"BacklightOff", "Off After 1 Minute"}, {"ScreenBrightness", "2"}, {"Theme", "light"}});
+    EXPECT_EQ(backlight(), std::to_string(2 * kStepsPerLevel));
+    expectSuccess("00000", requestObject({{"Action", "WebGUI.TurnOffLCD"}}), kChangeBound);
+    EXPECT_THAT(errors(), EndsWith("[LCDBlankTimeOutSet]: display " + environment().at("DISPLAY") +
+                                   ": no connection to an X server\n"))
+        << "one line for both calls";
+    startXServer();
+    loseThePanelsState();
+    expectChange({{"BacklightOff", "Off After 1 Minute"}});
+    EXPECT_EQ(blankTimeOut(), "600") << "the setting that it has already is not sent";
+    expectChange({{"BacklightOff", "Off After 2 Minutes"}});
+    EXPECT_EQ(blankTimeOut(), "120");
+    expectSuccess("00000", requestObject({{"Action", "WebGUI.TurnOffLCD"}}), kChangeBound);
+    EXPECT_TRUE(isBlank());
+}
+
+TEST_F(DeviceOutage, ASilentXServerHoldsNoRequestUp) {
+    xServer().signal(SIGSTOP);
+    expectChange({{"BacklightOff", "Off After 1 Minute"}, {"InactivityTimer", "5 Minutes"}});
+    expectRead();
+    EXPECT_THAT(errors(), HasSubstr("[LCDBlankTimeOutSet]: display "));
+    xServer().signal(SIGCONT);
+    EXPECT_TRUE(test::waitUntil([this] {
+        expectChange({{"BacklightOff", "Off After 2 Minutes"}});
+        expectChange({{"BacklightOff", "Off After 3 Minutes"}});
+        return blankTimeOut() == "180";
+    })) << errors();
+}
+
+TEST_F(DeviceOutage, ABacklightThatIsGoneTakesTheNextChangeWhenItIsBack) {
+    const std::filesystem::path panel = folder().path() / "backlight";
+    const std::filesystem::path away = folder().path() / "away";
+    std::filesystem::rename(panel, away);
+    expectChange({{"ScreenBrightness", "2"},
+                  {"BacklightOff", "Off After 1 Minute"},
+                  {"InactivityTimer", "5 Minutes"}});
+    expectChange({{"ScreenBrightness", "3"}});
+    EXPECT_EQ(blankTimeOut(), "60");
+    EXPECT_THAT(errors(), EndsWith("[LCDBrightnessSet]: " + panel.string() +
+                                   "/max_brightness: No such file or directory\n"));
+    std::filesystem::rename(away, panel);
+    expectChange({{"ScreenBrightness", "4"}});
+    EXPECT_EQ(backlight(), std::to_string(4 * kStepsPerLevel));
+}
+
+TEST_F(DeviceOutage, ARestartBringsEveryDeviceUpToDate) {
+    killCoolingUnit();
+    killXServer();
+    std::filesystem::rename(folder().path() / "backlight", folder().path() / "away");
+    expectChange({{"ScreenBrightness", "2"},
+                  {"BacklightOff", "Off After 1 Minute"},
+                  {"MeasurementSystem", "Imperial"},
+                  {"Theme", "light"}});
+    std::filesystem::rename(folder().path() / "away", folder().path() / "backlight");
+    startXServer();
+    startCoolingUnit();
+    EXPECT_EQ(stopDaemon(), 0);
+    startDaemon();
+    EXPECT_EQ(backlight(), std::to_string(2 * kStepsPerLevel));
+    EXPECT_EQ(blankTimeOut(), "60");
+    expectMeasurementSystem("Imperial");
+    expectRead();
+    expectMeasurementSystem("Metric");
+}
+
+} // namespace
