@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <fcntl.h>
 #include <sys/socket.h>
 #include <system_error>
@@ -22,6 +23,33 @@ constexpr timeval kBound{kCommandBound.count(), 0};
 struct FreeCommand {
     void operator()(char* command) const { redisFreeCommand(command); }
 };
+
+constexpr std::size_t kReceivedAtOnce = 16384;
+
+bool take(std::string_view& rest, std::string_view beginning) {
+    if (!rest.starts_with(beginning)) {
+        return false;
+    }
+    rest.remove_prefix(beginning.size());
+    return true;
+}
+
+// Takes one text with its length before it. Nothing when it is not there as a whole.
+std::optional<std::string_view> takeText(std::string_view& rest) {
+    if (!take(rest, "$")) {
+        return std::nullopt;
+    }
+    std::size_t length = 0;
+    const char* const end = rest.data() + rest.size();
+    const auto [stop, error] = std::from_chars(rest.data(), end, length);
+    rest.remove_prefix(static_cast<std::size_t>(stop - rest.data()));
+    if (error != std::errc() || !take(rest, "\r\n") || length > rest.size()) {
+        return std::nullopt;
+    }
+    const std::string_view text = rest.substr(0, length);
+    rest.remove_prefix(length);
+    return take(rest, "\r\n") ? std::optional(text) : std::nullopt;
+}
 
 } // namespace
 
@@ -52,6 +80,11 @@ bool Connection::open(const Address& address) {
         return failAsHiredisSays();
     }
     ::fcntl(context_->fd, F_SETFD, FD_CLOEXEC);
+    if (buffer_ == nullptr) {
+        buffer_ = std::make_unique_for_overwrite<char[]>(kReceivedAtOnce);
+    }
+    received_ = {};
+    isReaderBusy_ = false;
     return authenticate();
 }
 
@@ -98,16 +131,51 @@ bool Connection::send(std::initializer_list<std::string_view> words) {
     return true;
 }
 
+std::optional<std::string_view> Connection::nextPayload() {
+    std::string_view rest = received_;
+    if (!take(rest, "*3\r\n$7\r\nmessage\r\n") || !takeText(rest)) {
+        return std::nullopt;
+    }
+    const std::optional<std::string_view> payload = takeText(rest);
+    if (payload) {
+        received_ = rest;
+    }
+    return payload;
+}
+
+// Everything that was received is for hiredis's reader now.
+void Connection::feedReader() {
+    if (!received_.empty()) {
+        redisReaderFeed(context_->reader, received_.data(), received_.size());
+        received_ = {};
+        isReaderBusy_ = true;
+    }
+}
+
 ReplyPtr Connection::next() {
+    feedReader();
     void* reply = nullptr;
     if (redisGetReplyFromReader(context_.get(), &reply) != REDIS_OK) {
         failAsHiredisSays();
+    } else if (reply != nullptr && context_->reader->pos == context_->reader->len) {
+        isReaderBusy_ = false;
     }
     return ReplyPtr(static_cast<redisReply*>(reply));
 }
 
 bool Connection::receive() {
-    return redisBufferRead(context_.get()) == REDIS_OK || failAsHiredisSays();
+    const ssize_t length = ::recv(context_->fd, buffer_.get(), kReceivedAtOnce, 0);
+    if (length == 0) {
+        return fail("Server closed the connection");
+    }
+    if (length < 0) {
+        return errno == EINTR || fail(std::generic_category().message(errno));
+    }
+    received_ = {buffer_.get(), static_cast<std::size_t>(length)};
+    if (isReaderBusy_) {
+        feedReader();
+    }
+    return true;
 }
 
 ReplyPtr Connection::await(Clock::time_point deadline) {

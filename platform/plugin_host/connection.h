@@ -8,6 +8,7 @@
 #include <hiredis/hiredis.h>
 #include <initializer_list>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -34,6 +35,10 @@ public:
     // Sends one command whole. False: closed.
     bool send(std::initializer_list<std::string_view> words);
 
+    // The payload of a published message, if one comes next among what was received and lies
+    // there whole. Borrowed until the next call. The everyday case, without a reply to build.
+    std::optional<std::string_view> nextPayload();
+
     // The next reply among what was received; null when none is complete, or closed.
     ReplyPtr next();
 
@@ -52,9 +57,13 @@ private:
     };
 
     bool authenticate();
+    void feedReader();
     bool failAsHiredisSays();
 
     std::unique_ptr<redisContext, Free> context_;
+    std::unique_ptr<char[]> buffer_; // NOLINT(*-avoid-c-arrays): allocated without being touched
+    std::string_view received_;      // of the buffer: what is neither handed out nor fed
+    bool isReaderBusy_ = false;      // hiredis's reader was fed and has not handed out everything
     std::string reason_;
 };
 

@@ -16,10 +16,10 @@ using Json = nlohmann::json;
 
 constexpr std::size_t kShownBytes = 80;
 
-// True for letters that stand for themselves in a text.
-bool isPlain(char letter) {
+// True for letters that stand for themselves in a text. A function object: it is called for each.
+constexpr auto isPlain = [](char letter) {
     return letter >= ' ' && letter <= '~' && letter != '"' && letter != '\\';
-}
+};
 
 // Takes the mark, blanks, and a text in quotes that has nothing to decode.
 bool takePlainText(std::string_view& rest, char mark, std::string& text) {

@@ -119,18 +119,21 @@ bool Subscription::renew(const Event& stop) {
 
 void Subscription::handOverReceived() {
     while (connection_.isOpen()) {
+        if (const auto payload = connection_.nextPayload()) {
+            handOver(*payload);
+            continue;
+        }
         const ReplyPtr reply = connection_.next();
         if (!reply) {
             return;
         }
         if (kindOf(*reply) == "message") {
-            handOver(*reply);
+            handOver(textOf(*reply->element[2]));
         }
     }
 }
 
-void Subscription::handOver(const redisReply& message) {
-    const std::string_view payload = textOf(*message.element[2]);
+void Subscription::handOver(std::string_view payload) {
     const char* reason = parseRequest(payload, request_);
     if (reason == nullptr && hook_ == nullptr) {
         reason = "no hook";
@@ -170,7 +173,7 @@ void Subscription::unsubscribe(Clock::time_point deadline, Leftover leftover) {
         if (kind == "message" && leftover == Leftover::skip) {
             ++skipped;
         } else if (kind == "message") {
-            handOver(*reply);
+            handOver(textOf(*reply->element[2]));
         }
     }
     if (!isConfirmed) {

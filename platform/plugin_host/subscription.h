@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace plugin_host {
@@ -43,7 +44,7 @@ private:
     bool renew(const Event& stop);
     void receiveOrStop(const Event& stop, bool& stopping);
     void handOverReceived();
-    void handOver(const redisReply& message);
+    void handOver(std::string_view payload);
     void leave(Leftover leftover);
     void unsubscribe(Clock::time_point deadline, Leftover leftover);
     void removeEntry(Clock::time_point deadline);

@@ -11,6 +11,7 @@
 #include <string>
 #include <sys/socket.h>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -73,6 +74,37 @@ TEST(Connection, GivesUpWhenTheServerDoesNotAnswerInTime) {
     EXPECT_FALSE(connection.await(Clock::now() + std::chrono::milliseconds(50)));
     EXPECT_FALSE(connection.isOpen());
     EXPECT_EQ(connection.reason(), "no answer in time");
+}
+
+// The payloads of published messages, each with how it was handed out: '!' without a reply.
+std::vector<std::string> payloadsOf(Connection& connection, std::size_t count) {
+    std::vector<std::string> payloads;
+    while (payloads.size() < count && connection.isOpen()) {
+        if (const auto payload = connection.nextPayload()) {
+            payloads.push_back("!" + std::string(*payload));
+        } else if (const plugin_host::ReplyPtr reply = connection.next()) {
+            payloads.emplace_back(reply->element[2]->str, reply->element[2]->len);
+        } else {
+            connection.receive();
+        }
+    }
+    return payloads;
+}
+
+TEST(Connection, HandsOutPublishedMessagesInOrderWhetherOrNotTheyArriveWhole) {
+    test::RedisServer redis;
+    Connection connection;
+    ASSERT_TRUE(connection.open(parseAddress(redis.address())));
+    ASSERT_TRUE(connection.send({"SUBSCRIBE", "channel"}));
+    ASSERT_TRUE(connection.await(Clock::now() + std::chrono::seconds(20)));
+    const std::string large(50000, 'l'); // more than one read receives
+    for (const std::string& payload : {std::string("first"), large, std::string(), large}) {
+        EXPECT_EQ(redis.command({"PUBLISH", "channel", payload}), "1");
+    }
+    EXPECT_EQ(payloadsOf(connection, 4), (std::vector<std::string>{"!first", large, "", large}));
+    EXPECT_EQ(redis.command({"PUBLISH", "channel", "whole again"}), "1");
+    EXPECT_EQ(redis.command({"PUBLISH", "channel", "a\r\nb"}), "1");
+    EXPECT_EQ(payloadsOf(connection, 2), (std::vector<std::string>{"!whole again", "!a\r\nb"}));
 }
 
 TEST(Connection, TellsThatTheServerIsGoneWithoutASignal) {
