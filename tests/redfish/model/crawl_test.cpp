@@ -45,12 +45,12 @@ TEST(Crawl, FindsSomethingBehindEveryLink) {
     const auto documents = sampleDocuments();
     for (const auto& [address, document] : documents) {
         for (const std::string& link : addressesIn(document)) {
-            EXPECT_TRUE(documents.count(link) != 0 || kOthers.count(link) != 0)
+            EXPECT_TRUE(documents.contains(link) || kOthers.contains(link))
                 << address << " leads to " << link;
         }
     }
     for (const std::string& link : addressesIn(metadata())) {
-        EXPECT_TRUE(kOthers.count(link) != 0) << link;
+        EXPECT_TRUE(kOthers.contains(link)) << link;
     }
 }
 
@@ -64,7 +64,7 @@ TEST(Crawl, ReachesEverythingFromTheFirstAddress) {
         std::set<std::string> links;
         if (address == kMetadata) {
             links = addressesIn(metadata());
-        } else if (documents.count(address) != 0) {
+        } else if (documents.contains(address)) {
             links = addressesIn(documents.at(address));
         }
         for (const std::string& link : links) {
@@ -74,10 +74,10 @@ TEST(Crawl, ReachesEverythingFromTheFirstAddress) {
         }
     }
     for (const auto& [address, document] : documents) {
-        EXPECT_EQ(reached.count(address), 1U) << address;
+        EXPECT_TRUE(reached.contains(address)) << address;
     }
     for (const std::string& address : kOthers) {
-        EXPECT_EQ(reached.count(address), 1U) << address;
+        EXPECT_TRUE(reached.contains(address)) << address;
     }
 }
 

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
+#include <charconv>
 #include <expat.h>
 #include <fstream>
 #include <iterator>
@@ -55,11 +55,18 @@ struct Versioned {
 std::optional<Versioned> versionedOf(const std::string& type) {
     const std::string space = namespaceOf(type);
     const std::size_t dot = space.rfind(".v");
-    Versioned result{space.substr(0, dot), {}, lastPartOf(type)};
-    if (dot == std::string::npos ||
-        std::sscanf(space.c_str() + dot, ".v%d_%d_%d", &result.version[0], &result.version[1],
-                    &result.version[2]) != 3) {
+    if (dot == std::string::npos) {
         return std::nullopt;
+    }
+    Versioned result{space.substr(0, dot), {}, lastPartOf(type)};
+    const char* position = space.data() + dot + 2;
+    const char* const end = space.data() + space.size();
+    for (int& number : result.version) {
+        const auto [next, failure] = std::from_chars(position, end, number);
+        if (failure != std::errc()) {
+            return std::nullopt;
+        }
+        position = next == end ? end : next + 1;
     }
     return result;
 }
@@ -151,7 +158,7 @@ const Element* Csdl::find(const std::string& name) const {
 }
 
 bool Csdl::hasNamespace(const std::string& name) const {
-    return namespaces_.count(name) != 0;
+    return namespaces_.contains(name);
 }
 
 std::vector<const Element*> Csdl::chain(const std::string& type) const {

@@ -17,6 +17,13 @@ std::string elementTypeOf(const std::string& type) {
                : std::string();
 }
 
+std::string below(const std::string& place, const std::string& name) {
+    std::string inner = place;
+    inner += "/";
+    inner += name;
+    return inner;
+}
+
 bool isTrue(const Element* annotation) {
     return annotation != nullptr && annotation->attribute("Bool") != "false";
 }
@@ -47,7 +54,7 @@ public:
             report(place, "the type \"" + type + "\" is abstract");
         }
         for (const auto& [name, member] : value.items()) {
-            this->member(types, type, name, member, place + "/" + name);
+            this->member(types, type, name, member, below(place, name));
         }
         requireAll(types, value, place);
         if (value.contains("@odata.id") && value.contains("Name")) {
@@ -71,7 +78,7 @@ private:
         if (!named.starts_with("#")) {
             report(place, "the type \"" + named + "\" does not begin with #");
         }
-        const std::string type = named.substr(1);
+        std::string type = named.substr(1);
         if (!declared.empty() && !csdl_.isDerived(type, declared)) {
             report(place, "\"" + type + "\" is no \"" + declared + "\"");
         }
@@ -191,7 +198,7 @@ private:
         for (const auto& [key, each] : value.items()) {
             const bool isAnnotation = key.find("@Redfish.") != std::string::npos;
             if (!isAnnotation && ((key != "target" && key != "title") || !each.is_string())) {
-                report(place + "/" + key, "does not belong to an action");
+                report(below(place, key), "does not belong to an action");
             }
         }
     }
@@ -205,7 +212,7 @@ private:
                 return;
             }
             for (std::size_t i = 0; i < value.size(); ++i) {
-                valueOf(property, element, value[i], place + "/" + std::to_string(i));
+                valueOf(property, element, value[i], below(place, std::to_string(i)));
             }
             return;
         }
