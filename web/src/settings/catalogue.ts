@@ -1,0 +1,151 @@
+// The settings that the page knows: where each stands, which control fits it, and what it offers
+// where the schema allows any text. What the schema lists takes the place of these offers.
+import type { PropertyDescription } from "../redfish/schema";
+
+export type SectionName = "display" | "region" | "home" | "system";
+// choice  a few values side by side
+// list    many values, opened by a touch
+// switch  two values, on and off
+// level   whole numbers, on a slider
+// text    shown only
+export type ControlKind = "choice" | "list" | "switch" | "level" | "text";
+
+interface Entry {
+    name: string;
+    section: SectionName;
+    control: ControlKind;
+    offers: readonly string[];
+}
+
+// In the order of the page.
+// prettier-ignore
+const kCatalogue: readonly Entry[] = [
+    { name: "ScreenBrightness",       section: "display", control: "level",  offers: [] },
+    { name: "BacklightOff",           section: "display", control: "choice", offers: [
+        "Never", "Off After 1 Minute", "Off After 2 Minutes", "Off After 3 Minutes", "Off After 4 Minutes", "Off After 5 Minutes"] },
+    { name: "Theme",                  section: "display", control: "choice", offers: ["dark", "light"] },
+    { name: "ActiveAlarmScreensaver", section: "display", control: "switch", offers: ["Disabled", "Enabled"] },
+    { name: "Language",               section: "region",  control: "list",   offers: ["English", "Deutsch", "Français", "Español"] },
+    { name: "MeasurementSystem",      section: "region",  control: "choice", offers: ["Metric", "Imperial"] },
+    { name: "DateFormat",             section: "region",  control: "choice", offers: ["YYYY-MM-DD", "DD.MM.YYYY", "DD/MM/YYYY", "MM/DD/YYYY"] },
+    { name: "TimeFormat",             section: "region",  control: "choice", offers: ["24 Hours", "12 Hours"] },
+    { name: "RoomAverage",            section: "home",    control: "switch", offers: [] },
+    { name: "HiLoPeriod",             section: "home",    control: "choice", offers: ["1 Hour", "8 Hours", "24 Hours", "7 Days"] },
+    { name: "InactivityTimer",        section: "system",  control: "list",   offers: [
+        "Never", "1 Minute", "5 Minutes", "10 Minutes", "15 Minutes", "30 Minutes"] },
+];
+
+export const kSections: readonly SectionName[] = ["display", "region", "home", "system"];
+
+// Handled by the page's own parts rather than by a field: the set-up, and the head of the page.
+const kElsewhere = new Set(["InitialBoot", "Name", "Id", "Actions", "Description", "Oem", "Links"]);
+
+const kLevels = { minimum: 1, maximum: 7 };
+// More side by side than this is a search, not a choice.
+const kMostSideBySide = 6;
+
+export interface Setting {
+    name: string;
+    section: SectionName;
+    control: ControlKind;
+    values: readonly string[]; // to choose from
+    minimum: number;
+    maximum: number;
+    // How a value goes into the request.
+    type: PropertyDescription["type"];
+}
+
+// The settings of a resource that has these properties. A property that the page does not know
+// is shown all the same, with the control that its description asks for.
+export function settingsOf(
+    properties: Iterable<string>,
+    schema: ReadonlyMap<string, PropertyDescription>,
+): Setting[] {
+    const present = new Set([...properties].filter((name) => !/[@]/.test(name)));
+    const known = kCatalogue.filter(({ name }) => present.has(name));
+    const others = [...present]
+        .filter((name) => !kElsewhere.has(name) && !kCatalogue.some((each) => each.name === name))
+        .sort()
+        .map((name): Entry => {
+            return { name, section: "system", control: "text", offers: [] };
+        });
+    return [...known, ...others].map((entry) => settingOf(entry, schema.get(entry.name)));
+}
+
+function settingOf(entry: Entry, description: PropertyDescription | undefined): Setting {
+    const suggested = description?.suggestions ?? [];
+    const values = description?.values ?? [...new Set([...entry.offers, ...suggested])];
+    const fallback = typeByControl(entry, values);
+    return {
+        name: entry.name,
+        section: entry.section,
+        control: controlOf(entry, description, values),
+        values,
+        minimum: description?.minimum ?? kLevels.minimum,
+        maximum: description?.maximum ?? kLevels.maximum,
+        type: description?.type ?? fallback,
+    };
+}
+
+function typeByControl(entry: Entry, values: readonly string[]): PropertyDescription["type"] {
+    if (entry.control === "level") return "integer";
+    return entry.control === "switch" && values.length === 0 ? "boolean" : "text";
+}
+
+function controlOf(
+    entry: Entry,
+    description: PropertyDescription | undefined,
+    values: readonly string[],
+): ControlKind {
+    if (description?.readOnly) return "text";
+    if (entry.control === "text" && description) {
+        if (description.type === "boolean") return "switch";
+        return values.length > 0 ? "list" : "text";
+    }
+    // A schema may have another idea of what the values are.
+    if (entry.control === "switch" && !isSwitch(values)) return "choice";
+    return entry.control === "choice" && values.length > kMostSideBySide ? "list" : entry.control;
+}
+
+const kOnAndOff = [
+    ["true", "false"],
+    ["Enabled", "Disabled"],
+    ["On", "Off"],
+    ["Yes", "No"],
+] as const;
+
+function isSwitch(values: readonly string[]): boolean {
+    return values.length === 0 || (values.length === 2 && values.some((each) => isOn(each)));
+}
+
+// What a switch sends for one of its sides.
+export function switchValue(setting: Setting, on: boolean): string {
+    const side = on ? 0 : 1;
+    const pair = kOnAndOff.find((each) => setting.values.includes(each[side]));
+    return (pair ?? kOnAndOff[0])[side];
+}
+
+export function isOn(value: string): boolean {
+    return kOnAndOff.some(([on]) => on.toLowerCase() === value.toLowerCase());
+}
+
+// The values to offer: the known ones, and the present one where it is none of them. One that only
+// says the same in other words ("24 Hour") takes the place of its like.
+export function offersOf(setting: Setting, present: string): string[] {
+    const offers = [...setting.values];
+    if (offers.includes(present)) return offers;
+    const like = offers.findIndex((each) => plain(each) === plain(present));
+    if (like < 0) return [present, ...offers];
+    offers[like] = present;
+    return offers;
+}
+
+function plain(value: string): string {
+    return value.toLowerCase().replace(/s$/, "");
+}
+
+// A value as JSON, of the type that the server has for it.
+export function jsonOf(setting: Setting, value: string): string | number | boolean {
+    if (setting.type === "boolean") return isOn(value);
+    return setting.type === "integer" ? Number(value) : value;
+}

@@ -1,0 +1,43 @@
+// Whether the settings can be had: a short word beside the name of the page, and a notice that
+// explains while they cannot.
+import { h, swap } from "../dom";
+import { formatTime } from "../format";
+import { computed } from "../reactive";
+import type { Connection } from "../resource";
+import { wantedValue, type Context } from "./context";
+
+export function connectionBadge({ tr, resource }: Context): HTMLElement {
+    const kind = () => resource.connection.get().kind;
+    return h(
+        "p",
+        { class: "badge", "data-kind": kind },
+        h("span", { class: "dot", "aria-hidden": "true" }),
+        h("span", { class: "badge-text" }, () => tr.t(`connection.${kind()}`)),
+    );
+}
+
+// Stays in place, so that a screen reader knows it; empty while all is well.
+export function notice(context: Context): HTMLElement {
+    const shown = computed(() => {
+        const connection = context.resource.connection.get();
+        return "since" in connection ? connection : null;
+    });
+    const place = h("div", { class: "notice-place", role: "alert" });
+    return swap(place, shown, (away) => (away ? explain(context, away) : null));
+}
+
+type Away = Extract<Connection, { since: Date }>;
+
+function explain(context: Context, { kind, since, message }: Away): HTMLElement {
+    const { tr } = context;
+    return h(
+        "div",
+        { class: "notice" },
+        h("h2", {}, () => tr.t(`away.${kind}.title`)),
+        h("p", {}, () => tr.t(`away.${kind}.text`, { message })),
+        h("p", { class: "notice-since" }, () => {
+            const time = formatTime(since, wantedValue(context, "TimeFormat"), true);
+            return tr.t("away.since", { time });
+        }),
+    );
+}
