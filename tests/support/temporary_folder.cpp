@@ -2,9 +2,10 @@
 
 #include <cstdlib>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <stdexcept>
 #include <system_error>
+#include <utility>
 
 namespace test {
 
@@ -22,8 +23,10 @@ TemporaryFolder::~TemporaryFolder() {
 }
 
 std::string readFile(const std::filesystem::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+    const std::ifstream file(path, std::ios::binary);
+    std::ostringstream text;
+    text << file.rdbuf();
+    return std::move(text).str();
 }
 
 void writeFile(const std::filesystem::path& path, const std::string& text) {

@@ -37,8 +37,9 @@ std::string rowOf(Database& database) {
 }
 
 bool holdsDamaged(const std::string& folder) {
-    return std::ranges::any_of(readImage(folder), [](const auto& entry) {
-        return entry.first.find(".damaged-") != std::string::npos;
+    const std::filesystem::recursive_directory_iterator entries(folder);
+    return std::any_of(begin(entries), end(entries), [](const auto& entry) {
+        return entry.path().filename().string().find(".damaged-") != std::string::npos;
     });
 }
 

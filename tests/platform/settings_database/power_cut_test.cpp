@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <ostream>
 #include <sqlite3.h>
 
 namespace test {
@@ -210,6 +211,11 @@ struct Lie {
     SyncManners manners;
     const char* pragma;
 };
+
+// How the test's name shows it.
+void PrintTo(const Lie& lie, std::ostream* out) {
+    *out << lie.name;
+}
 
 class PowerCutOfALyingDevice : public PowerCutTest, public testing::WithParamInterface<Lie> {};
 
