@@ -169,6 +169,7 @@ export const de: Texts = {
     "log.live": "Sofort",
     "log.polling": "Alle paar Sekunden",
 
+    "system.buzzer": "Summer",
     "info.resource": "Ressource",
     "info.stream": "Änderungen kommen an",
 };

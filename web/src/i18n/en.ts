@@ -168,6 +168,7 @@ export const en = {
     "log.live": "Live",
     "log.polling": "Every few seconds",
 
+    "system.buzzer": "Buzzer",
     "info.resource": "Resource",
     "info.stream": "Changes arrive",
 } as const;

@@ -169,6 +169,7 @@ export const es: Texts = {
     "log.live": "En directo",
     "log.polling": "Cada pocos segundos",
 
+    "system.buzzer": "Zumbador",
     "info.resource": "Recurso",
     "info.stream": "Llegada de cambios",
 };

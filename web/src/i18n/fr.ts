@@ -169,6 +169,7 @@ export const fr: Texts = {
     "log.live": "En direct",
     "log.polling": "Toutes les quelques secondes",
 
+    "system.buzzer": "Avertisseur",
     "info.resource": "Ressource",
     "info.stream": "Arrivée des changements",
 };

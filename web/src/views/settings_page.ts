@@ -169,6 +169,11 @@ function systemPart(context: Context): HTMLElement[] {
     const guiReady = h(
         "div",
         { class: "field field-action" },
+        h(
+            "div",
+            { class: "field-head" },
+            h("span", { class: "field-label" }, () => tr.t("system.buzzer")),
+        ),
         guiReadyButton(context),
         h("p", { class: "hint" }, () => tr.t("action.guiReady.hint")),
     );

@@ -359,6 +359,31 @@ test("everything can be reached and changed with the keyboard alone", async () =
     await until("the switch", () => server.settings["RoomAverage"] === false);
 });
 
+test("every control has a name and a role for a screen reader, in every state of the page", async () => {
+    const nameless = async () => {
+        const session = await page.context().newCDPSession(page);
+        const { nodes } = await session.send("Accessibility.getFullAXTree");
+        await session.detach();
+        const controls = nodes.filter((node) =>
+            (node.properties ?? []).some(({ name, value }) => name === "focusable" && value.value),
+        );
+        const plain = controls.filter((node) => !String(node.name?.value ?? "").trim());
+        return plain
+            .map((node) => String(node.role?.value))
+            .filter((role) => !/^(RootWebArea|main)$/.test(role));
+    };
+    await page.goto(server.address);
+    await page.waitForSelector("form");
+    expect(await nameless()).toEqual([]);
+    await start();
+    expect(await nameless()).toEqual([]);
+    await page.setViewportSize(kPanel);
+    expect(await nameless()).toEqual([]);
+    server.set({ InitialBoot: true });
+    await page.waitForSelector(".wizard");
+    expect(await nameless()).toEqual([]);
+});
+
 test("what is saved is said to a screen reader", async () => {
     await start();
     await chip("Theme", "Light").click();
