@@ -19,8 +19,8 @@ import sys
 from xml.sax.saxutils import escape
 
 WARM_UP = 0.2
-MEMORY_BOUND = 64       # KiB: a page for every 16 faults and some; a leak of 1 byte a request is more
-DESCRIPTOR_BOUND = 0.5  # a single lost one lifts the line's end by 1
+MEMORY_BOUND = 64       # KiB; in half an hour that is less than half a byte a request
+DESCRIPTOR_BOUND = 0.5  # one that is lost halfway lifts the line's end by more
 
 Sample = collections.namedtuple(
     "Sample", "time rss private descriptors threads asked answered fresh statuses events")

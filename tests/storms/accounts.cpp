@@ -37,20 +37,19 @@ public:
             ++accounts_.cutOff;
             require(!told_.messageMissing || allowance_.storeDied,
                     "was answered with a message that is not there");
+            accounts_.lost += told_.accepted && seen_.posted == 0 ? 1 : 0;
             break;
         case Outcome::unanswered:
             settleUnanswered();
             break;
-        }
-        if (told_.accepted && seen_.posted == 0) {
-            ++accounts_.lost;
         }
     }
 
 private:
     void settleUnanswered() {
         if (seen_.posted == 0) {
-            return; // lost
+            ++accounts_.dropped;
+            return;
         }
         require(seen_.published == seen_.publishedInVain, "was answered, and heard nothing");
         ++accounts_.givenUp;
@@ -84,6 +83,7 @@ Accounts& Accounts::operator+=(const Accounts& other) {
     cutOff += other.cutOff;
     refused += other.refused;
     lost += other.lost;
+    dropped += other.dropped;
     givenUp += other.givenUp;
     violations.insert(violations.end(), other.violations.begin(), other.violations.end());
     return *this;
@@ -114,6 +114,7 @@ Accounts settle(const std::vector<Told>& told, const Sightings& sightings,
         }
     }
     requireAtMost(allowance.lost, accounts.lost, "lost", accounts);
+    requireAtMost(allowance.dropped, accounts.dropped, "dropped", accounts);
     requireAtMost(allowance.givenUp, accounts.givenUp, "given up", accounts);
     return accounts;
 }

@@ -13,9 +13,11 @@ namespace storms {
 
 // What a fault may cost. Everything else is a violation.
 struct Allowance {
-    // Requests that the store accepted and took with it: its own death, or that of the
-    // connection on which it had sent them.
+    // Requests that the store accepted and took with it; their requesters were cut off.
     int lost = 0;
+    // Requests that the store had sent on a connection of the daemon's that was closed before they
+    // arrived, while the requesters' own connections stood.
+    int dropped = 0;
     // Requests that reached the daemon and whose answer it could not hand to the store, though
     // the requester was never cut off: the daemon's log tells, the requester waits in vain.
     int givenUp = 0;
@@ -29,7 +31,8 @@ struct Accounts {
     long long nobody = 0;
     long long cutOff = 0;
     long long refused = 0;
-    long long lost = 0;    // accepted, and never reached the daemon; among cutOff, or in vain
+    long long lost = 0;    // among cutOff: accepted, and never reached the daemon
+    long long dropped = 0; // accepted, never reached the daemon, and were waited for in vain
     long long givenUp = 0; // reached the daemon, and were waited for in vain
     std::vector<std::string> violations;
 

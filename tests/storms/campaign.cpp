@@ -47,11 +47,11 @@ void printRow(const char* name, const Row& row) {
     const auto median =
         row.recoveries.empty() ? 0 : row.recoveries[row.recoveries.size() / 2].count();
     const auto longest = row.recoveries.empty() ? 0 : row.recoveries.back().count();
-    std::printf("| %-28s | %5d | %8lld | %8lld | %6lld | %7lld | %7lld | %4lld | %8lld | %6lld | "
-                "%6lld | %7d |\n",
-                name, row.count, a.requests, a.answered, a.nobody, a.cutOff, a.refused, a.lost,
-                a.givenUp, static_cast<long long>(median), static_cast<long long>(longest),
-                row.crashes);
+    std::printf(
+        "| %-28s | %5d | %8lld | %8lld | %6lld | %7lld | %7lld | %4lld | %7lld | %8lld | %6lld | "
+        "%6lld | %7d |\n",
+        name, row.count, a.requests, a.answered, a.nobody, a.cutOff, a.refused, a.lost, a.dropped,
+        a.givenUp, static_cast<long long>(median), static_cast<long long>(longest), row.crashes);
 }
 
 class Campaign : public storms::Storms {
@@ -82,8 +82,8 @@ protected:
     static void TearDownTestSuite() {
         Row all;
         std::printf("\n| fault | count | requests | answered | nobody | cut off | refused | lost | "
-                    "given up | p50 ms | max ms | crashes |\n"
-                    "|---|--:|--:|--:|--:|--:|--:|--:|--:|--:|--:|--:|\n");
+                    "dropped | given up | p50 ms | max ms | crashes |\n"
+                    "|---|--:|--:|--:|--:|--:|--:|--:|--:|--:|--:|--:|--:|\n");
         for (const auto& [fault, row] : rows()) {
             printRow(nameOf(fault), row);
             all.count += row.count;

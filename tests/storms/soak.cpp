@@ -127,6 +127,7 @@ TEST_F(Soak, KeepsItsMemoryAndItsDescriptors) {
     write("total cut-off ", accounts.cutOff);
     write("total refused ", accounts.refused);
     write("total lost ", accounts.lost);
+    write("total dropped ", accounts.dropped);
     write("total given-up ", accounts.givenUp);
     write("total violations ", accounts.violations.size());
 }

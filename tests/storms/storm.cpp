@@ -289,15 +289,15 @@ Allowance Storms::allowanceOf(Fault fault) const {
     case Fault::killedToAnOldOne:
     case Fault::emptied:
         // One kill, and each requester has one request in flight.
-        return {.lost = mix_.requesters(), .givenUp = 0, .storeDied = true};
+        return {.lost = mix_.requesters(), .storeDied = true};
     case Fault::paused:
     case Fault::tooSlow:
-        return {.lost = 0, .givenUp = kGivenUpPerSilence};
+        return {.givenUp = kGivenUpPerSilence};
     case Fault::outOfMemory:
         // Each has a line in the log, which waitUntilSettled() counts.
-        return {.lost = 0, .givenUp = std::numeric_limits<int>::max()};
+        return {.givenUp = std::numeric_limits<int>::max()};
     case Fault::connectionLimit:
-        return {.lost = mix_.requesters(), .givenUp = mix_.requesters()};
+        return {.dropped = mix_.requesters(), .givenUp = mix_.requesters()};
     case Fault::slow:
     case Fault::unitSilent:
     case Fault::panelSilent:
