@@ -18,8 +18,8 @@ namespace {
 constexpr const char* kDefaultAddress = "unix:/run/redis/redis-server.sock";
 constexpr const char* kDirectory = "OvrCallbacks";
 constexpr std::chrono::milliseconds kFirstPause{50};
-// Requests are served again within a second of a server that is back, connecting included.
-constexpr std::chrono::milliseconds kLongestPause{500};
+// Short enough for requests to be served soon after a server is back; a try costs next to nothing.
+constexpr std::chrono::milliseconds kLongestPause{250};
 
 // The entry stays where another provider has taken over: with a name of its own, or already
 // subscribed under this one (a new run of the daemon that started before the old one ended).

@@ -188,14 +188,9 @@ Clock::time_point Storms::strike(Fault fault) {
         redis().kill();
         rest(duration_);
         redis().start();
-        return Clock::now();
+        return expectTheTree(Clock::now());
     case Fault::killedToAnOldOne:
-        EXPECT_EQ(redis().command({"SAVE"}), "OK");
-        rest(duration_);
-        redis().kill();
-        std::filesystem::remove_all(storeFolder() / "appendonlydir");
-        redis().start({"--appendonly", "no"});
-        return Clock::now();
+        return killToAnOldOne();
     case Fault::emptied:
         return killAndEmpty();
     case Fault::paused:
@@ -218,6 +213,31 @@ Clock::time_point Storms::strike(Fault fault) {
         return silence(xServer());
     }
     return Clock::now();
+}
+
+// Without its log of changes the store reads the snapshot; from then on it keeps such a log again.
+Clock::time_point Storms::killToAnOldOne() {
+    EXPECT_EQ(redis().command({"SAVE"}), "OK");
+    rest(duration_);
+    redis().kill();
+    std::filesystem::remove_all(storeFolder() / "appendonlydir");
+    redis().start({"--appendonly", "no"});
+    const Clock::time_point end = Clock::now();
+    EXPECT_EQ(redis().command({"CONFIG", "SET", "appendonly", "yes"}), "OK");
+    EXPECT_TRUE(test::waitUntil([this] {
+        const std::string state = redis().command({"INFO", "persistence"});
+        return state.find("aof_enabled:1") != std::string::npos &&
+               state.find("aof_rewrite_in_progress:0") != std::string::npos &&
+               state.find("aof_rewrite_scheduled:0") != std::string::npos;
+    }));
+    return expectTheTree(end);
+}
+
+// A store that has lost it is another fault. Passes the moment on.
+Clock::time_point Storms::expectTheTree(Clock::time_point end) {
+    EXPECT_EQ(field(test::kWebGui, "Actions"), test::kActions);
+    EXPECT_NE(schemaTypeId(), "(nil)");
+    return end;
 }
 
 // The service unit ends the daemon with the store and starts it with the next one; the

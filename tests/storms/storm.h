@@ -77,6 +77,8 @@ protected:
 private:
     // Does the fault from its beginning to its end, and gives the moment of its end.
     Clock::time_point strike(Fault fault);
+    Clock::time_point killToAnOldOne();
+    Clock::time_point expectTheTree(Clock::time_point end);
     Clock::time_point killAndEmpty();
     Clock::time_point exhaustMemory();
     Clock::time_point exhaustConnections();
