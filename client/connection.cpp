@@ -87,14 +87,66 @@ std::optional<Reply> StoreConnection::blockingCommand(const Words& words, Deadli
     return reply;
 }
 
-Reply StoreConnection::command(const Words& words) {
-    std::optional<Reply> reply = blockingCommand(words, Clock::now() + kStoreTimeout, nullptr);
-    if (!reply) {
-        throw StoreUnreachable("store " + address_.text() + ": no reply to " + words.front() +
-                               " within " + std::to_string(kStoreTimeout.count() / 1000) +
+std::optional<std::vector<Reply>> StoreConnection::roundTrip(std::span<const Words> commands) {
+    std::vector<Reply> replies;
+    replies.reserve(commands.size());
+    try {
+        wire_->send(commands, Clock::now() + kStoreTimeout);
+        std::optional<Reply> reply;
+        while (replies.size() < commands.size() && (reply = wire_->receive())) {
+            replies.push_back(std::move(*reply));
+        }
+    } catch (const Error&) {
+        wire_.reset();
+        throw;
+    }
+    if (replies.size() < commands.size()) {
+        wire_.reset();
+        return std::nullopt;
+    }
+    return replies;
+}
+
+std::vector<Reply> StoreConnection::checked(std::span<const Words> commands,
+                                            std::optional<std::vector<Reply>> replies) const {
+    if (!replies) {
+        throw StoreUnreachable("store " + address_.text() + ": no reply to " +
+                               commands.front().front() + " within " +
+                               std::to_string(kStoreTimeout.count() / 1000) +
                                " s; is the server overloaded or stopped?");
     }
-    return std::move(*reply);
+    for (std::size_t i = 0; i < commands.size(); ++i) {
+        if ((*replies)[i].kind == Reply::Kind::error) {
+            throwRefused(address_, commands[i], (*replies)[i].text);
+        }
+    }
+    return std::move(*replies);
+}
+
+Reply StoreConnection::command(const Words& words) {
+    const std::span commands(&words, 1);
+    wire();
+    return std::move(checked(commands, roundTrip(commands)).front());
+}
+
+// That a connection is lost shows without looking: nothing is spoilt by asking twice.
+std::vector<Reply> StoreConnection::lookUp(std::span<const Words> commands) {
+    std::optional<std::vector<Reply>> replies;
+    bool isDone = false;
+    if (wire_) {
+        try {
+            replies = roundTrip(commands);
+            isDone = !wire_ || !wire_->isOutOfStep();
+        } catch (const StoreUnreachable&) {
+            isDone = false; // lost while nobody used it
+        }
+    }
+    if (!isDone) {
+        wire_.reset();
+        wire();
+        replies = roundTrip(commands);
+    }
+    return checked(commands, std::move(replies));
 }
 
 std::optional<std::string> StoreConnection::hashField(const std::string& key,

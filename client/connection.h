@@ -25,9 +25,13 @@ public:
     // Throws StoreUnreachable, StoreRefused.
     Reply command(const Words& words);
 
-    // The same for a command that blocks in the server, XREAD for instance: waits up to
-    // the deadline, and nothing is the answer then. Throws Stopped too, and the connection
-    // is dropped then, which ends the command in the server.
+    // Commands that only read, in one round trip, and their replies, none of them an error. Sent
+    // once more where a connection that stood already turns out to be lost. Throws as `command`.
+    std::vector<Reply> lookUp(std::span<const Words> commands);
+
+    // The same as `command` for a command that blocks in the server, XREAD for instance: waits up
+    // to the deadline, and nothing is the answer then. Throws Stopped too, and the connection is
+    // dropped then, which ends the command in the server.
     std::optional<Reply> blockingCommand(const Words& words, Deadline deadline, const Stop* stop);
 
     // One field of a hash; nothing when key or field is missing.
@@ -38,6 +42,10 @@ public:
 
 private:
     Wire& wire();
+    // On the wire that is there. Nothing: no reply in time; the wire is dropped then.
+    std::optional<std::vector<Reply>> roundTrip(std::span<const Words> commands);
+    std::vector<Reply> checked(std::span<const Words> commands,
+                               std::optional<std::vector<Reply>> replies) const;
 
     Address address_;
     std::unique_ptr<Wire> wire_;

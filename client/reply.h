@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-struct redisReply;
+struct redisReplyObjectFunctions;
 
 namespace client {
 
@@ -20,7 +20,8 @@ struct Reply {
     bool isNil() const { return kind == Kind::nil; }
 };
 
-// Deep copy.
-Reply makeReply(const redisReply& reply);
+// Lets a reader of hiredis build replies of ours; its private data is the Reply that becomes the
+// next one. They never free anything.
+redisReplyObjectFunctions& replyBuilding();
 
 } // namespace client

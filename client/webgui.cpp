@@ -8,6 +8,7 @@
 #include "client/uuid.h"
 
 #include <algorithm>
+#include <array>
 
 namespace client {
 
@@ -22,19 +23,16 @@ const std::string* findChange(const SettingValues& changes, std::string_view nam
     return change == changes.end() ? nullptr : &change->second;
 }
 
-// Both in one step, so that the fields are those whose time is told. A mark without an end is
-// counted as one that ends now.
-constexpr const char* kSnapshotScript =
-    "return {redis.call('PTTL', KEYS[1]), redis.call('HGETALL', KEYS[2])}";
+// What PTTL says of a missing key.
+constexpr long long kMissing = -2;
 
-Snapshot makeSnapshot(const std::string& instance, const Reply& reply) {
-    Snapshot snapshot{.instance = instance, .fields = {}, .freshFor = {}};
-    snapshot.freshFor = std::chrono::milliseconds(std::max(0LL, reply.elements.at(0).integer));
-    const std::vector<Reply>& texts = reply.elements.at(1).elements;
+std::map<std::string, std::string> fieldsIn(Reply& reply) {
+    std::map<std::string, std::string> fields;
+    std::vector<Reply>& texts = reply.elements;
     for (std::size_t i = 0; i + 1 < texts.size(); i += 2) {
-        snapshot.fields[texts[i].text] = texts[i + 1].text;
+        fields.emplace(std::move(texts[i].text), std::move(texts[i + 1].text));
     }
-    return snapshot;
+    return fields;
 }
 
 // Names of the changes that belong to one request.
@@ -82,16 +80,28 @@ Answer WebGui::read() {
     return requester_.perform(channel, {kReadRequest, findInstance(store_), {}});
 }
 
+// The mark comes first, so that the fields are not older than the time that it tells. One
+// without an end is counted as one that ends now.
+bool WebGui::look(const std::string& instance, Snapshot& snapshot) {
+    const std::array<Words, 2> commands{{{"PTTL", freshnessKey(instance)}, {"HGETALL", instance}}};
+    std::vector<Reply> replies = store_.lookUp(commands);
+    const long long left = replies[0].integer;
+    snapshot.instance = instance;
+    snapshot.fields = fieldsIn(replies[1]);
+    snapshot.freshFor = std::chrono::milliseconds(std::max(0LL, left));
+    return left != kMissing && !snapshot.fields.empty();
+}
+
 Snapshot WebGui::snapshotOf(const std::string& instance) {
-    if (!store_.exists(freshnessKey(instance))) {
-        const Answer answer = perform({kReadRequest, instance, {}});
-        if (!answer.isSuccess()) {
-            throw AnsweredOtherwise("the read of \"" + instance + "\"", answer);
-        }
+    Snapshot snapshot;
+    if (look(instance, snapshot)) {
+        return snapshot;
     }
-    Snapshot snapshot = makeSnapshot(
-        instance,
-        store_.command({"EVAL", kSnapshotScript, "2", freshnessKey(instance), instance}));
+    const Answer answer = perform({kReadRequest, instance, {}});
+    if (!answer.isSuccess()) {
+        throw AnsweredOtherwise("the read of \"" + instance + "\"", answer);
+    }
+    look(instance, snapshot);
     if (snapshot.fields.empty()) {
         throw StoreContents("store " + store_.address().text() + ": the instance \"" + instance +
                             "\" is missing; restart the provider");
@@ -104,11 +114,16 @@ std::map<std::string, std::string> WebGui::fieldsOf(const std::string& instance)
 }
 
 Snapshot WebGui::snapshot() {
-    return snapshotOf(findInstance(store_));
+    Snapshot snapshot;
+    if (!instance_.empty() && look(instance_, snapshot)) {
+        return snapshot;
+    }
+    instance_ = findInstance(store_);
+    return snapshotOf(instance_);
 }
 
 std::map<std::string, std::string> WebGui::fields() {
-    return fieldsOf(findInstance(store_));
+    return snapshot().fields;
 }
 
 std::vector<UpdateAnswer> WebGui::updateSettings(const SettingValues& changes,

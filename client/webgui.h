@@ -37,7 +37,8 @@ public:
     using Error::Error;
 };
 
-// Provider and instance are looked up anew by every call. Not for two threads at once;
+// Provider and instance are looked up anew by every call; only a read of the instance that the
+// last one found, still fresh, takes it as it is: one round trip. Not for two threads at once;
 // `stop` (may be null) is borrowed for its life and ends the waits of every call.
 // Throw as Requester::perform and the functions of client/discovery.h.
 class WebGui {
@@ -54,7 +55,7 @@ public:
     // fresh. Throws AnsweredOtherwise too.
     std::map<std::string, std::string> fields();
 
-    // The same with the time for which the fields stay fresh, both read in one step.
+    // The same with the time for which the fields stay fresh.
     Snapshot snapshot();
 
     // Changes settings: one request per message id concerned, in ascending order, up to the
@@ -65,8 +66,7 @@ public:
     // `precondition` is asked once, before the first request; empty: everything will do.
     // Throws InvalidArgument, LeaseHeld, PreconditionFailed, AnsweredOtherwise (to the read) too.
     std::vector<UpdateAnswer> updateSettings(const SettingValues& changes, const std::string& user,
-                                             bool anyValue = false,
-                                             Precondition precondition = {});
+                                             bool anyValue = false, Precondition precondition = {});
 
     // Runs an action, for instance kTurnOffLcd.
     Answer runAction(const std::string& action);
@@ -79,10 +79,13 @@ private:
                         const std::string& user, const Precondition& precondition);
     std::map<std::string, std::string> fieldsOf(const std::string& instance);
     Snapshot snapshotOf(const std::string& instance);
+    // True: the instance is there and fresh.
+    bool look(const std::string& instance, Snapshot& snapshot);
 
     StoreConnection store_;
     Requester requester_;
     const Stop* stop_;
+    std::string instance_; // that was read last; empty: none yet
 };
 
 } // namespace client

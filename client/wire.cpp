@@ -5,11 +5,14 @@
 #include "client/errors.h"
 #include "platform/redis_credentials.h"
 
+#include <array>
 #include <cerrno>
+#include <charconv>
 #include <hiredis/hiredis.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <system_error>
+#include <utility>
 
 namespace client {
 
@@ -24,30 +27,22 @@ timeval toTimeval(std::chrono::milliseconds time) {
     return {.tv_sec = seconds.count(), .tv_usec = rest.count()};
 }
 
-// The text of one command as it goes over the wire.
-class Formatted {
-public:
-    explicit Formatted(const Words& words) {
-        std::vector<const char*> texts;
-        std::vector<std::size_t> lengths;
-        for (const std::string& word : words) {
-            texts.push_back(word.data());
-            lengths.push_back(word.size());
-        }
-        length_ = redisFormatCommandArgv(&text_, static_cast<int>(words.size()), texts.data(),
-                                         lengths.data());
+void appendCount(std::string& text, char kind, std::size_t count) {
+    std::array<char, 24> digits{};
+    const char* const begin = digits.data();
+    const char* const end = std::to_chars(digits.data(), digits.data() + digits.size(), count).ptr;
+    text += kind;
+    text.append(begin, end).append("\r\n");
+}
+
+// One command as it goes over the wire.
+void appendCommand(std::string& text, const Words& words) {
+    appendCount(text, '*', words.size());
+    for (const std::string& word : words) {
+        appendCount(text, '$', word.size());
+        text.append(word).append("\r\n");
     }
-    ~Formatted() { redisFreeCommand(text_); }
-    Formatted(const Formatted&) = delete;
-    Formatted& operator=(const Formatted&) = delete;
-
-    const char* data() const { return text_; }
-    std::size_t size() const { return length_ < 0 ? 0 : static_cast<std::size_t>(length_); }
-
-private:
-    char* text_ = nullptr;
-    int length_ = 0;
-};
+}
 
 } // namespace
 
@@ -59,7 +54,8 @@ void Wire::fail(const std::string& reason) const {
     throw StoreUnreachable("store " + name_ + ": " + reason);
 }
 
-Wire::Wire(const Address& address, std::chrono::milliseconds limit) : name_(address.text()) {
+Wire::Wire(const Address& address, std::chrono::milliseconds limit)
+    : name_(address.text()), limit_(limit) {
     const timeval time = toTimeval(limit);
     context_.reset(address.path.empty()
                        ? redisConnectWithTimeout(address.host.c_str(), address.port, time)
@@ -70,6 +66,9 @@ Wire::Wire(const Address& address, std::chrono::milliseconds limit) : name_(addr
     if (context_->err != 0) {
         fail("cannot connect: " + std::string(context_->errstr) + kAdvice);
     }
+    redisSetTimeout(context_.get(), time);
+    context_->reader->fn = &replyBuilding();
+    context_->reader->privdata = &next_;
     authenticate(Clock::now() + limit);
 }
 
@@ -92,11 +91,14 @@ void Wire::authenticate(Deadline deadline) {
     }
 }
 
-void Wire::send(const Words& words, Deadline deadline) {
-    const Formatted command(words);
+void Wire::send(std::span<const Words> commands, Deadline deadline) {
+    unsent_.clear();
+    for (const Words& words : commands) {
+        appendCommand(unsent_, words);
+    }
     std::size_t sent = 0;
-    while (sent < command.size()) {
-        const ssize_t count = ::send(context_->fd, command.data() + sent, command.size() - sent,
+    while (sent < unsent_.size()) {
+        const ssize_t count = ::send(context_->fd, unsent_.data() + sent, unsent_.size() - sent,
                                      MSG_NOSIGNAL | MSG_DONTWAIT);
         if (count >= 0) {
             sent += static_cast<std::size_t>(count);
@@ -109,15 +111,34 @@ void Wire::send(const Words& words, Deadline deadline) {
 }
 
 std::optional<Reply> Wire::takeBuffered() {
-    void* raw = nullptr;
-    if (redisGetReplyFromReader(context_.get(), &raw) != REDIS_OK) {
+    void* taken = nullptr;
+    if (redisGetReplyFromReader(context_.get(), &taken) != REDIS_OK) {
         fail("unreadable reply: " + std::string(context_->errstr) + "; is it a redis-server?");
     }
-    const std::unique_ptr<void, decltype(&freeReplyObject)> owner(raw, freeReplyObject);
-    if (raw == nullptr) {
+    if (taken == nullptr) {
         return std::nullopt;
     }
-    return makeReply(*static_cast<const redisReply*>(raw));
+    return std::exchange(next_, Reply());
+}
+
+// False: nothing came within the limit.
+bool Wire::read() {
+    errno = 0;
+    if (redisBufferRead(context_.get()) == REDIS_OK) {
+        return true;
+    }
+    if (errno == EAGAIN) {
+        return false;
+    }
+    fail("the connection was lost: " + std::string(context_->errstr) + kAdvice);
+}
+
+std::optional<Reply> Wire::receive() {
+    if (std::optional<Reply> reply = takeBuffered()) {
+        return reply;
+    }
+    const Deadline deadline = Clock::now() + limit_;
+    return read() ? receive(deadline, nullptr) : std::nullopt;
 }
 
 std::optional<Reply> Wire::receive(Deadline deadline, const Stop* stop) {
@@ -133,10 +154,14 @@ std::optional<Reply> Wire::receive(Deadline deadline, const Stop* stop) {
         case WaitResult::ready:
             break;
         }
-        if (redisBufferRead(context_.get()) != REDIS_OK) {
-            fail("the connection was lost: " + std::string(context_->errstr) + kAdvice);
+        if (!read()) {
+            return std::nullopt;
         }
     }
+}
+
+bool Wire::isOutOfStep() const {
+    return context_->reader->pos != context_->reader->len;
 }
 
 bool Wire::isStale() const {

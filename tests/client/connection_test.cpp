@@ -4,6 +4,7 @@
 #include "support/redis_server.h"
 #include "support/wait_until.h"
 
+#include <array>
 #include <gmock/gmock.h>
 #include <thread>
 
@@ -83,6 +84,60 @@ TEST_F(Connection, IsRenewedAfterTheServerWasRestarted) {
     server.kill();
     server.start();
     EXPECT_EQ(store.command({"PING"}).text, "PONG");
+}
+
+TEST_F(Connection, LooksUpSeveralThingsInOneRoundTrip) {
+    store.command({"HSET", "h", "a", "1"});
+    const auto count = [this] {
+        const std::string stats = server.command({"INFO", "stats"});
+        const std::string name = "total_reads_processed:";
+        return std::stoi(stats.substr(stats.find(name) + name.size()));
+    };
+    const int before = count();
+    const std::array<client::Words, 3> commands{
+        {{"EXISTS", "h"}, {"HGETALL", "h"}, {"GET", "missing"}}};
+    const std::vector<Reply> replies = store.lookUp(commands);
+    EXPECT_EQ(count() - before, 2) << "one for the commands, one for counting";
+    ASSERT_EQ(replies.size(), 3U);
+    EXPECT_EQ(replies[0].integer, 1);
+    EXPECT_EQ(replies[1].elements.at(1).text, "1");
+    EXPECT_TRUE(replies[2].isNil());
+}
+
+TEST_F(Connection, LooksUpOnANewConnectionWhereTheOldOneIsLost) {
+    const std::array<client::Words, 1> commands{{{"GET", "key"}}};
+    store.command({"PING"});
+    server.kill();
+    EXPECT_THROW(store.lookUp(commands), client::StoreUnreachable);
+    server.start();
+    server.command({"SET", "key", "x"});
+    EXPECT_EQ(store.lookUp(commands).at(0).text, "x");
+    server.stop();
+    server.start();
+    EXPECT_TRUE(store.lookUp(commands).at(0).isNil());
+}
+
+TEST_F(Connection, NamesTheRefusedOneOfSeveralCommandsAndStaysInStep) {
+    const std::array<client::Words, 3> commands{
+        {{"SET", "text", "x"}, {"HGETALL", "text"}, {"GET", "text"}}};
+    try {
+        store.lookUp(commands);
+        ADD_FAILURE() << "not refused";
+    } catch (const client::StoreRefused& error) {
+        EXPECT_THAT(error.what(), HasSubstr("HGETALL \"text\" failed: WRONGTYPE"));
+    }
+    EXPECT_EQ(store.command({"ECHO", "next"}).text, "next");
+}
+
+TEST_F(Connection, LooksUpOnceOnlyWhereTheServerHangs) {
+    const std::array<client::Words, 1> commands{{{"GET", "key"}}};
+    store.command({"PING"});
+    server.pause();
+    const auto begin = Clock::now();
+    EXPECT_THROW(store.lookUp(commands), client::StoreUnreachable);
+    EXPECT_LT(Clock::now() - begin, std::chrono::milliseconds(3500)) << "two time-outs";
+    server.resume();
+    EXPECT_TRUE(store.lookUp(commands).at(0).isNil());
 }
 
 TEST_F(Connection, NeverWaitsLongForAServerThatHangs) {

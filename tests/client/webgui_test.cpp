@@ -1,5 +1,6 @@
 #include "client/webgui.h"
 
+#include "client/discovery.h"
 #include "client/stand_in_provider.h"
 
 #include <barrier>
@@ -59,6 +60,38 @@ TEST_F(TheWebGui, ReadsOnlyWhatIsNoLongerFresh) {
     EXPECT_EQ(provider.receivedCount(), 1U);
     EXPECT_TRUE(webGui.read().isSuccess());
     EXPECT_EQ(provider.receivedCount(), 2U);
+}
+
+TEST_F(TheWebGui, ReadsWhatIsFreshInOneRoundTrip) {
+    server.command({"SET", std::string("TTL:") + StandInProvider::kInstance, "1", "EX", "100"});
+    EXPECT_EQ(webGui.fields().at("Theme"), "light");
+    const auto count = [this] {
+        const std::string stats = server.command({"INFO", "stats"});
+        const std::string name = "total_reads_processed:";
+        return std::stoi(stats.substr(stats.find(name) + name.size()));
+    };
+    const int before = count();
+    const client::Snapshot snapshot = webGui.snapshot();
+    EXPECT_EQ(count() - before, 2) << "one for reading, one for counting";
+    EXPECT_EQ(snapshot.instance, StandInProvider::kInstance);
+    EXPECT_EQ(snapshot.fields.at("Theme"), "light");
+    EXPECT_GT(snapshot.freshFor, milliseconds(50'000));
+    EXPECT_LE(snapshot.freshFor, milliseconds(100'000));
+}
+
+TEST_F(TheWebGui, FindsTheInstanceAnewWhenTheLastOneIsGone) {
+    const std::string last = StandInProvider::kInstance;
+    server.command({"SET", "TTL:" + last, "1"});
+    EXPECT_EQ(webGui.fields().at("Theme"), "light");
+    const std::string type = client::findSchemaType(webGui.store());
+    const std::string collection = server.command({"HGET", type, "instanceCollection"});
+    server.command({"DEL", last, collection});
+    server.command({"SADD", collection, "other"});
+    server.command({"HSET", "other", "Theme", "dark"});
+    server.command({"SET", "TTL:other", "1"});
+    EXPECT_EQ(webGui.fields().at("Theme"), "dark");
+    EXPECT_EQ(webGui.snapshot().instance, "other");
+    EXPECT_EQ(provider.receivedCount(), 0U);
 }
 
 TEST_F(TheWebGui, CarriesTheAnswerToARefusedRead) {
