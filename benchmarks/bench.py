@@ -17,6 +17,7 @@ from parts import PARTS, Scale
 
 RECORDED = pathlib.Path(__file__).resolve().parent
 OUTPUT = stack.ROOT / "build" / "bench"
+BASELINE = RECORDED / "baseline"  # figures of the daemon before anything was done for speed
 LEAST_ROUNDS = 5  # of what is recorded
 
 
@@ -50,10 +51,10 @@ def measure(part, rounds, quick):
     (OUTPUT / f"{part}.json").write_text(json.dumps(result, indent=1) + "\n")
 
 
-def recorded_results():
-    """What is there of earlier runs too, part by part."""
-    return {part: json.loads((OUTPUT / f"{part}.json").read_text())
-            for part in PARTS if (OUTPUT / f"{part}.json").exists()}
+def results_in(folder):
+    """What is there, part by part."""
+    return {part: json.loads((folder / f"{part}.json").read_text())
+            for part in PARTS if (folder / f"{part}.json").exists()}
 
 
 def main():
@@ -78,8 +79,8 @@ def main():
         print(f"bench: {part} ...", end=" ", flush=True)
         measure(part, rounds, options.quick)
         print(f"{time.monotonic() - begin:.0f} s", flush=True)
-    results = recorded_results()
-    written = report.write(results, OUTPUT)
+    results = results_in(OUTPUT)
+    written = report.write(results, results_in(BASELINE), OUTPUT)
     print(f"bench: {OUTPUT / 'RESULTS.md'}")
     if options.record:
         short = [part for part, result in results.items() if result["quick"]]

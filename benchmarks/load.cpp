@@ -180,7 +180,15 @@ void LoadGenerator::collectLate() {
     }
 }
 
+// Nobody waits for the reply to a publication, which would tell it too.
+void LoadGenerator::checkThatSomebodyListens() {
+    if (commands_.ask({"PUBSUB", "NUMSUB", options_.channel}).integer == 0) {
+        throw std::runtime_error("nobody listens on " + options_.channel);
+    }
+}
+
 LoadResult LoadGenerator::run() {
+    checkThatSomebodyListens();
     subscribe();
     if (options_.updates) {
         storeRequestObjects();

@@ -55,6 +55,7 @@ private:
         bool isReturnMessage;
     };
 
+    void checkThatSomebodyListens();
     void subscribe();
     void storeRequestObjects();
     void send(unsigned int number);

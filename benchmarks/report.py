@@ -33,10 +33,12 @@ class Goal:
         middle = median(self.values)
         return middle > self.limit if self.at_least else middle <= self.limit
 
-    def row(self):
+    def row(self, first):
+        """`first`: the same goal as it stood at first, or None."""
         sign = "above" if self.at_least else "at most"
         limit = "none" if self.limit == 0 else f"{sign} {self.limit:g}{self.unit}"
-        return [self.label, spread(self.values, self.unit), limit, "yes" if self.is_met else "**no**"]
+        return [self.label, number(median(first.values)) + self.unit if first else "",
+                spread(self.values, self.unit), limit, "yes" if self.is_met else "**no**"]
 
 
 def number(value):
@@ -232,8 +234,15 @@ def source_of(result):
         (f"{rounds} rounds" if rounds > 1 else "once")
 
 
-def write(results, folder):
-    """Makes results.md and its charts in the folder, of all parts that were measured."""
+def goal_table(goals, baseline):
+    firsts = {goal.label: goal for goal in goals_of(baseline)}
+    return table(["", "at first", "measured", "goal", "met"],
+                 [goal.row(firsts.get(goal.label)) for goal in goals])
+
+
+def write(results, baseline, folder):
+    """Makes RESULTS.md and its charts in the folder, of all parts that were measured. `baseline`:
+    the results of the first version that was measured, as far as there are some."""
     measured = [part for part in SECTIONS if part in results]
     goals = goals_of(results)
     text = ["# Results", "",
@@ -242,7 +251,7 @@ def write(results, folder):
     for machine in sorted({results[part]["machine"] for part in measured}):
         text += [f"Machine: {machine}.", ""]
     text += ["## Goals", "",
-             table(["", "measured", "goal", "met"], [goal.row() for goal in goals])]
+             goal_table(goals, baseline)]
     made = charts(results, goals)
     if "ratios.svg" in made:
         text += ["![Ratios and their goals](ratios.svg)", ""]

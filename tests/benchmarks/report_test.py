@@ -1,0 +1,99 @@
+"""The report of script/bench: medians, ratios within a round, goals and charts."""
+
+import pathlib
+import sys
+import tempfile
+import unittest
+import xml.etree.ElementTree
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "benchmarks"))
+
+import plots  # noqa: E402
+import report  # noqa: E402
+from parts import CLIENTS, median, parse_counts  # noqa: E402
+
+
+def read_round(bare, daemon):
+    """All figures of a round of reads, whole numbers of microseconds."""
+    result = {}
+    for name, value in (("bare-4@1", bare), ("bare-3@1", bare), ("daemon@1", daemon),
+                        ("bare-4@0", bare), ("bare-unit@0", bare), ("daemon@0", daemon)):
+        for clients in CLIENTS:
+            for figure in ("p50", "p99", "p999", "processor"):
+                result[f"{name}/{clients}/{figure}"] = value
+            result[f"{name}/{clients}/rate"] = 1e6 / value
+    return result
+
+
+def result_of(rounds):
+    return {"machine": "a machine", "commit": "abc", "date": "today", "quick": False,
+            "rounds": rounds}
+
+
+class Figures(unittest.TestCase):
+    def test_the_median_of_an_even_number_lies_between(self):
+        self.assertEqual(median([3, 1, 2]), 2)
+        self.assertEqual(median([4, 1, 2, 3]), 2.5)
+
+    def test_a_figure_shows_its_spread(self):
+        self.assertEqual(report.spread([1.0, 3.5, 2.0], " ms"), "2 ms (1 .. 3.50)")
+        self.assertEqual(report.spread([12345.6]), "12,346")
+
+    def test_a_ratio_is_taken_within_the_round(self):
+        # The second round was slow for both: that is no change of the ratio.
+        rounds = [read_round(100, 105), read_round(200, 210), read_round(100, 105)]
+        goal = report.goals_of({"reads-one": result_of(rounds)})[0]
+        for value in goal.values:
+            self.assertAlmostEqual(value, 1.05)
+        self.assertTrue(goal.is_met)
+
+    def test_a_rate_has_to_be_above_its_goal(self):
+        goals = report.goals_of({"reads-one": result_of([read_round(100, 105)])})
+        rates = [goal for goal in goals if goal.at_least]
+        self.assertEqual(len(rates), 4)
+        self.assertFalse(any(goal.is_met for goal in rates))
+        self.assertIn("**no**", rates[0].row(None))
+
+    def test_the_counts_of_both_tools_are_read(self):
+        self.assertEqual(parse_counts("callgrind", "x\nsummary: 1234\n"), {"instructions": 1234})
+        self.assertEqual(parse_counts("callgrind", "not yet"), {})
+        text = "calls syscall\n----\n  12 read\n   3 write\n----\n  15 total\n"
+        self.assertEqual(parse_counts("strace", text), {"read": 12, "write": 3})
+        self.assertEqual(parse_counts("strace", "  12 read\n"), {})
+
+
+class Report(unittest.TestCase):
+    def test_names_what_was_measured_and_shows_charts(self):
+        with tempfile.TemporaryDirectory() as name:
+            folder = pathlib.Path(name)
+            results = {"reads-one": result_of([read_round(100, 90), read_round(100, 95)])}
+            written = report.write(results, {}, folder)
+            self.assertEqual(written, ["RESULTS.md", "ratios.svg", "reads-one.svg"])
+            text = (folder / "RESULTS.md").read_text()
+            self.assertIn("a machine", text)
+            self.assertIn("commit abc, today, 2 rounds", text)
+            self.assertIn("| daemon, mode 1 | 92.5 (90 .. 95) |", text.replace("1 in flight: ", ""))
+            for chart in written[1:]:
+                root = xml.etree.ElementTree.parse(folder / chart).getroot()
+                self.assertTrue(root.tag.endswith("svg"))
+                self.assertGreater(len(root), 20)
+
+    def test_tells_where_it_stood_at_first(self):
+        with tempfile.TemporaryDirectory() as name:
+            folder = pathlib.Path(name)
+            report.write({"reads-one": result_of([read_round(100, 90)])},
+                         {"reads-one": result_of([read_round(100, 130)])}, folder)
+            self.assertIn("| 1.30 | 0.90 |", (folder / "RESULTS.md").read_text())
+
+
+class Charts(unittest.TestCase):
+    def test_ticks_reach_the_top_in_few_round_steps(self):
+        for top in (0.9, 1.0, 7, 12, 130, 13000):
+            steps = plots.ticks(top)
+            self.assertGreaterEqual(steps[-1], top)
+            self.assertLessEqual(len(steps), 8)
+            self.assertEqual(steps[0], 0)
+
+
+if __name__ == "__main__":
+    unittest.main()
