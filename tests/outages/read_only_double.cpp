@@ -2,7 +2,7 @@
 // file can be written, as if the kernel had turned the file system read-only under open files.
 #include <cerrno>
 #include <cstdlib>
-#include <sys/syscall.h>
+#include <dlfcn.h>
 #include <unistd.h>
 
 namespace {
@@ -10,6 +10,12 @@ namespace {
 bool isReadOnly() {
     const char* sign = std::getenv("ORVANE_READ_ONLY_SIGN");
     return sign != nullptr && ::access(sign, F_OK) == 0;
+}
+
+// The function of that name behind this library.
+template <typename Function>
+Function* next(const char* name) {
+    return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
 }
 
 } // namespace
@@ -21,7 +27,7 @@ extern "C" ssize_t pwrite64(int file, const void* bytes, size_t size, off64_t of
         errno = EROFS;
         return -1;
     }
-    return ::syscall(SYS_pwrite64, file, bytes, size, offset);
+    return next<decltype(pwrite64)>("pwrite64")(file, bytes, size, offset);
 }
 // NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name)
 extern "C" int ftruncate64(int file, off64_t size) noexcept {
@@ -29,5 +35,5 @@ extern "C" int ftruncate64(int file, off64_t size) noexcept {
         errno = EROFS;
         return -1;
     }
-    return static_cast<int>(::syscall(SYS_ftruncate, file, size));
+    return next<decltype(ftruncate64)>("ftruncate64")(file, size);
 }

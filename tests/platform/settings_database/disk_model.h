@@ -3,7 +3,7 @@
 // left to the test.
 #pragma once
 
-#include <cstdint>
+#include <cstddef>
 #include <map>
 #include <optional>
 #include <random>
@@ -32,7 +32,7 @@ struct DiskOperation {
     };
     Kind kind;
     int file = -1;
-    std::uint64_t offset = 0;
+    std::size_t offset = 0;
     std::string bytes{};
     std::string path{};
     std::string target{};

@@ -153,14 +153,14 @@ int writeFileAt(sqlite3_file* file, const void* bytes, int size, sqlite3_int64 o
     RecordedFile& own = recordedFile(file);
     return noted(own.system()->pMethods->xWrite(own.system(), bytes, size, offset), own,
                  {.kind = Kind::write,
-                  .offset = static_cast<std::uint64_t>(offset),
+                  .offset = static_cast<std::size_t>(offset),
                   .bytes = {static_cast<const char*>(bytes), static_cast<std::size_t>(size)}});
 }
 
 int truncateFile(sqlite3_file* file, sqlite3_int64 size) {
     RecordedFile& own = recordedFile(file);
     return noted(own.system()->pMethods->xTruncate(own.system(), size), own,
-                 {.kind = Kind::truncate, .offset = static_cast<std::uint64_t>(size)});
+                 {.kind = Kind::truncate, .offset = static_cast<std::size_t>(size)});
 }
 
 int syncFile(sqlite3_file* file, int flags) {
