@@ -3,7 +3,7 @@
 #include "client/wire.h"
 
 #include "client/errors.h"
-#include "platform/redis_credentials.h"
+#include "redis_credentials.h"
 
 #include <array>
 #include <cerrno>

@@ -2,8 +2,8 @@
 // version leaves undone. Which commands may be repeated is left to exchange.cpp.
 #include "connection.h"
 
-#include "../redis_credentials.h"
 #include "complaints.h"
+#include "redis_credentials.h"
 #include "text.h"
 
 #include <algorithm>

@@ -2,8 +2,8 @@
 // raise SIGPIPE on a connection that the server has closed.
 #include "connection.h"
 
-#include "../redis_credentials.h"
 #include "event.h"
+#include "redis_credentials.h"
 
 #include <algorithm>
 #include <cerrno>
