@@ -48,9 +48,11 @@ Reply Invalidations::ask(Wire& wire, const Words& words) {
 bool Invalidations::next(Deadline deadline, const Stop* stop) {
     while (true) {
         const Deadline look = std::min(deadline, Clock::now() + kLook);
-        bool isTold = news_.receive(look, stop).has_value();
-        for (int i = 0; isTold && i < kMostInARow && news_.isStale(); ++i) {
-            news_.receive(Clock::now(), stop);
+        const bool isTold = news_.receive(look, stop).has_value();
+        for (int i = 0; isTold && i < kMostInARow; ++i) {
+            if (!news_.receive(Clock::now(), stop)) {
+                break;
+            }
         }
         if (tracker_.isStale()) {
             throw StoreUnreachable("store " + name_ + ": the tracking connection was lost");

@@ -19,8 +19,8 @@ constexpr int kMostKept = 2000;
 } // namespace
 
 EventReader::EventReader(client::Address store, Post post, Received received)
-    : address_(std::move(store)), post_(std::move(post)), received_(std::move(received)),
-      thread_([this] { run(); }) {}
+    : address_(std::move(store)), post_(guard_.guard(std::move(post))),
+      received_(std::move(received)), thread_([this] { run(); }) {}
 
 EventReader::~EventReader() {
     stop_.request();

@@ -4,6 +4,7 @@
 
 #include "client/events.h"
 #include "redfish/http/message.h"
+#include "redfish/provider/post_guard.h"
 
 #include <functional>
 #include <thread>
@@ -29,6 +30,7 @@ private:
     void tell(client::StoreConnection& store, std::vector<client::Event> events, bool isOld);
 
     client::Address address_;
+    PostGuard guard_;
     Post post_;
     Received received_;
     client::Stop stop_;

@@ -110,7 +110,7 @@ struct Provider::Flight {
 };
 
 Provider::Provider(ProviderOptions options, Post post)
-    : options_(std::move(options)), post_(std::move(post)),
+    : options_(std::move(options)), post_(guard_.guard(std::move(post))),
       lender_(std::make_unique<Lender>(options_, stop_)),
       reads_(std::make_unique<WorkerPool>(kReadThreads, kMostReads)),
       changes_(std::make_unique<WorkerPool>(kChangeThreads, kMostChanges)),

@@ -7,6 +7,7 @@
 #include "client/webgui.h"
 #include "redfish/http/message.h"
 #include "redfish/model/errors.h"
+#include "redfish/provider/post_guard.h"
 #include "redfish/provider/worker_pool.h"
 
 #include <functional>
@@ -79,6 +80,7 @@ private:
     void followOnce(client::StoreConnection& store);
 
     ProviderOptions options_;
+    PostGuard guard_;
     Post post_;
     client::Stop stop_;
     std::unique_ptr<Lender> lender_;

@@ -62,7 +62,8 @@ Accounts::Accounts(std::filesystem::path file) : file_(std::move(file)) {
 void Accounts::read() {
     const std::string text = readPrivateFile(file_);
     try {
-        for (const nlohmann::json& each : nlohmann::json::parse(text).at("accounts")) {
+        const nlohmann::json document = nlohmann::json::parse(text);
+        for (const nlohmann::json& each : document.at("accounts")) {
             accounts_.push_back(accountFrom(each));
         }
     } catch (const std::exception& error) {

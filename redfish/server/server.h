@@ -14,11 +14,11 @@ namespace redfish {
 
 struct ServerOptions {
     std::string address = "127.0.0.1";
-    std::uint16_t port = 0;            // 0: a free one
-    bool isClear = false;              // without TLS: for measurements, loopback only
-    std::filesystem::path certificate; // PEM, with its chain; not for a clear one
-    std::filesystem::path key;
-    Limits limits;
+    std::uint16_t port = 0;              // 0: a free one
+    bool isClear = false;                // without TLS: for measurements, loopback only
+    std::filesystem::path certificate{}; // PEM, with its chain; not for a clear one
+    std::filesystem::path key{};
+    Limits limits{};
 };
 
 // Called on the thread of the connections. Gives the answer then or later, exactly once; the

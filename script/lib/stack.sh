@@ -6,6 +6,7 @@ SOCKETS=      # folder of the redis socket
 TEMPORARY=    # the same, where it is one of ours to remove
 DISPLAY_NAME= # of the virtual X server
 UNIT_ADDRESS= # host:port of the cooling unit
+REDFISH=      # address of the Redfish service
 BACKLIGHT=$RUN/backlight
 
 # A unix socket's path has at most 107 characters; a checkout may lie deeper than that.
@@ -76,8 +77,20 @@ start_daemon() {
     wait_for daemon 30 "the run marker (/tmp/run/Stidre.run in its view)" test -e "$view/tmp/run/Stidre.run"
 }
 
+# Its accounts and its certificate survive from run to run; the web page is served where it has
+# been built.
+start_redfish() {
+    local log=$LOGS/redfish.log web=()
+    if [[ -d $ORVANE_ROOT/web/dist ]]; then
+        web=(--web "$ORVANE_ROOT/web/dist")
+    fi
+    start redfish "$BUILT/orvane-redfish" --listen 127.0.0.1 --port 0 --state "$RUN/redfish" "${web[@]}"
+    wait_for redfish 20 "its address" grep -q 'serving https://' "$log"
+    REDFISH=$(sed -n 's|.*serving \(https://[^/]*\)/.*|\1|p' "$log")
+}
+
 start_stack() {
-    say "starting redis, X server, cooling unit, backlight and the daemon"
+    say "starting redis, X server, cooling unit, backlight, the daemon and the Redfish service"
     choose_sockets
     start_redis
     start_x_server
@@ -86,6 +99,7 @@ start_stack() {
     "$BUILT/orvanectl" provision >"$LOGS/provision.log" 2>&1 ||
         fail_with_log "$LOGS/provision.log" "orvanectl provision failed"
     start_daemon
+    start_redfish
 }
 
 # Fails when a program has not ended in an orderly way.
@@ -108,6 +122,7 @@ print_places() {
   backlight      $BACKLIGHT
   display        $DISPLAY_NAME
   cooling unit   $UNIT_ADDRESS
+  Redfish        $REDFISH/redfish/v1/ (user admin, first password in $RUN/redfish/first-password)
   logs           $LOGS
 
   In another terminal:

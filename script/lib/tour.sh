@@ -70,4 +70,29 @@ run_tour() {
     show "touch $marker"
     show "build/release/orvanectl action gui-ready"
     show "test ! -e $marker"
+
+    tour_of_redfish
+}
+
+# As long as the first password is the one in force.
+tour_of_redfish() {
+    local webgui=$REDFISH/redfish/v1/Managers/Controller/Oem/Orvane/WebGUI
+    local curl="curl -s -K build/run/redfish/curl.conf"
+    [[ -r $RUN/redfish/first-password ]] || return 0
+    write_curl_config
+    chapter "The same over HTTPS: read, change, act; user and password stand in a file"
+    show "$curl '$webgui?\$select=ScreenBrightness,Theme'; echo"
+    show "$curl -o /dev/null -w '%{http_code}\n' -X PATCH -H 'Content-Type: application/json' -d '{\"ScreenBrightness\": 4}' $webgui"
+    show "cat build/run/backlight/brightness"
+    show "$curl -o /dev/null -w '%{http_code}\n' -X POST $webgui/Actions/WebGUI.TurnOffLCD"
+}
+
+# Any answer but a good one is a failure; the service's own certificate is trusted.
+write_curl_config() {
+    local file=$RUN/redfish/curl.conf
+    (
+        umask 077
+        printf 'user = "admin:%s"\ncacert = "%s"\nfail-with-body\n' \
+            "$(<"$RUN/redfish/first-password")" "$RUN/redfish/certificate.pem" >"$file"
+    )
 }

@@ -55,6 +55,19 @@ TEST_F(EventStreams, GiveEachEventOnceAndInOrder) {
     other.join();
 }
 
+TEST_F(EventStreams, GiveWhatIsKeptAfterAnIdWithoutWaiting) {
+    EXPECT_TRUE(client::eventsSince(store, "source", "0", 10).empty());
+    const std::string first = append("one");
+    append("two");
+    append("three");
+    EXPECT_EQ(client::eventsSince(store, "source", "0", 10).size(), 3U);
+    const auto later = client::eventsSince(store, "source", first, 10);
+    ASSERT_EQ(later.size(), 2U);
+    EXPECT_EQ(later[0].message, "two");
+    EXPECT_EQ(client::eventsSince(store, "source", "0", 2).back().message, "two");
+    EXPECT_THROW(client::eventsSince(store, "source", "$", 2), client::InvalidArgument);
+}
+
 TEST_F(EventStreams, EndWhenStopped) {
     EventStream stream(store, "source", {}, &stop);
     std::thread other([this] { stop.request(); });

@@ -94,6 +94,48 @@ TEST_F(TheWebGui, FindsTheInstanceAnewWhenTheLastOneIsGone) {
     EXPECT_EQ(provider.receivedCount(), 0U);
 }
 
+TEST_F(TheWebGui, TellsForHowLongASnapshotIsFresh) {
+    const std::string mark = std::string("TTL:") + StandInProvider::kInstance;
+    server.command({"SET", mark, "1", "PX", "60000"});
+    const client::Snapshot fresh = webGui.snapshot();
+    EXPECT_EQ(fresh.instance, StandInProvider::kInstance);
+    EXPECT_EQ(fresh.fields.at("Theme"), "light");
+    EXPECT_GT(fresh.freshFor, milliseconds(50'000));
+    EXPECT_LE(fresh.freshFor, milliseconds(60'000));
+    server.command({"SET", mark, "1"});
+    EXPECT_EQ(webGui.snapshot().freshFor, milliseconds(0)) << "a mark without an end";
+    EXPECT_EQ(provider.receivedCount(), 0U);
+}
+
+TEST_F(TheWebGui, SendsNothingWhenThePreconditionDoesNotHold) {
+    std::string seen;
+    const auto precondition = [&](const std::map<std::string, std::string>& fields) {
+        seen = fields.at("Theme");
+        return seen == "dark";
+    };
+    EXPECT_THROW(webGui.updateSettings({{"Theme", "dark"}}, "test", false, precondition),
+                 client::PreconditionFailed);
+    EXPECT_EQ(seen, "light");
+    EXPECT_EQ(field("Theme"), "light");
+    EXPECT_FALSE(server.command({"EXISTS", "Lease:" + std::string(StandInProvider::kInstance)}) ==
+                 "1")
+        << "the lease is given up";
+}
+
+// The second request changes other properties than the first; what the first has changed is no
+// reason to refuse the second.
+TEST_F(TheWebGui, AsksThePreconditionOnce) {
+    int asked = 0;
+    const auto precondition = [&](const auto& fields) {
+        ++asked;
+        return fields.at("Language") == "English";
+    };
+    const auto answers = webGui.updateSettings({{"Language", "Deutsch"}, {"Theme", "dark"}}, "test",
+                                               false, precondition);
+    EXPECT_EQ(answers.size(), 2U);
+    EXPECT_EQ(asked, 1);
+}
+
 TEST_F(TheWebGui, CarriesTheAnswerToARefusedRead) {
     provider.behave({.messageId = "InvalidObject", .arguments = {"x"}});
     try {

@@ -1,0 +1,195 @@
+#include "redfish/security/authenticator.h"
+
+#include "redfish/security/passwords.h"
+#include "support/temporary_folder.h"
+
+#include <condition_variable>
+#include <deque>
+#include <gmock/gmock.h>
+#include <mutex>
+
+namespace {
+
+using redfish::Identification;
+using redfish::Identity;
+using redfish::Role;
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+// The thread of the connections is the test's.
+class PostedWork {
+public:
+    redfish::Post post() {
+        return [this](std::function<void()> work) {
+            const std::lock_guard guard(mutex_);
+            work_.push_back(std::move(work));
+            changed_.notify_one();
+        };
+    }
+    void runOne() {
+        std::unique_lock lock(mutex_);
+        ASSERT_TRUE(changed_.wait_for(lock, seconds(20), [this] { return !work_.empty(); }));
+        const std::function<void()> work = std::move(work_.front());
+        work_.pop_front();
+        lock.unlock();
+        work();
+    }
+
+private:
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    std::deque<std::function<void()>> work_;
+};
+
+class TheAuthenticator : public testing::Test {
+protected:
+    TheAuthenticator() {
+        accounts.put({.name = "admin",
+                      .role = Role::administrator,
+                      .isEnabled = true,
+                      .hash = redfish::hashPassword("secret")});
+        accounts.put({.name = "off",
+                      .role = Role::operatorRole,
+                      .isEnabled = false,
+                      .hash = redfish::hashPassword("secret")});
+    }
+
+    // Waits for the answer; `checked`: whether a password had to be hashed for it.
+    Identity check(const std::string& name, const std::string& password, bool& checked) {
+        std::optional<Identity> answer;
+        authenticator.checkPassword(name, password,
+                                    [&](const Identity& identity) { answer = identity; });
+        checked = !answer;
+        if (!answer) {
+            posted.runOne();
+        }
+        return answer.value_or(Identity{});
+    }
+    Identification check(const std::string& name, const std::string& password) {
+        bool checked = false;
+        return check(name, password, checked).result;
+    }
+    Identity identify(const redfish::Request& request) {
+        std::optional<Identity> answer;
+        authenticator.identify(request, [&](const Identity& identity) { answer = identity; });
+        if (!answer) {
+            posted.runOne();
+        }
+        return answer.value_or(Identity{});
+    }
+
+    test::TemporaryFolder folder;
+    redfish::Accounts accounts{folder.path() / "accounts.json"};
+    redfish::Sessions sessions{{}};
+    PostedWork posted;
+    redfish::WorkerPool checks{1, 2};
+    redfish::Authenticator authenticator{
+        accounts, sessions, checks, posted.post(), {.threshold = 3, .duration = seconds(1)}};
+};
+
+TEST_F(TheAuthenticator, TakesTheRightPasswordOnly) {
+    EXPECT_EQ(check("admin", "secret"), Identification::signedIn);
+    EXPECT_EQ(check("admin", "Secret"), Identification::refused);
+    EXPECT_EQ(check("nobody", "secret"), Identification::refused);
+    EXPECT_EQ(check("off", "secret"), Identification::refused);
+    EXPECT_EQ(check("admin", std::string("secret\0x", 8)), Identification::refused);
+}
+
+TEST_F(TheAuthenticator, HashesAPasswordThatItKnowsOnlyOnce) {
+    bool checked = false;
+    EXPECT_EQ(check("admin", "secret", checked).role, Role::administrator);
+    EXPECT_TRUE(checked);
+    EXPECT_EQ(check("admin", "secret", checked).result, Identification::signedIn);
+    EXPECT_FALSE(checked);
+    authenticator.forget("admin");
+    check("admin", "secret", checked);
+    EXPECT_TRUE(checked) << "the account was changed";
+}
+
+TEST_F(TheAuthenticator, TakesAChangedRoleAtOnce) {
+    bool checked = false;
+    check("admin", "secret", checked);
+    redfish::Account account = *accounts.find("admin");
+    account.role = Role::readOnly;
+    accounts.put(account);
+    EXPECT_EQ(check("admin", "secret", checked).role, Role::readOnly);
+}
+
+TEST_F(TheAuthenticator, SharesOneCheckAmongAllWhoAskTheSame) {
+    int answered = 0;
+    for (int i = 0; i < 10; ++i) {
+        authenticator.checkPassword("admin", "secret", [&](const Identity& identity) {
+            answered += identity.result == Identification::signedIn ? 1 : 0;
+        });
+    }
+    EXPECT_EQ(answered, 0);
+    posted.runOne();
+    EXPECT_EQ(answered, 10);
+}
+
+TEST_F(TheAuthenticator, IsBusyWhenTooMuchWaits) {
+    int busy = 0;
+    for (int i = 0; i < 10; ++i) {
+        authenticator.checkPassword("admin", "wrong " + std::to_string(i),
+                                    [&](const Identity& identity) {
+                                        busy += identity.result == Identification::busy ? 1 : 0;
+                                    });
+    }
+    EXPECT_GE(busy, 7); // one is checked, two wait
+    for (int i = busy; i < 10; ++i) {
+        posted.runOne();
+    }
+}
+
+TEST_F(TheAuthenticator, LocksAnAccountAfterTooManyWrongPasswordsForATime) {
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_FALSE(authenticator.isLocked("admin"));
+        EXPECT_EQ(check("admin", "wrong"), Identification::refused);
+    }
+    EXPECT_TRUE(authenticator.isLocked("admin"));
+    bool checked = true;
+    EXPECT_EQ(check("admin", "secret", checked).result, Identification::refused);
+    EXPECT_FALSE(checked);
+    const auto end = redfish::Clock::now() + seconds(20);
+    while (authenticator.isLocked("admin") && redfish::Clock::now() < end) {
+        std::this_thread::sleep_for(milliseconds(20));
+    }
+    EXPECT_EQ(check("admin", "secret"), Identification::signedIn);
+}
+
+TEST_F(TheAuthenticator, StartsToCountAnewAfterTheRightPassword) {
+    check("admin", "wrong");
+    check("admin", "wrong");
+    check("admin", "secret");
+    check("admin", "wrong");
+    EXPECT_FALSE(authenticator.isLocked("admin"));
+}
+
+TEST_F(TheAuthenticator, GivesACheckNoWorthThatBeganBeforeAChange) {
+    std::optional<Identity> answer;
+    authenticator.checkPassword("admin", "secret", [&](const Identity& each) { answer = each; });
+    authenticator.forget("admin");
+    posted.runOne();
+    EXPECT_EQ(answer.value().result, Identification::refused);
+}
+
+TEST_F(TheAuthenticator, ReadsTokensAndBasicCredentials) {
+    EXPECT_EQ(identify({}).result, Identification::missing);
+    redfish::Request request;
+    request.authorization = "bAsIc YWRtaW46c2VjcmV0"; // admin:secret
+    EXPECT_EQ(identify(request).user, "admin");
+    request.authorization = "Basic YWRtaW4="; // without a password
+    EXPECT_EQ(identify(request).result, Identification::refused);
+    request.authorization = "Bearer x";
+    EXPECT_EQ(identify(request).result, Identification::missing);
+
+    const auto made = sessions.make("admin", "", "", redfish::Clock::now());
+    request.token = made->token;
+    EXPECT_EQ(identify(request).sessionId, made->id);
+    accounts.remove("admin");
+    EXPECT_EQ(identify(request).result, Identification::refused);
+    request.token = "wrong";
+    EXPECT_EQ(identify(request).result, Identification::refused);
+}
+
+} // namespace

@@ -1,0 +1,340 @@
+#include "redfish/server/server.h"
+
+#include "support/wait_until.h"
+
+#include <arpa/inet.h>
+#include <atomic>
+#include <future>
+#include <gmock/gmock.h>
+#include <mutex>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+using redfish::Answer;
+using redfish::Request;
+using redfish::Response;
+using std::chrono::milliseconds;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+// A plain connection of the test's own.
+class Client {
+public:
+    explicit Client(std::uint16_t port)
+        : socket_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(port);
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        if (::connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+            throw std::runtime_error("cannot connect");
+        }
+    }
+    ~Client() { ::close(socket_); }
+    Client(const Client&) = delete;
+    Client& operator=(const Client&) = delete;
+
+    void send(std::string_view text) const {
+        ::send(socket_, text.data(), text.size(), MSG_NOSIGNAL);
+    }
+    // What has come up to and with `end`, or up to the end of the connection.
+    std::string receive(const std::string& end) {
+        while (text_.find(end) == std::string::npos && readMore()) {
+        }
+        const std::size_t at = text_.find(end);
+        const std::size_t size = at == std::string::npos ? text_.size() : at + end.size();
+        std::string taken = text_.substr(0, size);
+        text_.erase(0, size);
+        return taken;
+    }
+    // Whether the other side closes within the time.
+    bool isClosed(milliseconds limit = milliseconds(10'000)) {
+        const auto end = std::chrono::steady_clock::now() + limit;
+        while (std::chrono::steady_clock::now() < end) {
+            if (!readMore(limit)) {
+                return hasEnded_;
+            }
+        }
+        return false;
+    }
+
+private:
+    bool readMore(milliseconds limit = milliseconds(10'000)) {
+        pollfd awaited{.fd = socket_, .events = POLLIN, .revents = 0};
+        if (::poll(&awaited, 1, static_cast<int>(limit.count())) != 1) {
+            return false;
+        }
+        std::array<char, 4096> bytes{};
+        const ssize_t count = ::recv(socket_, bytes.data(), bytes.size(), 0);
+        hasEnded_ = count <= 0;
+        text_.append(bytes.data(), hasEnded_ ? 0 : static_cast<std::size_t>(count));
+        return !hasEnded_;
+    }
+
+    int socket_;
+    std::string text_;
+    bool hasEnded_ = false;
+};
+
+// A stream to which a test adds.
+class TestFeed : public redfish::Feed {
+public:
+    redfish::Text take() override {
+        if (texts.empty()) {
+            return nullptr;
+        }
+        redfish::Text text = texts.back();
+        texts.pop_back();
+        return text;
+    }
+    bool hasEnded() const override { return ended; }
+    void onReady(std::function<void()> call) override { ready = std::move(call); }
+
+    std::vector<redfish::Text> texts;
+    std::function<void()> ready;
+    bool ended = false;
+};
+
+class TheServer : public testing::Test {
+protected:
+    ~TheServer() override { stop(); }
+
+    void start(const redfish::Limits& limits) {
+        server = std::make_unique<redfish::Server>(
+            redfish::ServerOptions{.address = "127.0.0.1",
+                                   .port = 0,
+                                   .isClear = true,
+                                   .certificate = {},
+                                   .key = {},
+                                   .limits = limits},
+            [](unsigned int status) { return text("refused", status); });
+        thread = std::thread([this] {
+            server->run(
+                [this](const Request& request, const Answer& answer) { handle(request, answer); },
+                false);
+        });
+    }
+    void stop() {
+        if (thread.joinable()) {
+            server->stop();
+            thread.join();
+        }
+    }
+    static Response text(const std::string& body, unsigned int status = 200) {
+        return {.status = status,
+                .headers = {},
+                .contentType = "text/plain",
+                .body = redfish::makeText(body),
+                .feed = nullptr};
+    }
+    // "/later" is answered by the test, "/feed" is a stream, everything else its own path.
+    void handle(const Request& request, const Answer& answer) {
+        if (request.path == "/later") {
+            const std::lock_guard guard(mutex);
+            waiting.push_back(answer);
+        } else if (request.path == "/feed") {
+            Response response;
+            response.contentType = "text/event-stream";
+            response.feed = feed;
+            answer(std::move(response));
+        } else if (request.path == "/large") {
+            answer(text(std::string(100'000, 'x') + "end"));
+        } else {
+            answer(text(request.path + "|" + std::string(request.body) + "!"));
+        }
+    }
+    std::size_t waitingCount() {
+        const std::lock_guard guard(mutex);
+        return waiting.size();
+    }
+    Client connect() const { return Client(server->port()); }
+
+    std::shared_ptr<TestFeed> feed = std::make_shared<TestFeed>();
+    std::unique_ptr<redfish::Server> server; // outlives the answers
+    std::mutex mutex;
+    std::vector<Answer> waiting;
+    std::thread thread;
+};
+
+TEST_F(TheServer, AnswersOneRequestAfterTheOtherOnOneConnection) {
+    start({});
+    Client client = connect();
+    client.send("GET /1 HTTP/1.1\r\n\r\nPOST /2 HTTP/1.1\r\nContent-Length: 3\r\n\r\nabc");
+    const std::string first = client.receive("/1|!");
+    EXPECT_THAT(first, StartsWith("HTTP/1.1 200 OK\r\nDate: "));
+    EXPECT_THAT(first, HasSubstr("Content-Length: 4\r\nConnection: keep-alive\r\n\r\n"));
+    EXPECT_THAT(client.receive("!"), HasSubstr("/2|abc!"));
+    client.send("HEAD /3 HTTP/1.1\r\n\r\nGET /4 HTTP/1.0\r\n\r\n");
+    EXPECT_THAT(client.receive("\r\n\r\n"), HasSubstr("Content-Length: 4\r\n"));
+    EXPECT_THAT(client.receive("/4|!"), HasSubstr("Connection: close"));
+    EXPECT_TRUE(client.isClosed());
+}
+
+TEST_F(TheServer, SendsLargeContentWhole) {
+    start({});
+    Client client = connect();
+    client.send("GET /large HTTP/1.1\r\n\r\n");
+    EXPECT_THAT(client.receive("\r\n\r\n"), HasSubstr("Content-Length: 100003"));
+    EXPECT_EQ(client.receive("end").size(), 100'003U);
+}
+
+TEST_F(TheServer, AnswersLaterWhatIsAnsweredLater) {
+    start({});
+    Client client = connect();
+    client.send("GET /later HTTP/1.1\r\n\r\n");
+    ASSERT_TRUE(test::waitUntil([this] { return waitingCount() == 1; }));
+    Client other = connect();
+    other.send("GET /now HTTP/1.1\r\n\r\n");
+    EXPECT_THAT(other.receive("!"), HasSubstr("/now"));
+    server->post()([this] { waiting.front()(text("at last!")); });
+    EXPECT_THAT(client.receive("!"), HasSubstr("at last!"));
+}
+
+TEST_F(TheServer, RefusesWhatItCannotReadAndCloses) {
+    start({.headerBytes = 256, .bodyBytes = 16});
+    for (const auto& [request, status] :
+         {std::pair{std::string("nonsense\r\n\r\n"), "HTTP/1.1 400 "},
+          std::pair{"GET / HTTP/1.1\r\nA: " + std::string(400, 'a') + "\r\n\r\n", "HTTP/1.1 431 "},
+          std::pair{std::string("POST / HTTP/1.1\r\nContent-Length: 17\r\n\r\n"),
+                    "HTTP/1.1 413 "}}) {
+        Client client = connect();
+        client.send(request);
+        EXPECT_THAT(client.receive("refused"), StartsWith(status));
+        EXPECT_TRUE(client.isClosed());
+    }
+}
+
+TEST_F(TheServer, AsksForTheContentOfWhoWaitsToBeAsked) {
+    start({});
+    Client client = connect();
+    client.send("POST /p HTTP/1.1\r\nExpect: 100-continue\r\nContent-Length: 1\r\n\r\n");
+    EXPECT_THAT(client.receive("\r\n\r\n"), StartsWith("HTTP/1.1 100 Continue"));
+    client.send("x");
+    EXPECT_THAT(client.receive("!"), HasSubstr("/p|x!"));
+}
+
+TEST_F(TheServer, CutsOffWhoIsSlowAndWhoIsIdle) {
+    start({.request = milliseconds(100), .idle = milliseconds(100)});
+    Client slow = connect();
+    slow.send("GET / HT");
+    EXPECT_TRUE(slow.isClosed());
+    Client idle = connect();
+    EXPECT_TRUE(idle.isClosed());
+    Client late = connect();
+    late.send("GET /later HTTP/1.1\r\n\r\n");
+    ASSERT_TRUE(test::waitUntil([this] { return waitingCount() == 1; }));
+    EXPECT_FALSE(late.isClosed(milliseconds(600))) << "it is we who are slow";
+    server->post()([this] { waiting.front()(text("answer!")); });
+    EXPECT_THAT(late.receive("!"), HasSubstr("answer!"));
+}
+
+TEST_F(TheServer, CutsOffWhoDoesNotTakeItsAnswer) {
+    start({.response = milliseconds(200)});
+    Client client = connect();
+    // More than the buffers of both sides hold.
+    for (int i = 0; i < 200; ++i) {
+        client.send("GET /large HTTP/1.1\r\n\r\n");
+    }
+    std::this_thread::sleep_for(milliseconds(1000)); // for longer than it is given
+    std::size_t received = 0;
+    for (std::string piece = client.receive("end"); !piece.empty(); piece = client.receive("end")) {
+        received += piece.size();
+    }
+    EXPECT_LT(received, 200U * 100'000U);
+}
+
+TEST_F(TheServer, LimitsConnectionsAndRequests) {
+    start({.connections = 2, .requestsPerSecond = 0.001, .burst = 2});
+    Client one = connect();
+    one.send("GET /1 HTTP/1.1\r\n\r\n");
+    one.receive("!");
+    Client two = connect();
+    two.send("GET /2 HTTP/1.1\r\n\r\n");
+    two.receive("!");
+    Client third = connect();
+    EXPECT_TRUE(third.isClosed());
+    one.send("GET /3 HTTP/1.1\r\n\r\n");
+    const std::string refused = one.receive("refused");
+    EXPECT_THAT(refused, StartsWith("HTTP/1.1 429 "));
+    EXPECT_THAT(refused, HasSubstr("Retry-After: 1\r\n"));
+}
+
+TEST_F(TheServer, StreamsWhatAFeedGivesAndKeepsItAlive) {
+    start({.keepAlive = milliseconds(50)});
+    feed->texts = {redfish::makeText("data: 2\n\n"), redfish::makeText("data: 1\n\n")};
+    Client client = connect();
+    client.send("GET /feed HTTP/1.1\r\n\r\n");
+    EXPECT_THAT(client.receive("\r\n\r\n"), testing::Not(HasSubstr("Content-Length")));
+    EXPECT_EQ(client.receive("data: 2\n\n"), "data: 1\n\ndata: 2\n\n");
+    EXPECT_EQ(client.receive(":\n\n"), ":\n\n");
+    server->post()([this] {
+        feed->texts = {redfish::makeText("data: 3\n\n")};
+        feed->ready();
+    });
+    EXPECT_THAT(client.receive("data: 3\n\n"), testing::EndsWith("data: 3\n\n"));
+    server->post()([this] {
+        feed->ended = true;
+        feed->ready();
+    });
+    EXPECT_TRUE(client.isClosed());
+}
+
+TEST_F(TheServer, NoticesThatTheReaderOfAStreamHasGone) {
+    start({});
+    {
+        Client client = connect();
+        client.send("GET /feed HTTP/1.1\r\n\r\n");
+        client.receive("\r\n\r\n");
+    }
+    EXPECT_TRUE(test::waitUntil([this] {
+        std::promise<bool> listens;
+        server->post()([&] { listens.set_value(feed->ready != nullptr); });
+        return !listens.get_future().get();
+    }));
+}
+
+TEST_F(TheServer, FinishesWhatIsUnderWayWhenItStops) {
+    start({});
+    Client idle = connect();
+    idle.send("GET /1 HTTP/1.1\r\n\r\n");
+    idle.receive("!");
+    Client busy = connect();
+    busy.send("GET /later HTTP/1.1\r\n\r\n");
+    ASSERT_TRUE(test::waitUntil([this] { return waitingCount() == 1; }));
+    server->stop();
+    EXPECT_TRUE(idle.isClosed());
+    server->post()([this] { waiting.front()(text("done!")); });
+    EXPECT_THAT(busy.receive("!"), HasSubstr("Connection: close"));
+    EXPECT_TRUE(busy.isClosed());
+    thread.join();
+}
+
+TEST_F(TheServer, WaitsForNoAnswerWithoutEndWhenItStops) {
+    start({.farewell = milliseconds(100)});
+    Client busy = connect();
+    busy.send("GET /later HTTP/1.1\r\n\r\n");
+    ASSERT_TRUE(test::waitUntil([this] { return waitingCount() == 1; }));
+    server->stop();
+    thread.join();
+    EXPECT_TRUE(busy.isClosed());
+}
+
+TEST(AServer, ServesClearTextOnLoopbackOnly) {
+    EXPECT_THROW(redfish::Server({.address = "0.0.0.0", .port = 0, .isClear = true},
+                                 [](unsigned int) { return Response{}; }),
+                 std::exception);
+    EXPECT_THROW(redfish::Server({.address = "127.0.0.1",
+                                  .port = 0,
+                                  .isClear = false,
+                                  .certificate = "/none.pem",
+                                  .key = "/none.pem"},
+                                 [](unsigned int) { return Response{}; }),
+                 std::exception);
+}
+
+} // namespace

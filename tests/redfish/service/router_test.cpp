@@ -1,0 +1,61 @@
+#include "redfish/service/router.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using redfish::Method;
+using redfish::Privilege;
+
+const redfish::Router<int> kRouter({
+    {.path = "/a", .method = Method::get, .privilege = Privilege::login, .handle = 1},
+    {.path = "/a", .method = Method::patch, .privilege = Privilege::configureManager, .handle = 2},
+    {.path = "/a/*", .method = Method::remove, .privilege = Privilege::login, .handle = 3},
+    {.path = "/a/b", .method = Method::get, .privilege = Privilege::none, .handle = 4},
+});
+
+int handleOf(std::string_view path, Method method) {
+    const auto match = kRouter.find(path, method);
+    return match.route == nullptr ? 0 : match.route->handle;
+}
+
+TEST(ARouter, FindsTheHandlerOfAPathAndMethod) {
+    EXPECT_EQ(handleOf("/a", Method::get), 1);
+    EXPECT_EQ(handleOf("/a", Method::head), 1) << "HEAD is answered as GET";
+    EXPECT_EQ(handleOf("/a", Method::patch), 2);
+    EXPECT_EQ(handleOf("/a/b", Method::get), 4);
+}
+
+TEST(ARouter, LeavesTheLastSegmentOpen) {
+    EXPECT_EQ(handleOf("/a/x", Method::remove), 3);
+    EXPECT_EQ(kRouter.find("/a/x", Method::remove).member, "x");
+    EXPECT_FALSE(kRouter.find("/a/", Method::remove).isPathKnown);
+    EXPECT_FALSE(kRouter.find("/a/x/y", Method::remove).isPathKnown);
+}
+
+TEST(ARouter, KnowsAPathWithoutThatMethod) {
+    const auto match = kRouter.find("/a", Method::put);
+    EXPECT_TRUE(match.isPathKnown);
+    EXPECT_EQ(match.route, nullptr);
+    EXPECT_FALSE(kRouter.find("/A", Method::get).isPathKnown);
+    EXPECT_EQ(kRouter.allow("/a"), "GET, HEAD, PATCH");
+    EXPECT_EQ(kRouter.allow("/a/b"), "GET, HEAD, DELETE");
+    EXPECT_EQ(kRouter.allow("/none"), "");
+}
+
+TEST(Privileges, AreThoseOfTheRoles) {
+    using redfish::hasPrivilege;
+    using redfish::Role;
+    for (const Role role : {Role::administrator, Role::operatorRole, Role::readOnly}) {
+        EXPECT_TRUE(hasPrivilege(role, Privilege::login));
+        EXPECT_TRUE(hasPrivilege(role, Privilege::configureSelf));
+    }
+    EXPECT_TRUE(hasPrivilege(Role::operatorRole, Privilege::configureComponents));
+    EXPECT_FALSE(hasPrivilege(Role::readOnly, Privilege::configureComponents));
+    EXPECT_FALSE(hasPrivilege(Role::operatorRole, Privilege::configureUsers));
+    EXPECT_FALSE(hasPrivilege(Role::operatorRole, Privilege::configureManager));
+    EXPECT_TRUE(hasPrivilege(Role::administrator, Privilege::configureUsers));
+    EXPECT_EQ(nameOf(Privilege::configureUsers), "ConfigureUsers");
+}
+
+} // namespace
