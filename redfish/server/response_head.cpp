@@ -23,7 +23,7 @@ constexpr std::array kReasons{
     Reason{.status = 404, .text = "Not Found"},
     Reason{.status = 405, .text = "Method Not Allowed"},
     Reason{.status = 406, .text = "Not Acceptable"},
-    Reason{.status = 408, .text = "Request Timeout"},
+    Reason{.status = 409, .text = "Conflict"},
     Reason{.status = 412, .text = "Precondition Failed"},
     Reason{.status = 413, .text = "Content Too Large"},
     Reason{.status = 415, .text = "Unsupported Media Type"},
