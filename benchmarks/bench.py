@@ -36,7 +36,9 @@ def machine():
 
 
 def commit():
-    changed = first_line("git", "status", "--porcelain", "--untracked-files=no")
+    # What is written about a measurement does not change what was measured.
+    changed = first_line("git", "status", "--porcelain", "--untracked-files=no", "--", ".",
+                         ":!benchmarks/*.md", ":!benchmarks/*.svg", ":!*.md")
     return first_line("git", "rev-parse", "--short", "HEAD") + (" with changes" if changed else "")
 
 

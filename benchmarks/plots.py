@@ -68,8 +68,8 @@ def short(number):
 def bars(canvas, left, top, width, height, title, groups, series):
     """`groups`: labels below; `series`: (label, [(middle, least, most) for each group])."""
     canvas.text(left, top - 12, title, 13, weight="bold")
-    highest = max(most for _, values in series for _, _, most in values)
-    steps = ticks(highest)
+    # One slow round must not make the others small: its mark ends at the top.
+    steps = ticks(1.2 * max(middle for _, values in series for middle, _, _ in values))
     scale = height / steps[-1]
     bottom = top + height
     for step in steps:
@@ -85,7 +85,8 @@ def bars(canvas, left, top, width, height, title, groups, series):
             canvas.box(x, bottom - middle * scale, thickness * 0.9, middle * scale,
                        COLOURS[j % len(COLOURS)])
             centre = x + thickness * 0.45
-            canvas.line(centre, bottom - least * scale, centre, bottom - most * scale, TEXT, 1.2)
+            canvas.line(centre, bottom - least * scale, centre,
+                        bottom - min(most, steps[-1]) * scale, TEXT, 1.2)
         canvas.text(begin + room * 0.4, bottom + 16, group, 11, "middle", MUTED)
     canvas.line(left, bottom, left + width, bottom, MUTED)
 
@@ -109,7 +110,7 @@ def two_panels(title, panels, labels):
 
 def ratios(title, rows):
     """`rows`: (label, values of the rounds, their median, limit, whether it is met)."""
-    left, right, room = 430, 890, 26
+    left, right, room = 470, 890, 26
     canvas = Canvas(920, 90 + room * len(rows))
     canvas.text(20, 26, title, 15, weight="bold")
     highest = max(2.0, max(max(max(values), limit) for _, values, _, limit, _ in rows) * 1.05)
@@ -127,6 +128,6 @@ def ratios(title, rows):
             canvas.dot(left + value * scale, y, 3.5, colour)
         canvas.line(left + middle * scale, y - 8, left + middle * scale, y + 8, colour, 2)
         canvas.line(left + limit * scale, y - 11, left + limit * scale, y + 11, TEXT, 1.2, "3 2")
-    canvas.text(left, bottom + 34, "dots: rounds; bar: their median; dashed: the goal", 11,
+    canvas.text(left, bottom + 34, "dots: rounds; stroke: their median; dashed: the goal", 11,
                 colour=MUTED)
     return canvas.whole()
