@@ -65,6 +65,12 @@ TEST(ParseBody, TellsEveryNameThatIsGivenTwice) {
                 ElementsAre("PropertyDuplicate [a] #/a"));
 }
 
+TEST(ParseBody, KnowsWhichObjectANameIsIn) {
+    EXPECT_THAT(linesOf(parseBody(R"({"o":{"a":1},"a":2})").problems), IsEmpty());
+    EXPECT_THAT(linesOf(parseBody(R"({"a":{"x":1},"a":2})").problems),
+                ElementsAre("PropertyDuplicate [a] #/a"));
+}
+
 TEST(ParseBody, TakesTheSameNameInDifferentObjects) {
     EXPECT_THAT(linesOf(parseBody(R"({"a":{"a":1},"b":[{"a":1},{"a":1}]})").problems), IsEmpty());
 }
