@@ -17,13 +17,13 @@ namespace {
 using std::chrono::milliseconds;
 
 // The libraries wait 2 s for a reply.
-constexpr milliseconds kSilence{2300};
+constexpr milliseconds kSilence{2200};
 // Longer than the pauses of an update, so that one of them finds its connection gone.
 constexpr milliseconds kNoConnections{900};
 constexpr milliseconds kLate{150};     // each way
 constexpr milliseconds kTooLate{1200}; // each way
-constexpr milliseconds kSlowTime{1000};
-constexpr milliseconds kTooSlowTime{2500};
+constexpr milliseconds kSlowTime{700};
+constexpr milliseconds kTooSlowTime{2300};
 // Requests that each of the three workers may have to give up in such a time: every command of
 // one takes 2 s, and the last one may have begun just before the end.
 constexpr int kGivenUpPerSilence = 3 * 3;
@@ -154,7 +154,8 @@ Storm Storms::raise(Fault fault) {
     rest(calm_);
     note(fault);
     const Clock::time_point end = strike(fault);
-    storm.recovery = timeToFirstAnswer(end);
+    storm.recovery = timeToAnswer("99999", "ActionNotSupported", end); // from the hook itself
+    storm.reading = timeToAnswer("00001", "Success", end);
     rest(calm_);
     load.wane();
     const bool isSettled = waitUntilSettled(load);
@@ -336,13 +337,13 @@ std::filesystem::path Storms::storeFolder() {
     return std::filesystem::path(redis().socketPath()).parent_path();
 }
 
-milliseconds Storms::timeToFirstAnswer(Clock::time_point since) {
+milliseconds Storms::timeToAnswer(const char* id, const char* message, Clock::time_point since) {
     const client::Stop never;
     Asker asker(storeAddress(), &never);
+    const Question question{id, test::kWebGui, {}};
     const bool isBack = test::waitUntil(
         [&] {
-            return asker.ask({"00001", test::kWebGui, {}}, Clock::now() + std::chrono::seconds(1))
-                       .messageId == "Success";
+            return asker.ask(question, Clock::now() + std::chrono::seconds(5)).messageId == message;
         },
         kLongest);
     EXPECT_TRUE(isBack) << output() << errors();

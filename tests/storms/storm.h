@@ -37,7 +37,10 @@ std::uint64_t chooseSeed();
 struct Storm {
     Fault fault{};
     Accounts accounts;
-    std::chrono::milliseconds recovery{}; // from the fault's end to the first answer
+    // From the fault's end to the first answer of the daemon, and to that of a read. A read that
+    // finds the instance out of date waits for the updates under way, and pauses as one.
+    std::chrono::milliseconds recovery{};
+    std::chrono::milliseconds reading{};
     bool isDaemonGone = false;
 };
 
@@ -91,7 +94,9 @@ private:
     std::filesystem::path storeFolder();
     void rememberDaemonsConnections();
     void waitUntilAllWorkersServe();
-    std::chrono::milliseconds timeToFirstAnswer(Clock::time_point since);
+    // Until a request with that id, for the WebGUI instance, is answered with this message.
+    std::chrono::milliseconds timeToAnswer(const char* id, const char* message,
+                                           Clock::time_point since);
     bool waitUntilSettled(const Load& load) const;
     long long countUnstoredAnswers() const;
     void rest(std::chrono::milliseconds time);

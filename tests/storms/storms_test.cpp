@@ -20,6 +20,8 @@ constexpr milliseconds kBackWithin{4000};
 #else
 constexpr milliseconds kBackWithin{1000};
 #endif
+// The pauses of two updates that a read may wait for, and its own.
+constexpr milliseconds kPauses{1500};
 
 class StoreFaults : public storms::Storms {
 protected:
@@ -27,8 +29,10 @@ protected:
     Storm live(Fault fault) {
         Storm storm = raise(fault);
         EXPECT_LE(storm.recovery, kBackWithin) << errors();
+        EXPECT_LE(storm.reading, kBackWithin + kPauses) << errors();
         EXPECT_GT(storm.accounts.answered, 0);
-        std::cout << storms::nameOf(fault) << ": back after " << storm.recovery.count() << " ms\n";
+        std::cout << storms::nameOf(fault) << ": back after " << storm.recovery.count()
+                  << " ms, reads after " << storm.reading.count() << " ms\n";
         return storm;
     }
 };
