@@ -63,3 +63,12 @@ test("an effect that changes what another reads has that one run after it", () =
     a.set(5);
     expect(seen).toEqual([2, 10]);
 });
+
+test("an effect that has run already runs again when a later one changes what it read", () => {
+    const [a, b] = [signal(1), signal(10)];
+    const seen: number[] = [];
+    effect(() => seen.push(a.get() + b.get()));
+    effect(() => b.set(a.get() * 10));
+    a.set(2);
+    expect(seen).toEqual([11, 12, 22]);
+});
