@@ -98,3 +98,5 @@ if __name__ == "__main__":
         main()
     except stack.Failure as failure:
         sys.exit(f"bench: {failure}")
+    except KeyboardInterrupt:
+        sys.exit(130)

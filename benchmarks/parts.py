@@ -5,11 +5,11 @@ within a round, so that a ratio of two of them is taken from the same moments. W
 mean, their goals and tables, is report.py's.
 """
 
+import concurrent.futures
 import contextlib
 import json
 import pathlib
 import re
-import threading
 import time
 
 from stack import BUILT, DAEMON_CHANNEL, INSTANCE, PROGRAMS, Failure, Stack, run, wait_until
@@ -138,23 +138,15 @@ def updates(rounds, scale):
 
 def reads_beside_updates(stack, clients, scale):
     """A load of reads while another requester sends one update after the other."""
-    outcome = {}
-
-    def send_updates():
-        outcome.update(load(stack, DAEMON_CHANNEL, 1, "--updates",
-                            "--seconds", scale.seconds + 0.4))
-
-    thread = threading.Thread(target=send_updates)
-    thread.start()
-    try:
+    with concurrent.futures.ThreadPoolExecutor(1) as executor:
+        outcome = executor.submit(load, stack, DAEMON_CHANNEL, 1, "--updates",
+                                  "--seconds", scale.seconds + 0.4)
         time.sleep(0.1)
         figures = load(stack, DAEMON_CHANNEL, clients, "--seconds", scale.seconds,
                        "--warm-up", 100)
-    finally:
-        thread.join()
-    if not outcome.get("answered"):
+    if not outcome.result()["answered"]:
         raise Failure("no update was answered beside the reads")
-    figures["updates"] = outcome["answered"]
+    figures["updates"] = outcome.result()["answered"]
     return figures
 
 
