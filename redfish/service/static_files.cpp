@@ -36,10 +36,11 @@ constexpr std::array kTypes{
 };
 constexpr std::string_view kUnknownType = "application/octet-stream";
 
-// Scripts, styles and requests of the page's own only.
+// Files and requests of the page's own only, and no script or style that stands in its markup.
 constexpr const char* kPolicy =
-    "default-src 'self'; img-src 'self' data:; style-src 'self' 'unsafe-inline'; "
-    "object-src 'none'; base-uri 'none'; form-action 'self'; frame-ancestors 'none'";
+    "default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self'; font-src 'self'; "
+    "connect-src 'self'; manifest-src 'self'; base-uri 'none'; form-action 'none'; "
+    "frame-ancestors 'none'";
 
 std::string_view typeOf(const fs::path& file) {
     const std::string extension = file.extension();

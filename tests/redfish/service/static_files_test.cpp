@@ -34,7 +34,9 @@ TEST_F(TheStaticFiles, AreServedWithTheirType) {
     ASSERT_TRUE(page);
     EXPECT_EQ(*page->body, "<html>");
     EXPECT_EQ(page->contentType, "text/html; charset=utf-8");
-    EXPECT_NE(header(*page, "Content-Security-Policy"), "");
+    EXPECT_THAT(header(*page, "Content-Security-Policy"),
+                testing::AllOf(testing::StartsWith("default-src 'none'"),
+                               testing::Not(testing::HasSubstr("unsafe"))));
     EXPECT_EQ(files.find("/assets/app.js", "")->contentType, "text/javascript; charset=utf-8");
     EXPECT_EQ(*files.find("/index.html", "")->body, "<html>");
 }
