@@ -2,8 +2,9 @@
 // says. What the daemon holds of memory, descriptors and threads is written every two seconds to
 // the file that ORVANE_SOAK_FILE names; script/lib/soak_report.py judges it. script/soak runs both.
 //
-//   sample SECONDS RSS_KIB PRIVATE_KIB DESCRIPTORS THREADS ASKED ANSWERED FRESH_READS STATUSES
-//   EVENTS fault SECONDS NAME total NAME NUMBER
+// Its lines: "sample" with seconds, resident KiB, dirty KiB, descriptors, threads, and how much was
+// asked, answered, read fresh, asked for status and seen of events so far; "fault" with seconds and
+// name; "total" with name and number.
 #include "storms/storm.h"
 
 #include <array>
@@ -95,8 +96,8 @@ private:
         const auto descriptors =
             std::distance(std::filesystem::directory_iterator(process / "fd"), {});
         const storms::Counters& done = counters();
-        write("sample ", age(), ' ', sumOf(memory, "Rss:"), ' ', sumOf(memory, "Private_"), ' ',
-              descriptors, ' ', sumOf(test::readFile(process / "status"), "Threads:"), ' ',
+        write("sample ", age(), ' ', sumOf(memory, "Rss:"), ' ', sumOf(memory, "Private_Dirty:"),
+              ' ', descriptors, ' ', sumOf(test::readFile(process / "status"), "Threads:"), ' ',
               done.asked, ' ', done.answered, ' ', done.freshReads, ' ', done.statuses, ' ',
               done.events);
     }
