@@ -62,7 +62,10 @@ async function readSchema(
                 .map((each) => textAt(each, "Uri"))
                 .find((each) => each !== undefined);
             if (!uri) continue;
-            const found = describeProperties((await client.get(uri)).body, kResourceName);
+            // A schema has a media type of its own.
+            const headers = { Accept: "application/schema+json, application/json" };
+            const schema = (await client.get(uri, { headers })).body;
+            const found = describeProperties(schema, kResourceName);
             if (found.size > 0) return found;
         }
     } catch (error) {

@@ -114,6 +114,15 @@ test("every kind of control sends its value in the server's type", async () => {
     expect(Object.assign({}, ...server.patches)).toEqual(wanted);
 });
 
+test("the schema is read, and its values are offered", async () => {
+    const schema = page.waitForResponse(/OrvaneWebGUI\.1\.0\.0\.json$/);
+    await start();
+    expect((await schema).status()).toBe(200);
+    // In the schema's order, which differs from that of the page's own offers.
+    const units = await field("MeasurementSystem").locator(".chip").allTextContents();
+    expect(units).toEqual(["Imperial (°F)", "Metric (°C)"]);
+});
+
 test("changes made while one is under way go out together", async () => {
     server.updateMs = 600;
     await start();

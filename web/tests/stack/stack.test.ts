@@ -65,7 +65,9 @@ test("a wrong password is refused", async () => {
 test("a fresh unit greets with the set-up, which ends with the buzzer's silence", async () => {
     const marker = join(kRun, "view/tmp/buzzer.silence");
     appendFileSync(marker, "");
+    const schema = ours.waitForResponse(/OrvaneWebGUI\.1\.0\.0\.json$/);
     await signIn(ours, kAddress, "admin", kPassword);
+    expect((await schema).status()).toBe(200);
     await ours.waitForSelector(".wizard");
     for (let step = 1; step <= 4; step += 1) await ours.click('[data-action="next"]');
     await ours.waitForSelector(".card-display");

@@ -145,6 +145,10 @@ export class StandIn {
         }
         if (path === "/redfish/v1/EventService/SSE") return this.stream(request, response);
         if (path.startsWith(kResource)) return this.resource(path, request, body, response);
+        const accept = String(request.headers.accept);
+        if (path.endsWith(".json") && !accept.includes("application/schema+json")) {
+            return fail(response, 406, "NotAcceptable");
+        }
         const fixed = kFixed[path];
         return fixed ? send(response, 200, fixed) : fail(response, 404, "ResourceMissingAtURI");
     }
