@@ -114,6 +114,10 @@ stop_stack() {
 }
 
 print_places() {
+    local page="not built; script/web builds it"
+    if [[ -d $ORVANE_ROOT/web/dist ]]; then
+        page=$REDFISH/
+    fi
     cat <<PLACES
 
   object store   $OSSEL_REDIS
@@ -123,6 +127,7 @@ print_places() {
   display        $DISPLAY_NAME
   cooling unit   $UNIT_ADDRESS
   Redfish        $REDFISH/redfish/v1/ (user admin, first password in $RUN/redfish/first-password)
+  web page       $page
   logs           $LOGS
 
   In another terminal:
