@@ -31,7 +31,7 @@ std::string hashWith(const std::string& password, const std::string& setting) {
 std::string hashPassword(const std::string& password) {
     const std::unique_ptr<char, decltype(&std::free)> setting(
         crypt_gensalt_ra("$y$", 0, nullptr, 0), &std::free);
-    const std::string hash = setting ? hashWith(password, setting.get()) : std::string{};
+    std::string hash = setting ? hashWith(password, setting.get()) : std::string{};
     if (hash.empty()) {
         throw std::runtime_error("the password cannot be hashed");
     }

@@ -36,7 +36,8 @@ Response cannotBeKept(const std::exception& error) {
 
 } // namespace
 
-std::optional<model::Json> Service::accountDocument(const Call& call, const std::string& name) {
+std::optional<model::Json> Service::accountDocument(const Call& call,
+                                                    const std::string& name) const {
     const Account* const account = parts_.accounts.find(name);
     if (account == nullptr || !maySee(call.identity, name)) {
         return std::nullopt;
@@ -47,7 +48,7 @@ std::optional<model::Json> Service::accountDocument(const Call& call, const std:
                            .isLocked = parts_.authenticator.isLocked(name)});
 }
 
-model::Json Service::accountsDocument(const Call& call) {
+model::Json Service::accountsDocument(const Call& call) const {
     std::vector<std::string> names;
     for (const Account& account : parts_.accounts.all()) {
         if (maySee(call.identity, account.name)) {

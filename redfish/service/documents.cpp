@@ -20,7 +20,7 @@ struct File {
     std::string_view type;
     std::string (*text)();
 };
-const std::array kFiles{
+constexpr std::array kFiles{
     File{.address = model::kMetadata, .type = kXml, .text = [] { return model::metadata(); }},
     File{.address = model::kMessageRegistry,
          .type = kJsonType,
@@ -67,7 +67,8 @@ model::ServiceFacts Service::facts() const {
     return facts;
 }
 
-void Service::answerDocument(const Call& call, const model::Json& document, const Answer& answer) {
+void Service::answerDocument(const Call& call, const model::Json& document,
+                             const Answer& answer) const {
     Response response = call.query.isPlain()
                             ? jsonResponse(document)
                             : jsonResponse(model::applyQuery(
@@ -79,7 +80,7 @@ void Service::answerDocument(const Call& call, const model::Json& document, cons
     answer(std::move(response));
 }
 
-std::optional<model::Json> Service::lookUp(const Call& call, const std::string& address) {
+std::optional<model::Json> Service::lookUp(const Call& call, const std::string& address) const {
     const std::string sessions = std::string(model::kSessions) + "/";
     const std::string accounts = std::string(model::kAccounts) + "/";
     if (address.starts_with(sessions)) {

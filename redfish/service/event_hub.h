@@ -22,6 +22,7 @@ struct EventId {
     std::uint64_t number = 0;
 
     static std::optional<EventId> parse(const std::string& text);
+    // NOLINTNEXTLINE(modernize-use-nullptr): it takes the comparison with 0 for a pointer
     friend auto operator<=>(const EventId&, const EventId&) = default;
 };
 

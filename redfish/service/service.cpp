@@ -150,7 +150,7 @@ void Service::run(const Request& request, const Router<Handle>::Match& match,
     (this->*match.route->handle)(call, answer);
 }
 
-void Service::complete(const Request& request, Response& response) const {
+void Service::complete(const Request& request, Response& response) {
     if (request.path.starts_with(kPrefix)) {
         response.headers.emplace_back("OData-Version", "4.0");
         response.headers.emplace_back("Cache-Control", "no-cache");

@@ -59,14 +59,14 @@ private:
                    const Answer& answer);
     void run(const Request& request, const Router<Handle>::Match& match, const Identity& identity,
              const Answer& answer);
-    void complete(const Request& request, Response& response) const;
+    static void complete(const Request& request, Response& response);
 
     // documents.cpp
     void getFixed(const Call& call, const Answer& answer);
     void getManager(const Call& call, const Answer& answer);
     void getFile(const Call& call, const Answer& answer);
-    void answerDocument(const Call& call, const model::Json& document, const Answer& answer);
-    std::optional<model::Json> lookUp(const Call& call, const std::string& address);
+    void answerDocument(const Call& call, const model::Json& document, const Answer& answer) const;
+    std::optional<model::Json> lookUp(const Call& call, const std::string& address) const;
     model::ServiceFacts facts() const;
 
     // webgui_handlers.cpp
@@ -82,8 +82,8 @@ private:
     void postSession(const Call& call, const Answer& answer);
     void getSession(const Call& call, const Answer& answer);
     void deleteSession(const Call& call, const Answer& answer);
-    std::optional<model::Json> sessionDocument(const Call& call, const std::string& id);
-    model::Json sessionsDocument(const Call& call);
+    std::optional<model::Json> sessionDocument(const Call& call, const std::string& id) const;
+    model::Json sessionsDocument(const Call& call) const;
     void signIn(const Request& request, const Identity& identity, const Answer& answer);
 
     // account_handlers.cpp
@@ -92,8 +92,8 @@ private:
     void getAccount(const Call& call, const Answer& answer);
     void patchAccount(const Call& call, const Answer& answer);
     void deleteAccount(const Call& call, const Answer& answer);
-    std::optional<model::Json> accountDocument(const Call& call, const std::string& name);
-    model::Json accountsDocument(const Call& call);
+    std::optional<model::Json> accountDocument(const Call& call, const std::string& name) const;
+    model::Json accountsDocument(const Call& call) const;
     model::Problems problemsOfChange(const Call& call, const Account& account,
                                      const model::AccountChange& change) const;
     void applyChange(const std::string& name, const model::AccountChange& change,

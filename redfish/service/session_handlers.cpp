@@ -39,7 +39,7 @@ void Service::patchSessionService(const Call& call, const Answer& answer) {
     answerDocument(call, model::sessionService(facts()), answer);
 }
 
-model::Json Service::sessionsDocument(const Call& call) {
+model::Json Service::sessionsDocument(const Call& call) const {
     std::vector<std::string> ids;
     for (const Session* const session : parts_.sessions.all(Clock::now())) {
         if (maySee(call.identity, *session)) {
@@ -49,7 +49,7 @@ model::Json Service::sessionsDocument(const Call& call) {
     return model::sessions(ids);
 }
 
-std::optional<model::Json> Service::sessionDocument(const Call& call, const std::string& id) {
+std::optional<model::Json> Service::sessionDocument(const Call& call, const std::string& id) const {
     const Session* const session = parts_.sessions.find(id, Clock::now());
     if (session == nullptr || !maySee(call.identity, *session)) {
         return std::nullopt;
