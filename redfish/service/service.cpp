@@ -66,7 +66,7 @@ Service::Service(ServiceParts parts, ServiceOptions options)
       files_(options_.web) {}
 
 void Service::handle(const Request& request, const Answer& answer) {
-    dispatch(request, [this, &request, answer](Response response) {
+    dispatch(request, [&request, answer](Response response) {
         complete(request, response);
         answer(std::move(response));
     });
