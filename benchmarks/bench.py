@@ -11,9 +11,12 @@ import subprocess
 import sys
 import time
 
+import parts
+import redfish_parts
 import report
 import stack
-from parts import PARTS, Scale
+
+PARTS = {**parts.PARTS, **redfish_parts.PARTS}
 
 RECORDED = pathlib.Path(__file__).resolve().parent
 OUTPUT = stack.ROOT / "build" / "bench"
@@ -48,7 +51,7 @@ def measure(part, rounds, quick):
         "commit": commit(),
         "date": datetime.datetime.now(datetime.timezone.utc).strftime("%Y-%m-%d %H:%M UTC"),
         "quick": quick,
-        "rounds": PARTS[part](rounds, Scale(quick)),
+        "rounds": PARTS[part](rounds, parts.Scale(quick)),
     }
     (OUTPUT / f"{part}.json").write_text(json.dumps(result, indent=1) + "\n")
 

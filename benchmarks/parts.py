@@ -26,6 +26,7 @@ class Scale:
         self.updates = 20 if quick else 200
         self.turns = 2 if quick else 5
         self.seconds = 0.3 if quick else 1.5
+        self.web_seconds = 1 if quick else 2  # whole ones
         self.blocks = 2 if quick else 30
         self.idle_seconds = 2 if quick else 30
         self.counted = 100 if quick else 500

@@ -4,9 +4,9 @@ Every number in it is the median of the rounds, with the least and the greatest 
 brackets; a ratio is taken within each round first.
 """
 
-import dataclasses
-
 import plots
+import redfish_report
+from figures import Goal, column, number, ratio, spread, table
 from parts import CLIENTS, median
 
 READS = (
@@ -17,59 +17,6 @@ READS = (
     ("bare-unit@0", "bare, 4 round trips and the unit"),
     ("daemon@0", "daemon, mode 0"),
 )
-
-
-@dataclasses.dataclass
-class Goal:
-    part: str
-    label: str
-    values: list
-    limit: float
-    unit: str = ""
-    at_least: bool = False
-
-    @property
-    def is_met(self):
-        middle = median(self.values)
-        return middle > self.limit if self.at_least else middle <= self.limit
-
-    def row(self, first):
-        """`first`: the same goal as it stood at first, or None."""
-        sign = "above" if self.at_least else "at most"
-        limit = "none" if self.limit == 0 else f"{sign} {self.limit:g}{self.unit}"
-        return [self.label, number(median(first.values)) + self.unit if first else "",
-                spread(self.values, self.unit), limit, "yes" if self.is_met else "**no**"]
-
-
-def number(value):
-    if value == int(value) and abs(value) < 10000:
-        return str(int(value))
-    if abs(value) >= 1000:
-        return f"{value:,.0f}"
-    if abs(value) >= 100:
-        return f"{value:.0f}"
-    return f"{value:.1f}" if abs(value) >= 10 else f"{value:.2f}"
-
-
-def spread(values, unit=""):
-    text = number(median(values)) + unit
-    if len(values) == 1:
-        return text
-    return f"{text} ({number(min(values))} .. {number(max(values))})"
-
-
-def table(head, rows):
-    lines = ["| " + " | ".join(head) + " |", "|---|" + "---:|" * (len(head) - 1)]
-    lines += ["| " + " | ".join(row) + " |" for row in rows]
-    return "\n".join(lines) + "\n"
-
-
-def column(rounds, name):
-    return [each[name] for each in rounds]
-
-
-def ratio(rounds, above, below):
-    return [each[above] / each[below] for each in rounds]
 
 
 def read_goals(rounds):
@@ -108,6 +55,7 @@ def goals_of(results):
             Goal("footprint", "context switches while idle", column(rounds, "idle switches"), 0)],
         "startup": lambda rounds: [
             Goal("startup", "start-up without its pauses", column(rounds, "work"), 15, " ms")],
+        "redfish": redfish_report.goals,
     }
     return [goal for part, maker in makers.items() if part in results
             for goal in maker(results[part]["rounds"])]
@@ -198,6 +146,7 @@ SECTIONS = {
     "startup": ("Start-up, one core", section_of_startup),
     "footprint": ("Footprint", section_of_footprint),
     "counts": ("Instructions and system calls", section_of_counts),
+    **redfish_report.SECTIONS,
 }
 
 

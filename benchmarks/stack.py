@@ -16,7 +16,8 @@ import tempfile
 import time
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
-BUILT = ROOT / "build" / "release"
+# The tests of the benchmarks name the build that they belong to.
+BUILT = pathlib.Path(os.environ.get("ORVANE_BUILT", ROOT / "build" / "release"))
 PROGRAMS = BUILT / "benchmarks"
 INSTANCE = "80000000-0000-0000-0000-008000000000"
 DAEMON_CHANNEL = "OrvaneWebGUI"
@@ -29,10 +30,14 @@ class Failure(Exception):
     """A program did not do what the benchmark needs."""
 
 
+AVAILABLE = sorted(os.sched_getaffinity(0))
+
+
 def processors(which):
-    """"one": a single processor, not the first, which serves most interrupts; "all": all."""
-    available = sorted(os.sched_getaffinity(0))
-    return {available[-1]} if which == "one" else set(available)
+    """"one": a single processor, not the first, which serves most interrupts; "others": all but
+    that one, where there is another; "all": all."""
+    return {"one": {AVAILABLE[-1]}, "others": set(AVAILABLE[:-1] or AVAILABLE),
+            "all": set(AVAILABLE)}[which]
 
 
 @contextlib.contextmanager
@@ -148,14 +153,14 @@ class Stack:
         return run(["redis-cli", "-s", self.socket, *words]).strip()
 
     def _start_redis(self):
-        redis = self._exits.enter_context(self._running("redis", [
+        redis = self._exits.enter_context(self.running("redis", [
             "redis-server", "--port", "0", "--unixsocket", self.socket, "--unixsocketperm", "700",
             "--dir", self.folder, "--save", "", "--appendonly", "no", "--daemonize", "no"]))
         redis.wait_until(self.socket.exists, "its socket")
         wait_until(lambda: self.redis("PING") == "PONG", "an answer of redis")
 
     def _start_unit(self):
-        unit = self._exits.enter_context(self._running("cooling-unit", [
+        unit = self._exits.enter_context(self.running("cooling-unit", [
             BUILT / "cooling-unit-sim", "--listen", "127.0.0.1:0",
             "--state", self.folder / "unit.state"]))
         pattern = re.compile(r"listens on ([0-9.]+:[0-9]+)")
@@ -163,7 +168,8 @@ class Stack:
         self.unit_address = pattern.search(unit.text()).group(1)
 
     @contextlib.contextmanager
-    def _running(self, name, command, environment=None):
+    def running(self, name, command, environment=None):
+        """A context: one more program, up as far as its caller waits for it."""
         process = Process(name, command, self.folder / f"{name}.log",
                           environment or self.environment)
         try:
@@ -194,7 +200,7 @@ class Stack:
         marker.unlink(missing_ok=True)
         command = [ROOT / "script" / "private-view", "--bind", ROOT, "--bind", self.folder, self.view,
                    "--", *wrapper, BUILT / "orvane-webgui"]
-        with self._running("daemon", command, environment) as process:
+        with self.running("daemon", command, environment) as process:
             process.wait_until(marker.exists, "its run marker")
             if "valgrind" not in wrapper:  # which has signals of its own
                 process.wait_until(lambda: self._can_be_stopped(process.pid), "its threads")
@@ -212,7 +218,7 @@ class Stack:
         """The bare program, listening on a channel of its own, which is its name."""
         command = [*wrapper, PROGRAMS / "orvane_bench_bare", "--socket", self.socket,
                    "--channel", name, "--instance", INSTANCE, *options]
-        with self._running(name, command) as process:
+        with self.running(name, command) as process:
             process.wait_until(lambda: self.redis("PUBSUB", "NUMSUB", name).endswith("1"),
                                "its subscription")
             yield process

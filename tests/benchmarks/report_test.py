@@ -25,6 +25,18 @@ def read_round(bare, daemon):
     return result
 
 
+def redfish_round(nginx, front):
+    """All figures of a round of GETs."""
+    result = {"lookups": 40, "reads": 10, "seconds": 12, "gets": 5000}
+    for name, value in (("nginx", nginx), ("front", front)):
+        for tail in ("", "-tls"):
+            for clients in CLIENTS:
+                for figure in ("p50", "p99", "p999", "processor"):
+                    result[f"{name}{tail}/{clients}/{figure}"] = value
+                result[f"{name}{tail}/{clients}/rate"] = 1e6 / value
+    return result
+
+
 def result_of(rounds):
     return {"machine": "a machine", "commit": "abc", "date": "today", "quick": False,
             "rounds": rounds}
@@ -60,6 +72,35 @@ class Figures(unittest.TestCase):
         text = "calls syscall\n----\n  12 read\n   3 write\n----\n  15 total\n"
         self.assertEqual(parse_counts("strace", text), {"read": 12, "write": 3})
         self.assertEqual(parse_counts("strace", "  12 read\n"), {})
+
+
+class RedfishFigures(unittest.TestCase):
+    def test_half_of_the_requests_and_three_times_the_latency_are_the_goals(self):
+        for front, met in ((190, [True] * 6), (210, [False, True] * 3), (310, [False] * 6)):
+            goals = report.goals_of({"redfish": result_of([redfish_round(100, front)])})
+            self.assertEqual([goal.is_met for goal in goals], met, front)
+
+    def test_look_ups_are_told_for_all_rounds(self):
+        _, section = report.SECTIONS["redfish"]
+        text = section([redfish_round(100, 150), redfish_round(100, 150)])
+        self.assertIn("10,000 answers of orvane-redfish in 24 s", text)
+        self.assertIn("looked at 80 times, and the daemon asked 20 times", text)
+        self.assertIn("| 8 connections, TLS | 1.50 (1.50 .. 1.50) |", text)
+
+    def test_a_change_is_shown_beside_the_update_of_its_round(self):
+        def change_round(update, change):
+            return {f"{name}/{figure}": value for figure in ("p50", "p99", "rate")
+                    for name, value in (("daemon", update), ("front", change),
+                                        ("front-tls", change))}
+        _, section = report.SECTIONS["redfish-changes"]
+        self.assertIn("| 20 (20 .. 20) |\n",
+                      section([change_round(100, 120), change_round(300, 320)]))
+
+    def test_a_stream_is_shown_with_its_memory_and_its_times(self):
+        figures = {f"{name}/{figure}": 7 for name in ("clear", "tls")
+                   for figure in ("before", "opened", "used", "first", "last")}
+        _, section = report.SECTIONS["redfish-streams"]
+        self.assertIn("| TLS | 7 | 7 | 7 | 7 | 7 |", section([figures]))
 
 
 class Report(unittest.TestCase):
