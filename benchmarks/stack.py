@@ -156,8 +156,14 @@ class Stack:
         redis = self._exits.enter_context(self.running("redis", [
             "redis-server", "--port", "0", "--unixsocket", self.socket, "--unixsocketperm", "700",
             "--dir", self.folder, "--save", "", "--appendonly", "no", "--daemonize", "no"]))
-        redis.wait_until(self.socket.exists, "its socket")
-        wait_until(lambda: self.redis("PING") == "PONG", "an answer of redis")
+        redis.wait_until(self._redis_answers, "its answer")
+
+    def _redis_answers(self):
+        """Its socket is there a moment before it listens."""
+        try:
+            return self.redis("PING") == "PONG"
+        except Failure:
+            return False
 
     def _start_unit(self):
         unit = self._exits.enter_context(self.running("cooling-unit", [
