@@ -86,7 +86,9 @@ def main():
         print(f"{time.monotonic() - begin:.0f} s", flush=True)
     results = results_in(OUTPUT)
     written = report.write(results, results_in(BASELINE), OUTPUT)
-    print(f"bench: {OUTPUT / 'RESULTS.md'}")
+    for name in written:
+        if name.endswith(".md"):
+            print(f"bench: {OUTPUT / name}")
     if options.record:
         short = [part for part, result in results.items() if result["quick"]]
         if short:

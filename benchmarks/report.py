@@ -146,7 +146,14 @@ SECTIONS = {
     "startup": ("Start-up, one core", section_of_startup),
     "footprint": ("Footprint", section_of_footprint),
     "counts": ("Instructions and system calls", section_of_counts),
-    **redfish_report.SECTIONS,
+}
+
+# File: its heading, its sections, its chart of ratios. Each is written when a part of it was
+# measured, so that one can be recorded without the other.
+REPORTS = {
+    "RESULTS.md": ("Results", SECTIONS, "ratios.svg"),
+    "REDFISH.md": ("Results of the Redfish service", redfish_report.SECTIONS,
+                   "redfish-ratios.svg"),
 }
 
 
@@ -163,12 +170,12 @@ def read_chart(title, rounds):
         ("latency of one client, us", ["p50", "p99", "p99.9"], latencies)], labels)
 
 
-def charts(results, goals):
+def charts(results, goals, name_of_ratios):
     """File name to SVG."""
     made = {}
     shown = [goal for goal in goals if not goal.unit and goal.limit > 0]
     if shown:
-        made["ratios.svg"] = plots.ratios("Ratios and their goals", [
+        made[name_of_ratios] = plots.ratios("Ratios and their goals", [
             (goal.label, goal.values, median(goal.values), goal.limit, goal.is_met)
             for goal in shown])
     for part in ("reads-one", "reads-all"):
@@ -189,29 +196,40 @@ def goal_table(goals, baseline):
                  [goal.row(firsts.get(goal.label)) for goal in goals])
 
 
-def write(results, baseline, folder):
-    """Makes RESULTS.md and its charts in the folder, of all parts that were measured. `baseline`:
-    the results of the first version that was measured, as far as there are some."""
-    measured = [part for part in SECTIONS if part in results]
+def write_one(name, results, baseline, folder):
+    """As write(), of one report, from the results of its parts only."""
+    heading, sections, name_of_ratios = REPORTS[name]
     goals = goals_of(results)
-    text = ["# Results", "",
+    text = [f"# {heading}", "",
             "Made by `script/bench`; how to read it is told in [README.md](README.md). Each figure is "
             "the median of the rounds, the least and the greatest of them in brackets.", ""]
-    for machine in sorted({results[part]["machine"] for part in measured}):
+    for machine in sorted({result["machine"] for result in results.values()}):
         text += [f"Machine: {machine}.", ""]
     text += ["## Goals", "",
              goal_table(goals, baseline)]
-    made = charts(results, goals)
-    if "ratios.svg" in made:
-        text += ["![Ratios and their goals](ratios.svg)", ""]
-    for part in measured:
-        title, section = SECTIONS[part]
-        text += [f"## {title}", "", f"`script/bench {part}`: {source_of(results[part])}.", "",
-                 section(results[part]["rounds"])]
+    made = charts(results, goals, name_of_ratios)
+    if name_of_ratios in made:
+        text += [f"![Ratios and their goals]({name_of_ratios})", ""]
+    for part, result in results.items():
+        title, section = sections[part]
+        text += [f"## {title}", "", f"`script/bench {part}`: {source_of(result)}.", "",
+                 section(result["rounds"])]
         if f"{part}.svg" in made:
             text += [f"![{title}]({part}.svg)", ""]
     folder.mkdir(parents=True, exist_ok=True)
-    (folder / "RESULTS.md").write_text("\n".join(text).rstrip("\n") + "\n")
-    for name, svg in made.items():
-        (folder / name).write_text(svg)
-    return ["RESULTS.md", *made]
+    (folder / name).write_text("\n".join(text).rstrip("\n") + "\n")
+    for file, svg in made.items():
+        (folder / file).write_text(svg)
+    return [name, *made]
+
+
+def write(results, baseline, folder):
+    """Makes the reports and their charts in the folder, of all parts that were measured, and gives
+    their names. `baseline`: the results of the first version that was measured, as far as there
+    are some."""
+    written = []
+    for name, (_, sections, _) in REPORTS.items():
+        measured = {part: results[part] for part in sections if part in results}
+        if measured:
+            written += write_one(name, measured, baseline, folder)
+    return written

@@ -9,6 +9,7 @@ import xml.etree.ElementTree
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "benchmarks"))
 
 import plots  # noqa: E402
+import redfish_report  # noqa: E402
 import report  # noqa: E402
 from parts import CLIENTS, median, parse_counts  # noqa: E402
 
@@ -81,7 +82,7 @@ class RedfishFigures(unittest.TestCase):
             self.assertEqual([goal.is_met for goal in goals], met, front)
 
     def test_look_ups_are_told_for_all_rounds(self):
-        _, section = report.SECTIONS["redfish"]
+        _, section = redfish_report.SECTIONS["redfish"]
         text = section([redfish_round(100, 150), redfish_round(100, 150)])
         self.assertIn("10,000 answers of orvane-redfish in 24 s", text)
         self.assertIn("looked at 80 times, and the daemon asked 20 times", text)
@@ -92,14 +93,14 @@ class RedfishFigures(unittest.TestCase):
             return {f"{name}/{figure}": value for figure in ("p50", "p99", "rate")
                     for name, value in (("daemon", update), ("front", change),
                                         ("front-tls", change))}
-        _, section = report.SECTIONS["redfish-changes"]
+        _, section = redfish_report.SECTIONS["redfish-changes"]
         self.assertIn("| 20 (20 .. 20) |\n",
                       section([change_round(100, 120), change_round(300, 320)]))
 
     def test_a_stream_is_shown_with_its_memory_and_its_times(self):
         figures = {f"{name}/{figure}": 7 for name in ("clear", "tls")
                    for figure in ("before", "opened", "used", "first", "last")}
-        _, section = report.SECTIONS["redfish-streams"]
+        _, section = redfish_report.SECTIONS["redfish-streams"]
         self.assertIn("| TLS | 7 | 7 | 7 | 7 | 7 |", section([figures]))
 
 
@@ -118,6 +119,14 @@ class Report(unittest.TestCase):
                 root = xml.etree.ElementTree.parse(folder / chart).getroot()
                 self.assertTrue(root.tag.endswith("svg"))
                 self.assertGreater(len(root), 20)
+
+    def test_has_a_file_of_its_own_for_the_redfish_service(self):
+        with tempfile.TemporaryDirectory() as name:
+            folder = pathlib.Path(name)
+            results = {"redfish": result_of([redfish_round(100, 90)])}
+            self.assertEqual(report.write(results, {}, folder), ["REDFISH.md", "redfish-ratios.svg"])
+            self.assertFalse((folder / "RESULTS.md").exists())
+            self.assertIn("p99: orvane-redfish / nginx", (folder / "REDFISH.md").read_text())
 
     def test_tells_where_it_stood_at_first(self):
         with tempfile.TemporaryDirectory() as name:
