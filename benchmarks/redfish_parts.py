@@ -19,18 +19,11 @@ def calls_of(stack, command):
     return int(found.group(1)) if found else 0
 
 
-def processor_of(process):
-    """What a server and its worker processes have used so far, in ns."""
-    children = open(f"/proc/{process.pid}/task/{process.pid}/children", encoding="ascii")
-    with children:
-        return sum(processor_nanoseconds(int(pid)) for pid in
-                   [process.pid, *children.read().split()])
-
-
 def measured(server, connections, seconds):
-    before = processor_of(server.process)
+    before = processor_nanoseconds(server.process.pid)
     figures = wrk(server, connections, seconds)
-    figures["processor"] = (processor_of(server.process) - before) / 1000 / figures["requests"]
+    used = processor_nanoseconds(server.process.pid) - before
+    figures["processor"] = used / 1000 / figures["requests"]
     return figures
 
 

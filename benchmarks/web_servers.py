@@ -8,7 +8,6 @@ import base64
 import contextlib
 import http.client
 import json
-import os
 import re
 import shutil
 import socket
@@ -99,14 +98,14 @@ def free_ports(count):
 
 
 def nginx_configuration(folder, ports, headers, state):
-    """One worker that has the file open, logs nothing and never ends a connection by itself."""
-    user = "user root;" if os.geteuid() == 0 else ""  # who may read the folder
+    """One worker that has the file open, logs nothing and never ends a connection by itself. It is
+    the only process, so that nothing is left of it however it ends."""
     added = "\n".join(f'add_header {name} "{value}";' for name, value in headers.items()
                       if name.lower() not in OWN_HEADERS)
     temporary = "\n".join(f"{kind}_temp_path {folder}/{kind};" for kind in (
         "client_body", "proxy", "fastcgi", "uwsgi", "scgi"))
     return f"""
-daemon off; worker_processes 1; pid {folder}/pid; error_log stderr; {user}
+daemon off; master_process off; pid {folder}/pid; error_log stderr;
 events {{ worker_connections 1024; }}
 http {{
     access_log off; sendfile on; tcp_nopush on; tcp_nodelay on; keepalive_requests 1000000000;
