@@ -33,10 +33,11 @@ class Line:
         self.branches = collections.Counter()  # (function, position): times taken
 
     def add(self, record):
+        # A line of a coroutine may belong to none of the functions that gcov knows.
         self.count += record["count"]
         for position, branch in enumerate(record["branches"]):
             if not branch["throw"]:
-                self.branches[record["function_name"], position] += branch["count"]
+                self.branches[record.get("function_name"), position] += branch["count"]
 
     def forget_idle_copies(self, copies):
         """Of a template whose other copies were entered, one that was not: its caller lacks a line."""
@@ -59,7 +60,7 @@ class Copies:
         self.entered[place] += record["execution_count"]
 
     def idle(self, function):
-        return self.entered[function] == 0 and self.entered[self.places[function]] > 0
+        return self.entered[function] == 0 and self.entered[self.places.get(function)] > 0
 
 
 def gcov_documents(build, folders):
