@@ -13,7 +13,7 @@ using testing::HasSubstr;
 
 class TheCertificate : public testing::Test {
 protected:
-    std::string asText(const CertificateFiles& files) const {
+    static std::string asText(const CertificateFiles& files) {
         const test::Finished shown =
             test::run({"openssl", "x509", "-in", files.certificate, "-noout", "-text"});
         EXPECT_EQ(shown.status, 0) << shown.error;
