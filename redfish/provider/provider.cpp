@@ -198,8 +198,10 @@ void Provider::change(client::SettingValues changes, std::string user, std::stri
             client::Precondition precondition;
             if (!ifMatch.empty()) {
                 precondition = [&](const std::map<std::string, std::string>& fields) {
-                    return isListed(ifMatch, model::entityTag(model::serialise(model::webGui(
-                                                 withActions(webGui.store(), fields)))));
+                    return isListed(ifMatch,
+                                    model::entityTag(model::serialise(
+                                        model::webGui(withActions(webGui.store(), fields)))),
+                                    Comparison::strong);
                 };
             }
             result.problems = problemsOf(webGui.store(), [&] {
@@ -267,7 +269,7 @@ void Provider::followOnce(client::StoreConnection& store) {
     }
 }
 
-bool isListed(std::string_view header, std::string_view entityTag) {
+bool isListed(std::string_view header, std::string_view entityTag, Comparison comparison) {
     while (!header.empty()) {
         const std::size_t end = header.find(',');
         std::string_view each = header.substr(0, end);
@@ -278,7 +280,7 @@ bool isListed(std::string_view header, std::string_view entityTag) {
         while (each.ends_with(' ')) {
             each.remove_suffix(1);
         }
-        if (each.starts_with("W/")) {
+        if (comparison == Comparison::weak && each.starts_with("W/")) {
             each.remove_prefix(2);
         }
         if (each == "*" || each == entityTag) {

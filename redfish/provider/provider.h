@@ -99,7 +99,11 @@ private:
     std::thread follower_;
 };
 
+// How entity tags are compared (RFC 9110): If-Match asks for the very same bytes, so that a weak
+// tag, "W/...", never matches; to If-None-Match a weak tag is as good.
+enum class Comparison { strong, weak };
+
 // Whether an entity tag is among those that a header If-Match or If-None-Match lists; "*" is any.
-bool isListed(std::string_view header, std::string_view entityTag);
+bool isListed(std::string_view header, std::string_view entityTag, Comparison comparison);
 
 } // namespace redfish

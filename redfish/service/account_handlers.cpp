@@ -162,7 +162,8 @@ void Service::patchAccount(const Call& call, const Answer& answer) {
         return;
     }
     if (!call.request.ifMatch.empty() &&
-        !isListed(call.request.ifMatch, model::entityTag(model::serialise(*document)))) {
+        !isListed(call.request.ifMatch, model::entityTag(model::serialise(*document)),
+                  Comparison::strong)) {
         answer(errorResponse(Message::preconditionFailed));
         return;
     }

@@ -161,7 +161,7 @@ void Service::complete(const Request& request, Response& response) {
     }
     const std::string* const entityTag = findHeader(response, "ETag");
     if (entityTag != nullptr && !request.ifNoneMatch.empty() &&
-        isListed(request.ifNoneMatch, *entityTag)) {
+        isListed(request.ifNoneMatch, *entityTag, Comparison::weak)) {
         response.status = 304;
         response.body = nullptr;
         response.contentType = {};

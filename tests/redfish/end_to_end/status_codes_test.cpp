@@ -196,6 +196,8 @@ TEST_F(TheRedfishService, Answers412WhereTheResourceHasChanged) {
     const std::string tag = get(kWebGui).headers.at("etag");
     EXPECT_EQ(patch(R"({"Theme":"dark"})", {"--header", "If-Match: " + tag}).status, 200);
     EXPECT_EQ(patch(R"({"Theme":"light"})", {"--header", "If-Match: " + tag}).status, 412);
+    const std::string weak = "W/" + get(kWebGui).headers.at("etag");
+    EXPECT_EQ(patch(R"({"Theme":"light"})", {"--header", "If-Match: " + weak}).status, 412);
     EXPECT_THAT(get(kWebGui).body, HasSubstr(R"("Theme":"dark")"));
     EXPECT_EQ(get(kRoot, {"--header", "OData-Version: 3.0"}).status, 412);
 }

@@ -10,6 +10,7 @@
 namespace {
 
 using redfish::ChangeResult;
+using redfish::Comparison;
 using redfish::Reading;
 using redfish::model::Message;
 using redfish::model::Problems;
@@ -229,12 +230,15 @@ TEST_F(TheProvider, EndsWithoutWaitingForAnAnswer) {
 }
 
 TEST(AnEntityTag, IsFoundInTheListOfAHeader) {
-    EXPECT_TRUE(redfish::isListed("\"a\"", "\"a\""));
-    EXPECT_TRUE(redfish::isListed("\"b\" , W/\"a\"", "\"a\""));
-    EXPECT_TRUE(redfish::isListed("*", "\"a\""));
-    EXPECT_FALSE(redfish::isListed("\"b\"", "\"a\""));
-    EXPECT_FALSE(redfish::isListed("a", "\"a\""));
-    EXPECT_FALSE(redfish::isListed("", "\"a\""));
+    EXPECT_TRUE(redfish::isListed("\"a\"", "\"a\"", Comparison::weak));
+    EXPECT_TRUE(redfish::isListed("\"b\" , W/\"a\"", "\"a\"", Comparison::weak));
+    EXPECT_TRUE(redfish::isListed("*", "\"a\"", Comparison::weak));
+    EXPECT_FALSE(redfish::isListed("\"b\"", "\"a\"", Comparison::weak));
+    EXPECT_FALSE(redfish::isListed("a", "\"a\"", Comparison::weak));
+    EXPECT_FALSE(redfish::isListed("", "\"a\"", Comparison::weak));
+    EXPECT_TRUE(redfish::isListed("\"b\", \"a\"", "\"a\"", Comparison::strong));
+    EXPECT_TRUE(redfish::isListed("*", "\"a\"", Comparison::strong));
+    EXPECT_FALSE(redfish::isListed("W/\"a\"", "\"a\"", Comparison::strong));
 }
 
 class TheEventReader : public testing::Test {
