@@ -1,8 +1,8 @@
 // orvane-redfish: puts the parts together and runs them until a signal ends them.
 #include "client/address.h"
+#include "redfish/gateway/event_reader.h"
 #include "redfish/installation.h"
 #include "redfish/options.h"
-#include "redfish/provider/event_reader.h"
 #include "redfish/security/certificate.h"
 #include "redfish/server/server.h"
 #include "redfish/service/responses.h"
@@ -55,7 +55,7 @@ void serve(const redfish::Options& options) {
     redfish::Sessions sessions({});
     redfish::WorkerPool checks(kCheckThreads, kMostChecks);
     redfish::Authenticator authenticator(accounts, sessions, checks, server.post());
-    redfish::Provider provider({.store = store, .timeout = options.timeout}, server.post());
+    redfish::Gateway gateway({.store = store, .timeout = options.timeout}, server.post());
     redfish::EventHub events({.streams = options.streams, .queued = 256, .remembered = 1000},
                              [&](const redfish::EventHub::Listener& each) {
                                  const redfish::Account* const account = accounts.find(each.user);
@@ -68,7 +68,7 @@ void serve(const redfish::Options& options) {
                               .sessions = sessions,
                               .authenticator = authenticator,
                               .checks = checks,
-                              .provider = provider,
+                              .gateway = gateway,
                               .events = events,
                               .post = server.post()},
                              {.uuid = redfish::installationUuid(options.state),

@@ -3,8 +3,8 @@
 // for a while. Thread of the connections only.
 #pragma once
 
+#include "redfish/gateway/worker_pool.h"
 #include "redfish/http/message.h"
-#include "redfish/provider/worker_pool.h"
 #include "redfish/security/accounts.h"
 #include "redfish/security/sessions.h"
 

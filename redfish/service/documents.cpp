@@ -110,7 +110,7 @@ void Service::getFixed(const Call& call, const Answer& answer) {
 
 // The manager tells whether the provider is there, so that is found out first.
 void Service::getManager(const Call& call, const Answer& answer) {
-    parts_.provider.read([this, call, answer](const Reading& reading) {
+    parts_.gateway.read([this, call, answer](const Reading& reading) {
         isProviderThere_ = reading.problems.empty();
         answerDocument(call, model::manager(facts()), answer);
     });

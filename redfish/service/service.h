@@ -3,11 +3,11 @@
 // .cpp files of this folder. Thread of the connections only.
 #pragma once
 
+#include "redfish/gateway/gateway.h"
 #include "redfish/http/message.h"
 #include "redfish/model/accounts.h"
 #include "redfish/model/query.h"
 #include "redfish/model/services.h"
-#include "redfish/provider/provider.h"
 #include "redfish/security/authenticator.h"
 #include "redfish/service/event_hub.h"
 #include "redfish/service/router.h"
@@ -25,7 +25,7 @@ struct ServiceParts {
     Sessions& sessions;
     Authenticator& authenticator;
     WorkerPool& checks; // where passwords are hashed
-    Provider& provider;
+    Gateway& gateway;
     EventHub& events;
     Post post;
 };

@@ -1,5 +1,5 @@
 // The WebGUI resource: read, changed, acted on. How the provider is asked is left to
-// redfish/provider/, what the bodies mean to the model.
+// redfish/gateway/, what the bodies mean to the model.
 #include "client/names.h"
 #include "redfish/model/addresses.h"
 #include "redfish/model/settings_change.h"
@@ -31,7 +31,7 @@ Response partlyChanged(const Reading& reading, const model::Problems& problems) 
 } // namespace
 
 void Service::getWebGui(const Call& call, const Answer& answer) {
-    parts_.provider.read([this, query = call.query, answer](const Reading& reading) {
+    parts_.gateway.read([this, query = call.query, answer](const Reading& reading) {
         isProviderThere_ = reading.problems.empty();
         if (!reading.problems.empty()) {
             answer(errorResponse(reading.problems));
@@ -53,23 +53,23 @@ void Service::patchWebGui(const Call& call, const Answer& answer) {
         answer(errorResponse(changes.problems));
         return;
     }
-    parts_.provider.change(std::move(changes.value), call.identity.user,
-                           std::string(call.request.ifMatch),
-                           [this, answer](const ChangeResult& result) {
-                               if (!result.problems.empty() && !result.isAnythingChanged) {
-                                   answer(errorResponse(result.problems));
-                                   return;
-                               }
-                               parts_.provider.read([answer, result](const Reading& reading) {
-                                   if (!reading.problems.empty()) {
-                                       answer(errorResponse(reading.problems));
-                                   } else if (!result.problems.empty()) {
-                                       answer(partlyChanged(reading, result.problems));
-                                   } else {
-                                       answer(readingResponse(reading));
-                                   }
-                               });
-                           });
+    parts_.gateway.change(std::move(changes.value), call.identity.user,
+                          std::string(call.request.ifMatch),
+                          [this, answer](const ChangeResult& result) {
+                              if (!result.problems.empty() && !result.isAnythingChanged) {
+                                  answer(errorResponse(result.problems));
+                                  return;
+                              }
+                              parts_.gateway.read([answer, result](const Reading& reading) {
+                                  if (!reading.problems.empty()) {
+                                      answer(errorResponse(reading.problems));
+                                  } else if (!result.problems.empty()) {
+                                      answer(partlyChanged(reading, result.problems));
+                                  } else {
+                                      answer(readingResponse(reading));
+                                  }
+                              });
+                          });
 }
 
 void Service::turnOffLcd(const Call& call, const Answer& answer) {
@@ -86,7 +86,7 @@ void Service::act(const Call& call, const char* action, const Answer& answer) {
         answer(errorResponse(problems));
         return;
     }
-    parts_.provider.act(action, [answer](const model::Problems& failed) {
+    parts_.gateway.act(action, [answer](const model::Problems& failed) {
         answer(failed.empty() ? jsonResponse(model::successBody(model::Message::success))
                               : errorResponse(failed));
     });

@@ -1,5 +1,5 @@
 // Threads that take work from one bounded queue, oldest first.
-#include "redfish/provider/worker_pool.h"
+#include "redfish/gateway/worker_pool.h"
 
 #include <utility>
 

@@ -1,6 +1,6 @@
 // Follows the event stream on a thread of its own. Who gets which event is left to
 // service/event_hub.cpp.
-#include "redfish/provider/event_reader.h"
+#include "redfish/gateway/event_reader.h"
 
 #include "client/discovery.h"
 #include "client/errors.h"

@@ -1,14 +1,14 @@
-// The bridge to the provider of the WebGUI resource: reads it, changes it, runs its actions,
+// The gateway to the daemon: reads the WebGUI resource, changes it, runs its actions,
 // over the object store alone. The client library waits for its answers; here that happens on
 // threads of the bridge's own, and what comes of it is told on the thread of the connections.
 #pragma once
 
 #include "client/stop.h"
 #include "client/webgui.h"
+#include "redfish/gateway/post_guard.h"
+#include "redfish/gateway/worker_pool.h"
 #include "redfish/http/message.h"
 #include "redfish/model/errors.h"
-#include "redfish/provider/post_guard.h"
-#include "redfish/provider/worker_pool.h"
 
 #include <functional>
 #include <memory>
@@ -33,22 +33,22 @@ struct ChangeResult {
     model::Problems problems;
 };
 
-struct ProviderOptions {
+struct GatewayOptions {
     client::Address store;
     std::chrono::milliseconds timeout = client::kAnswerTimeout;
 };
 
 // All calls on the thread of the connections, and so are the callbacks; some come at once.
-class Provider {
+class Gateway {
 public:
     using Read = std::function<void(const Reading&)>;
     using Changed = std::function<void(const ChangeResult&)>;
     using Done = std::function<void(const model::Problems&)>;
 
-    Provider(ProviderOptions options, Post post);
-    ~Provider(); // callbacks that are still to come never do
-    Provider(const Provider&) = delete;
-    Provider& operator=(const Provider&) = delete;
+    Gateway(GatewayOptions options, Post post);
+    ~Gateway(); // callbacks that are still to come never do
+    Gateway(const Gateway&) = delete;
+    Gateway& operator=(const Gateway&) = delete;
 
     // The resource as it stands. While it is fresh and unchanged in the store it is served from
     // memory; all who ask while it is being read wait for the same answer.
@@ -79,7 +79,7 @@ private:
     void follow(); // the thread that is told of changes in the store
     void followOnce(client::StoreConnection& store);
 
-    ProviderOptions options_;
+    GatewayOptions options_;
     PostGuard guard_;
     Post post_;
     client::Stop stop_;

@@ -1,7 +1,7 @@
-#include "redfish/provider/provider.h"
+#include "redfish/gateway/gateway.h"
 
 #include "client/stand_in_provider.h"
-#include "redfish/provider/event_reader.h"
+#include "redfish/gateway/event_reader.h"
 #include "redfish/server/server.h"
 
 #include <future>
@@ -20,10 +20,10 @@ using test::StandInProvider;
 using testing::HasSubstr;
 
 // The server's thread is the one of the connections; nobody connects.
-class TheProvider : public testing::Test {
+class TheGateway : public testing::Test {
 protected:
-    ~TheProvider() override {
-        on([this] { bridge.reset(); });
+    ~TheGateway() override {
+        on([this] { gateway.reset(); });
         server.stop();
         thread.join();
     }
@@ -44,20 +44,20 @@ protected:
         });
     }
     Reading read() {
-        return await<Reading>([this](const redfish::Provider::Read& done) { bridge->read(done); });
+        return await<Reading>([this](const redfish::Gateway::Read& done) { gateway->read(done); });
     }
     ChangeResult change(const client::SettingValues& values, const std::string& ifMatch = {}) {
-        return await<ChangeResult>([this, values, ifMatch](const redfish::Provider::Changed& done) {
-            bridge->change(values, "somebody", ifMatch, done);
+        return await<ChangeResult>([this, values, ifMatch](const redfish::Gateway::Changed& done) {
+            gateway->change(values, "somebody", ifMatch, done);
         });
     }
     Problems act(const std::string& action) {
         return await<Problems>(
-            [this, action](const redfish::Provider::Done& done) { bridge->act(action, done); });
+            [this, action](const redfish::Gateway::Done& done) { gateway->act(action, done); });
     }
     unsigned long long lookups() {
         unsigned long long count = 0;
-        on([&] { count = bridge->lookups(); });
+        on([&] { count = gateway->lookups(); });
         return count;
     }
     long readRequests() const {
@@ -90,14 +90,14 @@ protected:
     StandInProvider provider{store};
     redfish::Server server{{.address = "127.0.0.1", .port = 0, .isClear = true},
                            [](unsigned int) { return redfish::Response{}; }};
-    std::unique_ptr<redfish::Provider> bridge = std::make_unique<redfish::Provider>(
-        redfish::ProviderOptions{.store = client::parseAddress(store.address()),
-                                 .timeout = milliseconds(1000)},
+    std::unique_ptr<redfish::Gateway> gateway = std::make_unique<redfish::Gateway>(
+        redfish::GatewayOptions{.store = client::parseAddress(store.address()),
+                                .timeout = milliseconds(1000)},
         server.post());
     std::thread thread{[this] { server.run({}, false); }};
 };
 
-TEST_F(TheProvider, GivesTheResourceAndReadsItFirstWhereItIsNotFresh) {
+TEST_F(TheGateway, GivesTheResourceAndReadsItFirstWhereItIsNotFresh) {
     const Reading reading = read();
     ASSERT_TRUE(reading.problems.empty());
     EXPECT_THAT(*reading.body, HasSubstr(R"("Theme":"light")"));
@@ -105,12 +105,12 @@ TEST_F(TheProvider, GivesTheResourceAndReadsItFirstWhereItIsNotFresh) {
     EXPECT_EQ(readRequests(), 1);
 }
 
-TEST_F(TheProvider, SharesOneReadAmongAllWhoAskAtOneMoment) {
+TEST_F(TheGateway, SharesOneReadAmongAllWhoAskAtOneMoment) {
     provider.behave("00001", {.delay = milliseconds(300)});
     await<bool>([this](const std::function<void(const bool&)>& done) {
         const auto answered = std::make_shared<int>(0);
         for (int i = 0; i < 50; ++i) {
-            bridge->read([answered, done](const Reading& reading) {
+            gateway->read([answered, done](const Reading& reading) {
                 EXPECT_TRUE(reading.problems.empty());
                 if (++*answered == 50) {
                     done(true);
@@ -122,7 +122,7 @@ TEST_F(TheProvider, SharesOneReadAmongAllWhoAskAtOneMoment) {
     EXPECT_LE(readRequests(), 2);
 }
 
-TEST_F(TheProvider, ServesFromMemoryWhileTheResourceIsFresh) {
+TEST_F(TheGateway, ServesFromMemoryWhileTheResourceIsFresh) {
     makeFresh();
     ASSERT_TRUE(waitUntilKept());
     const auto before = lookups();
@@ -132,7 +132,7 @@ TEST_F(TheProvider, ServesFromMemoryWhileTheResourceIsFresh) {
     EXPECT_EQ(lookups(), before);
 }
 
-TEST_F(TheProvider, LearnsOfAChangeByAnyone) {
+TEST_F(TheGateway, LearnsOfAChangeByAnyone) {
     makeFresh();
     ASSERT_TRUE(waitUntilKept());
     store.command({"HSET", StandInProvider::kInstance, "Theme", "dark"});
@@ -145,7 +145,7 @@ TEST_F(TheProvider, LearnsOfAChangeByAnyone) {
     EXPECT_THAT(body, HasSubstr(R"("Theme":"dark")"));
 }
 
-TEST_F(TheProvider, KeepsNothingWhileNobodyTellsOfChanges) {
+TEST_F(TheGateway, KeepsNothingWhileNobodyTellsOfChanges) {
     makeFresh();
     ASSERT_TRUE(waitUntilKept());
     store.command({"CLIENT", "KILL", "TYPE", "pubsub"});
@@ -158,7 +158,7 @@ TEST_F(TheProvider, KeepsNothingWhileNobodyTellsOfChanges) {
     EXPECT_TRUE(waitUntilKept()) << "and keeps again when somebody does";
 }
 
-TEST_F(TheProvider, GivesTheNewValuesRightAfterAChange) {
+TEST_F(TheGateway, GivesTheNewValuesRightAfterAChange) {
     makeFresh();
     ASSERT_TRUE(waitUntilKept());
     for (const std::string theme : {"dark", "light", "dark"}) {
@@ -170,7 +170,7 @@ TEST_F(TheProvider, GivesTheNewValuesRightAfterAChange) {
     EXPECT_EQ(provider.received().back().object.at("EventUserName"), "somebody");
 }
 
-TEST_F(TheProvider, ChangesOnlyWhatIsInTheStateThatIsAskedFor) {
+TEST_F(TheGateway, ChangesOnlyWhatIsInTheStateThatIsAskedFor) {
     makeFresh();
     const std::string tag = read().entityTag;
     const ChangeResult refused = change({{"Theme", "dark"}}, "\"another\"");
@@ -181,7 +181,7 @@ TEST_F(TheProvider, ChangesOnlyWhatIsInTheStateThatIsAskedFor) {
     EXPECT_EQ(change({{"Theme", "light"}}, tag).problems.size(), 1U) << "it has changed";
 }
 
-TEST_F(TheProvider, TellsWhatOfSeveralRequestsWasRefused) {
+TEST_F(TheGateway, TellsWhatOfSeveralRequestsWasRefused) {
     provider.behave("00003", {.messageId = "InternalError"});
     const ChangeResult result = change({{"Language", "Deutsch"}, {"Theme", "dark"}});
     EXPECT_TRUE(result.isAnythingChanged);
@@ -189,14 +189,14 @@ TEST_F(TheProvider, TellsWhatOfSeveralRequestsWasRefused) {
     EXPECT_EQ(result.problems[0].message, Message::internalError);
 }
 
-TEST_F(TheProvider, RunsActions) {
+TEST_F(TheGateway, RunsActions) {
     EXPECT_TRUE(act("WebGUI.TurnOffLCD").empty());
     EXPECT_EQ(provider.received().back().object.at("Action"), "WebGUI.TurnOffLCD");
     provider.behave({.messageId = "ActionNotSupported", .arguments = {"WebGUI.GUIReady"}});
     ASSERT_EQ(act("WebGUI.GUIReady").size(), 1U);
 }
 
-TEST_F(TheProvider, TellsThatNobodyIsThere) {
+TEST_F(TheGateway, TellsThatNobodyIsThere) {
     provider.stopListening();
     const Reading reading = read();
     ASSERT_EQ(reading.problems.size(), 1U);
@@ -207,13 +207,13 @@ TEST_F(TheProvider, TellsThatNobodyIsThere) {
     EXPECT_EQ(read().problems.at(0).message, Message::providerUnavailable);
 }
 
-TEST_F(TheProvider, TellsThatNoAnswerCame) {
+TEST_F(TheGateway, TellsThatNoAnswerCame) {
     provider.behave({.times = 0});
     EXPECT_EQ(read().problems.at(0).message, Message::operationTimeout);
     EXPECT_EQ(act("WebGUI.TurnOffLCD").at(0).message, Message::operationTimeout);
 }
 
-TEST_F(TheProvider, ComesBackWhenTheStoreDoes) {
+TEST_F(TheGateway, ComesBackWhenTheStoreDoes) {
     store.kill();
     EXPECT_FALSE(read().problems.empty());
     store.start();
@@ -221,11 +221,11 @@ TEST_F(TheProvider, ComesBackWhenTheStoreDoes) {
     EXPECT_TRUE(read().problems.empty());
 }
 
-TEST_F(TheProvider, EndsWithoutWaitingForAnAnswer) {
+TEST_F(TheGateway, EndsWithoutWaitingForAnAnswer) {
     provider.behave({.times = 0});
     std::atomic<int> answered{0};
-    on([&] { bridge->read([&](const Reading&) { ++answered; }); });
-    on([this] { bridge.reset(); });
+    on([&] { gateway->read([&](const Reading&) { ++answered; }); });
+    on([this] { gateway.reset(); });
     EXPECT_EQ(answered, 0);
 }
 

@@ -1,6 +1,6 @@
 // Reads are shared and kept, changes and actions handed on. What a request has to look like is
 // left to client/, what an answer looks like to the model.
-#include "redfish/provider/provider.h"
+#include "redfish/gateway/gateway.h"
 
 #include "client/discovery.h"
 #include "client/invalidation.h"
@@ -73,9 +73,9 @@ model::Problems problemsOf(client::StoreConnection& store, Callable work) {
 } // namespace
 
 // One connection for each thread of the pools: lent to whoever runs.
-class Provider::Lender {
+class Gateway::Lender {
 public:
-    Lender(const ProviderOptions& options, const client::Stop& stop) {
+    Lender(const GatewayOptions& options, const client::Stop& stop) {
         for (std::size_t i = 0; i < kReadThreads + kChangeThreads; ++i) {
             free_.push_back(
                 std::make_unique<client::WebGui>(options.store, options.timeout, &stop));
@@ -97,33 +97,33 @@ private:
     std::vector<std::unique_ptr<client::WebGui>> free_;
 };
 
-struct Provider::Stored {
+struct Gateway::Stored {
     Reading reading;
     std::string instance;
     client::Clock::time_point until;
 };
 
 // A read that is under way, and who waits for it.
-struct Provider::Flight {
+struct Gateway::Flight {
     unsigned long long generation = 0; // when it began
     std::vector<Read> waiting;
 };
 
-Provider::Provider(ProviderOptions options, Post post)
+Gateway::Gateway(GatewayOptions options, Post post)
     : options_(std::move(options)), post_(guard_.guard(std::move(post))),
       lender_(std::make_unique<Lender>(options_, stop_)),
       reads_(std::make_unique<WorkerPool>(kReadThreads, kMostReads)),
       changes_(std::make_unique<WorkerPool>(kChangeThreads, kMostChanges)),
       follower_([this] { follow(); }) {}
 
-Provider::~Provider() {
+Gateway::~Gateway() {
     stop_.request();
     follower_.join();
     reads_.reset();
     changes_.reset();
 }
 
-bool Provider::submit(WorkerPool& pool, Work work) {
+bool Gateway::submit(WorkerPool& pool, Work work) {
     return pool.submit([this, work = std::move(work)] {
         std::unique_ptr<client::WebGui> webGui = lender_->lend();
         work(*webGui);
@@ -131,7 +131,7 @@ bool Provider::submit(WorkerPool& pool, Work work) {
     });
 }
 
-void Provider::read(Read done) {
+void Gateway::read(Read done) {
     if (cached_.body && client::Clock::now() < cachedUntil_) {
         done(cached_);
         return;
@@ -165,7 +165,7 @@ void Provider::read(Read done) {
     flight_ = flight;
 }
 
-void Provider::land(const std::shared_ptr<Flight>& flight, const Stored& stored) {
+void Gateway::land(const std::shared_ptr<Flight>& flight, const Stored& stored) {
     if (flight_ == flight) {
         flight_.reset();
     }
@@ -183,13 +183,13 @@ void Provider::land(const std::shared_ptr<Flight>& flight, const Stored& stored)
     }
 }
 
-void Provider::forget() {
+void Gateway::forget() {
     ++generation_;
     cached_ = {};
 }
 
-void Provider::change(client::SettingValues changes, std::string user, std::string ifMatch,
-                      Changed done) {
+void Gateway::change(client::SettingValues changes, std::string user, std::string ifMatch,
+                     Changed done) {
     const auto shared = std::make_shared<Changed>(std::move(done));
     const bool isTaken =
         submit(*changes_, [this, changes = std::move(changes), user = std::move(user),
@@ -223,7 +223,7 @@ void Provider::change(client::SettingValues changes, std::string user, std::stri
     }
 }
 
-void Provider::act(std::string action, Done done) {
+void Gateway::act(std::string action, Done done) {
     const auto shared = std::make_shared<Done>(std::move(done));
     const bool isTaken = submit(*changes_, [this, action, shared](client::WebGui& webGui) {
         const model::Problems problems = problemsOf(webGui.store(), [&] {
@@ -240,7 +240,7 @@ void Provider::act(std::string action, Done done) {
 }
 
 // While nothing tells of changes, nothing is kept: every read goes to the store.
-void Provider::follow() {
+void Gateway::follow() {
     client::StoreConnection store(options_.store);
     while (!stop_.isRequested()) {
         try {
@@ -255,7 +255,7 @@ void Provider::follow() {
     }
 }
 
-void Provider::followOnce(client::StoreConnection& store) {
+void Gateway::followOnce(client::StoreConnection& store) {
     const std::string instance = client::findInstance(store);
     client::Invalidations news(options_.store, {instance, client::freshnessKey(instance)});
     post_([this, instance] {
