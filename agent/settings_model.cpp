@@ -19,7 +19,7 @@ constexpr char kAlert[] = "YES";
 // A call of the database is repeated while it fails, at this pace, and the pause follows a
 // successful call too.
 constexpr useconds_t kPauseMicroseconds = 200000;
-constexpr int kMaximumCalls = 16;
+constexpr int kMaxCalls = 16;
 
 // Columns of the table, in its order.
 enum Column {
@@ -45,7 +45,7 @@ enum ColumnType { kNumber = 0, kText = 1, kBoolean = 2 };
 template <typename Call>
 int callAtPace(Call call) {
     int code = 0;
-    for (int calls = 0; calls < kMaximumCalls; ++calls) {
+    for (int calls = 0; calls < kMaxCalls; ++calls) {
         code = call();
         ::usleep(kPauseMicroseconds);
         if (code == 0) {

@@ -1,5 +1,5 @@
 // See bare.h.
-#include "bare.h"
+#include "benchmarks/bare.h"
 
 #include <array>
 #include <cstdio>
@@ -104,9 +104,9 @@ void Bare::openDatabase() {
 }
 
 void Bare::append(const std::vector<std::string_view>& words) {
-    constexpr std::size_t kMostWords = 24;
-    std::array<const char*, kMostWords> texts{};
-    std::array<std::size_t, kMostWords> lengths{};
+    constexpr std::size_t kMaxWords = 24;
+    std::array<const char*, kMaxWords> texts{};
+    std::array<std::size_t, kMaxWords> lengths{};
     for (std::size_t i = 0; i < words.size(); ++i) {
         texts.at(i) = words[i].data();
         lengths.at(i) = words[i].size();

@@ -1,6 +1,6 @@
 // orvane_bench_bare: answers requests on a channel with the daemon's redis commands and no more.
 // Ends by SIGTERM.
-#include "bare.h"
+#include "benchmarks/bare.h"
 
 #include <CLI/CLI.hpp>
 #include <iostream>

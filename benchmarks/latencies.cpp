@@ -1,5 +1,5 @@
 // See latencies.h.
-#include "latencies.h"
+#include "benchmarks/latencies.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,6 +1,6 @@
 // See load.h. Of the two connections only that is waited for from which something is to come:
 // the reply to a publication is read with what follows it, and wakes nobody.
-#include "load.h"
+#include "benchmarks/load.h"
 
 #include <algorithm>
 #include <array>

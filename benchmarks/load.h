@@ -2,8 +2,8 @@
 // each from publishing it to having read its return message.
 #pragma once
 
-#include "latencies.h"
-#include "redis_socket.h"
+#include "benchmarks/latencies.h"
+#include "benchmarks/redis_socket.h"
 
 #include <cstdint>
 #include <deque>

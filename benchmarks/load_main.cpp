@@ -1,6 +1,6 @@
 // orvane_bench_load: runs one load and prints its figures as one line of JSON; times are in
 // microseconds where nothing else is said.
-#include "load.h"
+#include "benchmarks/load.h"
 
 #include <CLI/CLI.hpp>
 #include <ctime>

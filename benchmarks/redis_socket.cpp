@@ -1,5 +1,5 @@
 // See redis_socket.h. Replies nest one level deep at most: none that is asked for goes deeper.
-#include "redis_socket.h"
+#include "benchmarks/redis_socket.h"
 
 #include <algorithm>
 #include <array>

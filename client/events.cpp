@@ -19,7 +19,7 @@ namespace {
 
 // The server is asked anew this often, so that one that hangs is noticed.
 constexpr std::chrono::milliseconds kBlock{5000};
-constexpr const char* kMostAtOnce = "100";
+constexpr const char* kMaxAtOnce = "100";
 
 // The first millisecond that a date of this form, with its four digits of a year, cannot tell.
 constexpr std::int64_t kYear10000 = 253'402'300'800'000;
@@ -114,7 +114,7 @@ EventStream::EventStream(StoreConnection& store, std::string source, std::string
 }
 
 std::vector<Event> EventStream::next() {
-    const Words words{"XREAD",   "COUNT", kMostAtOnce, "BLOCK", std::to_string(kBlock.count()),
+    const Words words{"XREAD",   "COUNT", kMaxAtOnce, "BLOCK", std::to_string(kBlock.count()),
                       "STREAMS", key_,    last_};
     while (true) {
         const std::optional<Reply> reply =

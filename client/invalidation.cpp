@@ -15,7 +15,7 @@ constexpr const char* kChannel = "__redis__:invalidate";
 // The connection that asked is looked at this often: when it is lost, the news end in silence.
 constexpr std::chrono::milliseconds kLook{100};
 // News that come in a row are told as one, but no more than this many.
-constexpr int kMostInARow = 1000;
+constexpr int kMaxInARow = 1000;
 
 } // namespace
 
@@ -49,7 +49,7 @@ bool Invalidations::next(Deadline deadline, const Stop* stop) {
     while (true) {
         const Deadline look = std::min(deadline, Clock::now() + kLook);
         const bool isTold = news_.receive(look, stop).has_value();
-        for (int i = 0; isTold && i < kMostInARow; ++i) {
+        for (int i = 0; isTold && i < kMaxInARow; ++i) {
             if (!news_.receive(Clock::now(), stop)) {
                 break;
             }

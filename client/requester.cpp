@@ -18,7 +18,7 @@ constexpr std::chrono::milliseconds kActionGrace{4000};
 // provider may still write to it expires with it.
 constexpr std::chrono::milliseconds kAbandonedLife{5000};
 
-constexpr int kMostArguments = 5;
+constexpr int kMaxArguments = 5;
 
 // ARGV: life in milliseconds, then names and values. One step, so that no client can die
 // between writing the object and limiting its life.
@@ -178,7 +178,7 @@ Answer Requester::readAnswer(const std::string& uuid) {
             "\" is missing or has no field \"MessageId\"; look into the provider's log");
     }
     Answer answer{.messageId = id->second, .arguments = {}};
-    for (int i = 0; i < kMostArguments; ++i) {
+    for (int i = 0; i < kMaxArguments; ++i) {
         const auto argument = fields.find("MessageArgs." + std::to_string(i));
         if (argument == fields.end()) {
             break;

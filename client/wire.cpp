@@ -3,7 +3,7 @@
 #include "client/wire.h"
 
 #include "client/errors.h"
-#include "redis_credentials.h"
+#include "credentials/redis_credentials.h"
 
 #include <array>
 #include <cerrno>

@@ -15,7 +15,7 @@ namespace {
 
 // One password at a time: each takes a core and megabytes.
 constexpr std::size_t kCheckThreads = 1;
-constexpr std::size_t kMostChecks = 16;
+constexpr std::size_t kMaxChecks = 16;
 
 redfish::ServerOptions serverOptions(const redfish::Options& options) {
     redfish::ServerOptions server{.address = options.listen,
@@ -53,7 +53,7 @@ void serve(const redfish::Options& options) {
                                            options.limits.bodyBytes);
     });
     redfish::Sessions sessions({});
-    redfish::WorkerPool checks(kCheckThreads, kMostChecks);
+    redfish::WorkerPool checks(kCheckThreads, kMaxChecks);
     redfish::Authenticator authenticator(accounts, sessions, checks, server.post());
     redfish::Gateway gateway({.store = store, .timeout = options.timeout}, server.post());
     redfish::EventHub events({.streams = options.streams, .queued = 256, .remembered = 1000},

@@ -15,7 +15,7 @@ const ReturnMessage kInternalErrorTemplate{"InternalError", 0, nullptr};
 namespace {
 
 // The hard limit of a return message in the store.
-constexpr std::uint8_t kMaximumArguments = 5;
+constexpr std::uint8_t kMaxArguments = 5;
 
 char* copyText(const char* text) {
     const std::string_view source = text == nullptr ? "" : text;
@@ -27,13 +27,13 @@ char* copyText(const char* text) {
 }
 
 int createInStore(redisContext* context, const char* uuid, const ReturnMessage& record) {
-    if (record.argCount > kMaximumArguments) {
+    if (record.argCount > kMaxArguments) {
         logLine("sendReturnMsg", "Too more parameters of ReturnMessage.");
         return osselCreateReturnMessage(context, uuid, "InternalError", nullptr);
     }
     // A null closes the list early, so the unused places need no call of their own. A record
     // whose arguments could not be allocated keeps its count and is sent without them.
-    std::array<const char*, kMaximumArguments> argument{};
+    std::array<const char*, kMaxArguments> argument{};
     for (std::size_t i = 0; record.args != nullptr && i < record.argCount; ++i) {
         argument[i] = record.args[i];
     }

@@ -2,8 +2,8 @@
 // unit is reached is cooling_unit.cpp's.
 #include "platform/cooling.h"
 
-#include "cooling/cooling_unit.h"
-#include "cooling/register_map.h"
+#include "platform/cooling/cooling_unit.h"
+#include "platform/cooling/register_map.h"
 #include "text.h"
 
 #include <exception>

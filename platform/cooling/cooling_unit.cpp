@@ -1,6 +1,6 @@
 // The cooling unit as the library's calls see it: reached at need, given up for a while when
 // it is away. The steps on the wire are modbus_link.cpp's.
-#include "cooling/cooling_unit.h"
+#include "platform/cooling/cooling_unit.h"
 
 #include <cstdlib>
 

@@ -2,8 +2,8 @@
 // it is away, told about once per outage. What the registers mean is register_map.h's.
 #pragma once
 
-#include "cooling/modbus_link.h"
-#include "outage.h"
+#include "platform/cooling/modbus_link.h"
+#include "platform/outage.h"
 
 #include <chrono>
 #include <cstdint>

@@ -1,8 +1,8 @@
 // One Modbus TCP connection on which every step ends before a deadline. When to connect
 // again is the business of cooling_unit.cpp.
-#include "cooling/modbus_link.h"
+#include "platform/cooling/modbus_link.h"
 
-#include "cooling/register_map.h"
+#include "platform/cooling/register_map.h"
 
 #include <cerrno>
 #include <string>

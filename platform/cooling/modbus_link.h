@@ -2,7 +2,7 @@
 // again is the business of cooling_unit.h.
 #pragma once
 
-#include "cooling/unit_address.h"
+#include "platform/cooling/unit_address.h"
 
 #include <chrono>
 #include <cstdint>

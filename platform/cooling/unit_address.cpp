@@ -1,6 +1,6 @@
 // Where a Modbus unit is reached: an address and a port. Who connects or listens is not
 // decided here.
-#include "cooling/unit_address.h"
+#include "platform/cooling/unit_address.h"
 
 #include <arpa/inet.h>
 #include <charconv>

@@ -1,6 +1,6 @@
 // The panel's brightness by way of a directory of the kernel's backlight class. Range checks
 // of the level are the caller's.
-#include "lcd_panel/backlight.h"
+#include "platform/lcd_panel/backlight.h"
 
 #include <algorithm>
 #include <array>

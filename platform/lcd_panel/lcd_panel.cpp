@@ -2,9 +2,9 @@
 // panel is reached is backlight.cpp's and screen_saver.cpp's.
 #include "platform/lcd_panel.h"
 
-#include "lcd_panel/backlight.h"
-#include "lcd_panel/screen_saver.h"
-#include "outage.h"
+#include "platform/lcd_panel/backlight.h"
+#include "platform/lcd_panel/screen_saver.h"
+#include "platform/outage.h"
 
 #include <cstdlib>
 #include <exception>

@@ -1,6 +1,6 @@
 // A change of the X server's screen saver that never holds its caller longer than the bound.
 // What is said to the server is x_session.cpp's.
-#include "lcd_panel/screen_saver.h"
+#include "platform/lcd_panel/screen_saver.h"
 
 #include <atomic>
 #include <condition_variable>

@@ -1,7 +1,7 @@
 // A change of the X server's screen saver that never holds its caller longer than the bound.
 #pragma once
 
-#include "lcd_panel/x_session.h"
+#include "platform/lcd_panel/x_session.h"
 
 #include <chrono>
 #include <string>

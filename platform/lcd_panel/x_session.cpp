@@ -6,7 +6,7 @@
 // display is being opened, and afterwards lets libx11 unlock a mutex that is unlocked.) What
 // is left of the Display must not be used again, not even to close it: its socket is closed,
 // its memory, some kilobytes, is kept.
-#include "lcd_panel/x_session.h"
+#include "platform/lcd_panel/x_session.h"
 
 #include <X11/Xlib.h>
 #include <csetjmp>

@@ -1,6 +1,6 @@
 // Parses and shows the address of the store. What is not of the two allowed forms is
 // refused here, so that nothing half understood reaches hiredis.
-#include "address.h"
+#include "platform/ossel/address.h"
 
 #include <charconv>
 #include <hiredis/hiredis.h>

@@ -2,8 +2,8 @@
 // themselves are left to hashes.cpp.
 #include "platform/ossel.h"
 
-#include "boundary.h"
-#include "exchange.h"
+#include "platform/ossel/boundary.h"
+#include "platform/ossel/exchange.h"
 #include "text.h"
 
 #include <algorithm>
@@ -31,7 +31,7 @@ bool isNumber(const Reply& reply) {
 // not for the log.
 bool push(redisContext& context, const char* key, const char* value) {
     ShortCommand eval{"EVAL", kPushUnlessHeld, "1", key, value};
-    return isNumber(askAllowingWrongKind(context, eval, {REDIS_REPLY_INTEGER}, Repeat::Harmless));
+    return isNumber(askAllowingWrongKind(context, eval, {REDIS_REPLY_INTEGER}, Repeat::harmless));
 }
 
 bool removeFromList(redisContext& context, const char* key, int count, const char* value) {
@@ -39,28 +39,28 @@ bool removeFromList(redisContext& context, const char* key, int count, const cha
     const char* const end = std::to_chars(digits.begin(), digits.end(), count).ptr;
     const std::string_view number(digits.data(), static_cast<std::size_t>(end - digits.data()));
     ShortCommand lrem{"LREM", key, number, value};
-    const Reply reply = askAllowingWrongKind(context, lrem, {REDIS_REPLY_INTEGER}, Repeat::Never);
+    const Reply reply = askAllowingWrongKind(context, lrem, {REDIS_REPLY_INTEGER}, Repeat::never);
     return isNumber(reply) && reply.integer() > 0;
 }
 
 bool addToSet(redisContext& context, const char* key, const char* member) {
     ShortCommand sadd{"SADD", key, member};
-    return isNumber(ask(context, sadd, {REDIS_REPLY_INTEGER}, Repeat::Harmless));
+    return isNumber(ask(context, sadd, {REDIS_REPLY_INTEGER}, Repeat::harmless));
 }
 
 bool removeFromSet(redisContext& context, const char* key, const char* member) {
     ShortCommand srem{"SREM", key, member};
-    const Reply reply = ask(context, srem, {REDIS_REPLY_INTEGER}, Repeat::Never);
+    const Reply reply = ask(context, srem, {REDIS_REPLY_INTEGER}, Repeat::never);
     return isNumber(reply) && reply.integer() > 0;
 }
 
 // The members of a set or of a list. None when they cannot be read.
 Reply membersOf(redisContext& context, const char* key) {
     ShortCommand smembers{"SMEMBERS", key};
-    Reply reply = askAllowingWrongKind(context, smembers, {REDIS_REPLY_ARRAY}, Repeat::Harmless);
+    Reply reply = askAllowingWrongKind(context, smembers, {REDIS_REPLY_ARRAY}, Repeat::harmless);
     if (isWrongKind(reply)) {
         ShortCommand lrange{"LRANGE", key, "0", "-1"};
-        reply = ask(context, lrange, {REDIS_REPLY_ARRAY}, Repeat::Harmless);
+        reply = ask(context, lrange, {REDIS_REPLY_ARRAY}, Repeat::harmless);
     }
     return reply;
 }
@@ -97,7 +97,7 @@ bool makeSet(redisContext& context, const char* key, std::span<const InstanceSlo
     for (const InstanceSlot& member : members) {
         sadd.add(boundedText(member));
     }
-    return runTransaction(context, std::array<Command, 2>{del, sadd}, Repeat::Harmless);
+    return runTransaction(context, std::array<Command, 2>{del, sadd}, Repeat::harmless);
 }
 
 // What was done already is not done twice by a second try: the set is gone by then.
@@ -110,7 +110,7 @@ bool renew(redisContext& context, int mode, const char* collectionKey, const cha
     const std::string tree = std::string(kWorkTreePrefix) + collectionKey;
     ShortCommand store{mode == kAdd ? "SUNIONSTORE" : "SDIFFSTORE", tree, tree, setKey};
     ShortCommand del{"DEL", setKey};
-    return runTransaction(context, std::array<Command, 2>{store, del}, Repeat::Harmless);
+    return runTransaction(context, std::array<Command, 2>{store, del}, Repeat::harmless);
 }
 
 } // namespace

@@ -1,5 +1,5 @@
 // Writes commands in the form in which the server reads them: arrays of texts with their lengths.
-#include "command.h"
+#include "platform/ossel/command.h"
 
 #include <algorithm>
 #include <charconv>

@@ -1,6 +1,6 @@
 // Keeps standard error readable while the store is away or refuses the same thing again and
 // again. The form of a line and its writing in one piece are left to log_line.h.
-#include "complaints.h"
+#include "platform/ossel/complaints.h"
 
 #include "log_line.h"
 

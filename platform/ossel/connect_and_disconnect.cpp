@@ -2,11 +2,11 @@
 // connection as such is left to connection.cpp.
 #include "platform/ossel.h"
 
-#include "boundary.h"
-#include "complaints.h"
-#include "connection.h"
-#include "exchange.h"
-#include "first_connection.h"
+#include "platform/ossel/boundary.h"
+#include "platform/ossel/complaints.h"
+#include "platform/ossel/connection.h"
+#include "platform/ossel/exchange.h"
+#include "platform/ossel/first_connection.h"
 
 #include <csignal>
 #include <cstdlib>
@@ -48,7 +48,7 @@ std::optional<Address> configuredAddress() {
 // connection nevertheless: only an answer shows that it serves us.
 bool isServed(redisContext& context) {
     ShortCommand ping{"PING"};
-    return bool(ask(context, ping, {REDIS_REPLY_STATUS}, Repeat::Harmless));
+    return bool(ask(context, ping, {REDIS_REPLY_STATUS}, Repeat::harmless));
 }
 
 redisContext* connect() {

@@ -1,9 +1,9 @@
 // Opens, checks and re-opens connections with hiredis 0.14, and makes up for what that
 // version leaves undone. Which commands may be repeated is left to exchange.cpp.
-#include "connection.h"
+#include "platform/ossel/connection.h"
 
-#include "complaints.h"
-#include "redis_credentials.h"
+#include "credentials/redis_credentials.h"
+#include "platform/ossel/complaints.h"
 #include "text.h"
 
 #include <algorithm>

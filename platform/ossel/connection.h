@@ -5,7 +5,7 @@
 // it is used again. One thread at a time for each connection.
 #pragma once
 
-#include "address.h"
+#include "platform/ossel/address.h"
 
 #include <chrono>
 #include <hiredis/hiredis.h>

@@ -1,9 +1,9 @@
 // The round trip itself, its time limit, the second try and the reading of errors. Opening
 // connections is left to connection.cpp.
-#include "exchange.h"
+#include "platform/ossel/exchange.h"
 
-#include "complaints.h"
-#include "connection.h"
+#include "platform/ossel/complaints.h"
+#include "platform/ossel/connection.h"
 
 #include <algorithm>
 #include <array>
@@ -205,7 +205,7 @@ bool exchange(redisContext& context, std::span<const Command> commands, std::spa
     const std::string request = wireForm(commands);
     Attempt first(context);
     bool done = first.run(request, replies);
-    if (!done && repeat == Repeat::Harmless && first.isBroken()) {
+    if (!done && repeat == Repeat::harmless && first.isBroken()) {
         done = reconnect(context) && Attempt(context).run(request, replies);
     }
     if (!done) {

@@ -4,8 +4,8 @@
 // What goes wrong is said on standard error here, so that callers only pass it on.
 #pragma once
 
-#include "command.h"
-#include "reply.h"
+#include "platform/ossel/command.h"
+#include "platform/ossel/reply.h"
 
 #include <initializer_list>
 #include <span>
@@ -14,7 +14,7 @@ namespace ossel {
 
 // Whether a command may be sent once more when the connection broke before its reply came:
 // then nobody knows whether the server has run it.
-enum class Repeat { Harmless, Never };
+enum class Repeat { harmless, never };
 
 // Sends all commands in one go and reads as many replies, in order. False when they did not
 // all arrive; whether an error is among them is not looked at. Ends after kCommandTimeout at

@@ -3,8 +3,8 @@
 // are hashes too, are left to messages_and_events.cpp.
 #include "platform/ossel.h"
 
-#include "boundary.h"
-#include "exchange.h"
+#include "platform/ossel/boundary.h"
+#include "platform/ossel/exchange.h"
 #include "text.h"
 
 #include <array>
@@ -36,18 +36,18 @@ bool setFields(redisContext& context, const char* key, std::span<const FieldValu
         command.add(boundedText(field.name));
         command.add(boundedText(field.value));
     }
-    return bool(ask(context, command, {REDIS_REPLY_INTEGER}, Repeat::Harmless));
+    return bool(ask(context, command, {REDIS_REPLY_INTEGER}, Repeat::harmless));
 }
 
 bool removeKey(redisContext& context, std::string_view key) {
     ShortCommand del{"DEL", key};
-    return bool(ask(context, del, {REDIS_REPLY_INTEGER}, Repeat::Harmless));
+    return bool(ask(context, del, {REDIS_REPLY_INTEGER}, Repeat::harmless));
 }
 
 // The reply with the field's text; none when there is no such field.
 Reply readField(redisContext& context, const char* key, const char* field) {
     ShortCommand hget{"HGET", key, field};
-    Reply reply = ask(context, hget, {REDIS_REPLY_STRING, REDIS_REPLY_NIL}, Repeat::Harmless);
+    Reply reply = ask(context, hget, {REDIS_REPLY_STRING, REDIS_REPLY_NIL}, Repeat::harmless);
     return reply.type() == REDIS_REPLY_STRING ? std::move(reply) : Reply();
 }
 
@@ -60,12 +60,12 @@ bool markFresh(redisContext& context, std::string_view key, int ttl) {
     const char* const end = std::to_chars(digits.begin(), digits.end(), ttl).ptr;
     const std::string_view seconds(digits.data(), static_cast<std::size_t>(end - digits.data()));
     ShortCommand set{"SET", mark, "1", "EX", seconds};
-    return bool(ask(context, set, {REDIS_REPLY_STATUS}, Repeat::Harmless));
+    return bool(ask(context, set, {REDIS_REPLY_STATUS}, Repeat::harmless));
 }
 
 FieldValuePair* readAllFields(redisContext& context, const char* key, unsigned int& count) {
     ShortCommand hgetall{"HGETALL", key};
-    const Reply reply = ask(context, hgetall, {REDIS_REPLY_ARRAY}, Repeat::Harmless);
+    const Reply reply = ask(context, hgetall, {REDIS_REPLY_ARRAY}, Repeat::harmless);
     const std::span<redisReply* const> texts = reply.elements();
     if (texts.size() < 2 || texts.size() % 2 != 0) {
         return nullptr;

@@ -2,9 +2,9 @@
 // events. Whom a message is for is left to the callers.
 #include "platform/ossel.h"
 
-#include "boundary.h"
-#include "complaints.h"
-#include "exchange.h"
+#include "platform/ossel/boundary.h"
+#include "platform/ossel/complaints.h"
+#include "platform/ossel/exchange.h"
 #include "text.h"
 
 #include <array>
@@ -77,14 +77,14 @@ bool storeReturnMessage(redisContext& context, const char* uuid, const char* mes
     ShortCommand expire{"EXPIRE", uuid, kReturnMessageSeconds};
     const std::array<Command, 2> commands{hset, expire};
     std::array<Reply, 2> replies;
-    return exchange(context, commands, replies, Repeat::Harmless) &&
+    return exchange(context, commands, replies, Repeat::harmless) &&
            isWanted(context, commands[0], replies[0], {REDIS_REPLY_INTEGER}) &&
            isWanted(context, commands[1], replies[1], {REDIS_REPLY_INTEGER});
 }
 
 bool publish(redisContext& context, const char* channel, const char* message) {
     ShortCommand command{"PUBLISH", channel, message};
-    return bool(ask(context, command, {REDIS_REPLY_INTEGER}, Repeat::Never));
+    return bool(ask(context, command, {REDIS_REPLY_INTEGER}, Repeat::never));
 }
 
 // One XADD. Owns the names of the arguments; the texts are the event's.
@@ -138,7 +138,7 @@ bool appendEvents(redisContext& context, const char* source, std::span<const Oss
     const std::string stream = std::string(kEventsPrefix) + source;
     if (events.size() == 1) {
         EventCommand xadd(stream, events.front());
-        return bool(ask(context, xadd, {REDIS_REPLY_STRING}, Repeat::Never));
+        return bool(ask(context, xadd, {REDIS_REPLY_STRING}, Repeat::never));
     }
     std::vector<EventCommand> xadds;
     xadds.reserve(events.size());
@@ -146,7 +146,7 @@ bool appendEvents(redisContext& context, const char* source, std::span<const Oss
     for (const OsselEvent& event : events) {
         commands.push_back(xadds.emplace_back(stream, event));
     }
-    return runTransaction(context, commands, Repeat::Never);
+    return runTransaction(context, commands, Repeat::never);
 }
 
 } // namespace

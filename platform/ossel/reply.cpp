@@ -1,6 +1,6 @@
 // Reads flat replies without hiredis, whose reader allocates for each. Whatever is not plainly
 // one of them is refused here, so that hiredis alone decides about everything unusual.
-#include "reply.h"
+#include "platform/ossel/reply.h"
 
 #include <algorithm>
 #include <charconv>

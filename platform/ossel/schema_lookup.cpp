@@ -2,9 +2,9 @@
 // Which connection serves them is left to first_connection.h.
 #include "platform/ossel.h"
 
-#include "boundary.h"
-#include "exchange.h"
-#include "first_connection.h"
+#include "platform/ossel/boundary.h"
+#include "platform/ossel/exchange.h"
+#include "platform/ossel/first_connection.h"
 
 #include <cstring>
 #include <string>
@@ -16,7 +16,7 @@ namespace {
 // The field of the hash as a `malloc`ed text, whatever its length; null when there is none.
 char* copyOfField(redisContext& context, std::string_view key, std::string_view field) {
     ShortCommand hget{"HGET", key, field};
-    const Reply reply = ask(context, hget, {REDIS_REPLY_STRING, REDIS_REPLY_NIL}, Repeat::Harmless);
+    const Reply reply = ask(context, hget, {REDIS_REPLY_STRING, REDIS_REPLY_NIL}, Repeat::harmless);
     return reply.type() == REDIS_REPLY_STRING ? ::strndup(reply.text().data(), reply.text().size())
                                               : nullptr;
 }

@@ -1,6 +1,6 @@
 // Reads the address of the server. Where the text comes from, and what follows from one that
 // names no server, is left to subscription.cpp and connection.cpp.
-#include "address.h"
+#include "platform/plugin_host/address.h"
 
 #include <charconv>
 #include <sys/un.h>

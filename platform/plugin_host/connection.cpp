@@ -1,9 +1,9 @@
 // Connecting, sending and receiving. Commands are sent past hiredis, whose write would
 // raise SIGPIPE on a connection that the server has closed.
-#include "connection.h"
+#include "platform/plugin_host/connection.h"
 
-#include "event.h"
-#include "redis_credentials.h"
+#include "credentials/redis_credentials.h"
+#include "platform/plugin_host/event.h"
 
 #include <algorithm>
 #include <cerrno>

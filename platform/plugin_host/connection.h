@@ -2,7 +2,7 @@
 // 2 s at most. What is sent and when a lost one is opened again is for subscription.cpp.
 #pragma once
 
-#include "address.h"
+#include "platform/plugin_host/address.h"
 
 #include <chrono>
 #include <hiredis/hiredis.h>

@@ -1,7 +1,7 @@
 // Reads the payload of a request. The everyday one is read at a glance; the parser decides about
 // every other. Its events are taken instead of a tree, so that a payload of another form is refused
 // at its first wrong element; the log is left to the caller.
-#include "payload.h"
+#include "platform/plugin_host/payload.h"
 
 #include <algorithm>
 #include <array>
@@ -110,7 +110,7 @@ private:
 } // namespace
 
 const char* parseRequest(std::string_view payload, RequestTriple& request) {
-    if (payload.size() > kMostPayloadBytes) {
+    if (payload.size() > kMaxPayloadBytes) {
         return "longer than 64 KiB";
     }
     if (readPlainRequest(payload, request)) {

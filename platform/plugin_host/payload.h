@@ -11,7 +11,7 @@
 namespace plugin_host {
 
 // Longer payloads are refused unread.
-constexpr std::size_t kMostPayloadBytes = 65536;
+constexpr std::size_t kMaxPayloadBytes = 65536;
 
 // Null when the request was filled; otherwise why the payload is refused (a constant text),
 // with the request in any state. The texts go on as C strings: none holds a NUL.

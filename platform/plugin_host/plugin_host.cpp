@@ -2,10 +2,10 @@
 // the work, the queues, the subscription or the wait.
 #include "platform/plugin_host.h"
 
-#include "error_line.h"
-#include "request_queues.h"
-#include "subscription.h"
-#include "wait.h"
+#include "platform/plugin_host/error_line.h"
+#include "platform/plugin_host/request_queues.h"
+#include "platform/plugin_host/subscription.h"
+#include "platform/plugin_host/wait.h"
 
 #include <utility>
 #include <vector>

@@ -1,8 +1,8 @@
 // The queues of posted requests and the waiting for them. Starting, stopping and counting
 // the threads that wait here is left to wait.cpp.
-#include "request_queues.h"
+#include "platform/plugin_host/request_queues.h"
 
-#include "error_line.h"
+#include "platform/plugin_host/error_line.h"
 
 #include <utility>
 

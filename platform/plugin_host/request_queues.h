@@ -3,7 +3,7 @@
 #pragma once
 
 #include "platform/plugin_host.h"
-#include "tally.h"
+#include "platform/plugin_host/tally.h"
 
 #include <array>
 #include <cstddef>

@@ -1,6 +1,6 @@
 // Blocks, takes and gives back the two signals that stop the host. Who waits for them, and
 // the stop itself, is left to wait.cpp.
-#include "stop_signals.h"
+#include "platform/plugin_host/stop_signals.h"
 
 #include <cerrno>
 #include <sys/signalfd.h>

@@ -1,10 +1,10 @@
 // Registers with redis, hands requests to the hook, renews what is lost and leaves in good
 // order. Reading a payload is left to payload.cpp, the bounds of a connection to connection.cpp.
-#include "subscription.h"
+#include "platform/plugin_host/subscription.h"
 
-#include "error_line.h"
-#include "event.h"
-#include "payload.h"
+#include "platform/plugin_host/error_line.h"
+#include "platform/plugin_host/event.h"
+#include "platform/plugin_host/payload.h"
 
 #include <algorithm>
 #include <array>

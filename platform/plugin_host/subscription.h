@@ -2,8 +2,8 @@
 // subscription, on a connection of the host's own. Signals and workers are for wait.cpp.
 #pragma once
 
-#include "connection.h"
 #include "platform/plugin_host.h"
+#include "platform/plugin_host/connection.h"
 
 #include <cstddef>
 #include <string>

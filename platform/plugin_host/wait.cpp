@@ -1,12 +1,12 @@
 // Starts the threads of the host and ends them in order: the hook's first, so that the
 // workers' queues are complete. Each part's own work is in request_queues and subscription.
-#include "wait.h"
+#include "platform/plugin_host/wait.h"
 
-#include "error_line.h"
-#include "event.h"
-#include "request_queues.h"
-#include "stop_signals.h"
-#include "subscription.h"
+#include "platform/plugin_host/error_line.h"
+#include "platform/plugin_host/event.h"
+#include "platform/plugin_host/request_queues.h"
+#include "platform/plugin_host/stop_signals.h"
+#include "platform/plugin_host/subscription.h"
 
 #include <array>
 #include <atomic>
@@ -18,8 +18,8 @@ namespace plugin_host {
 namespace {
 
 void nameThread(const std::string& name) {
-    constexpr std::size_t kMostLetters = 15; // the kernel's bound
-    ::pthread_setname_np(::pthread_self(), name.substr(0, kMostLetters).c_str());
+    constexpr std::size_t kMaxLetters = 15; // the kernel's bound
+    ::pthread_setname_np(::pthread_self(), name.substr(0, kMaxLetters).c_str());
 }
 
 // The workers that still run; the last one raises the event.

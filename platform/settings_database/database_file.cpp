@@ -1,6 +1,6 @@
 // The database as files: its folder, its header, and setting a damaged one aside. What is
 // in the file is left to SQLite.
-#include "database_file.h"
+#include "platform/settings_database/database_file.h"
 
 #include <algorithm>
 #include <array>

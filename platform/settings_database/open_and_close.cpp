@@ -1,10 +1,10 @@
 // Opening and closing the database: missing, older and damaged files. The tables are left to
 // schema.cpp, names and folders to database_file.cpp.
-#include "database_file.h"
 #include "log_line.h"
 #include "platform/settings_database.h"
-#include "schema.h"
-#include "statement.h"
+#include "platform/settings_database/database_file.h"
+#include "platform/settings_database/schema.h"
+#include "platform/settings_database/statement.h"
 #include "text.h"
 
 #include <algorithm>

@@ -2,7 +2,7 @@
 // to the callers.
 #include "log_line.h"
 #include "platform/settings_database.h"
-#include "statement.h"
+#include "platform/settings_database/statement.h"
 #include "text.h"
 
 #include <algorithm>

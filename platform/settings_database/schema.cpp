@@ -1,8 +1,8 @@
 // The tables of the settings database, their defaults, and how a file of any older shape
 // gets them. Files and connections are left to open_and_close.cpp.
-#include "schema.h"
+#include "platform/settings_database/schema.h"
 
-#include "statement.h"
+#include "platform/settings_database/statement.h"
 
 #include <algorithm>
 #include <optional>

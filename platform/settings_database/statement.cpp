@@ -1,6 +1,6 @@
 // One SQLite statement, its texts and its errors. What is run, and what an error means, is
 // left to the callers.
-#include "statement.h"
+#include "platform/settings_database/statement.h"
 
 #include <cstring>
 #include <new>

@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::chrono::milliseconds kRetryPause{500};
 // The store keeps about a thousand.
-constexpr int kMostKept = 2000;
+constexpr int kMaxKept = 2000;
 
 } // namespace
 
@@ -41,7 +41,7 @@ void EventReader::run() {
 void EventReader::readOn(client::StoreConnection& store) {
     if (last_.empty()) {
         const std::vector<client::Event> kept =
-            client::eventsSince(store, client::kEventSource, "0", kMostKept);
+            client::eventsSince(store, client::kEventSource, "0", kMaxKept);
         last_ = kept.empty() ? "0" : kept.back().id;
         tell(store, kept, true);
     }

@@ -17,8 +17,8 @@ namespace {
 constexpr std::size_t kReadThreads = 2;
 // Changes wait for each other at the provider; more threads would only hold more of them there.
 constexpr std::size_t kChangeThreads = 4;
-constexpr std::size_t kMostReads = 64;
-constexpr std::size_t kMostChanges = 32;
+constexpr std::size_t kMaxReads = 64;
+constexpr std::size_t kMaxChanges = 32;
 constexpr std::chrono::milliseconds kRetryPause{500};
 constexpr std::chrono::milliseconds kNewsWait{1000};
 
@@ -112,8 +112,8 @@ struct Gateway::Flight {
 Gateway::Gateway(GatewayOptions options, Post post)
     : options_(std::move(options)), post_(guard_.guard(std::move(post))),
       lender_(std::make_unique<Lender>(options_, stop_)),
-      reads_(std::make_unique<WorkerPool>(kReadThreads, kMostReads)),
-      changes_(std::make_unique<WorkerPool>(kChangeThreads, kMostChanges)),
+      reads_(std::make_unique<WorkerPool>(kReadThreads, kMaxReads)),
+      changes_(std::make_unique<WorkerPool>(kChangeThreads, kMaxChanges)),
       follower_([this] { follow(); }) {}
 
 Gateway::~Gateway() {

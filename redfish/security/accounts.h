@@ -25,7 +25,7 @@ struct Account {
 
 inline constexpr std::size_t kShortestPassword = 8;
 inline constexpr std::size_t kLongestPassword = 128;
-inline constexpr std::size_t kMostAccounts = 32;
+inline constexpr std::size_t kMaxAccounts = 32;
 
 // 1 to 32 letters, digits, dots, hyphens and underscores, a letter or digit first.
 bool isAccountName(std::string_view name);

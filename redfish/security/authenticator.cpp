@@ -12,8 +12,8 @@ namespace redfish {
 namespace {
 
 constexpr std::chrono::seconds kRemembered{60};
-constexpr std::size_t kMostRemembered = 256;
-constexpr std::size_t kMostFailures = 1024;
+constexpr std::size_t kMaxRemembered = 256;
+constexpr std::size_t kMaxFailures = 1024;
 constexpr std::string_view kBasic = "basic ";
 
 // Checked when there is no such account, so that the time tells nothing of which there are.
@@ -162,13 +162,13 @@ void Authenticator::fail(const std::string& name) {
 // Both tables grow with what strangers send.
 void Authenticator::dropOld() {
     const Clock::time_point now = Clock::now();
-    if (known_.size() >= kMostRemembered) {
+    if (known_.size() >= kMaxRemembered) {
         std::erase_if(known_, [now](const auto& each) { return each.second.until <= now; });
-        if (known_.size() >= kMostRemembered) {
+        if (known_.size() >= kMaxRemembered) {
             known_.clear();
         }
     }
-    if (failures_.size() >= kMostFailures) {
+    if (failures_.size() >= kMaxFailures) {
         std::erase_if(failures_, [&](const auto& each) {
             return now - each.second.last > rules_.duration ||
                    accounts_.find(each.first) == nullptr;

@@ -110,7 +110,7 @@ void Service::postAccount(const Call& call, const Answer& answer) {
                                      {"ManagerAccount", "UserName", wanted.userName}));
                 return;
             }
-            if (parts_.accounts.all().size() >= kMostAccounts) {
+            if (parts_.accounts.all().size() >= kMaxAccounts) {
                 answer(errorResponse(Message::createLimitReachedForResource));
                 return;
             }

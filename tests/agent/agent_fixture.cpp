@@ -1,6 +1,6 @@
 // The fixture of the agent's tests: the agent, and a look at the SQLite connection that the doubles
 // opened for it.
-#include "agent/agent_fixture.h"
+#include "tests/agent/agent_fixture.h"
 
 #include <sqlite3.h>
 #include <utility>

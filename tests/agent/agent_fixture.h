@@ -3,8 +3,8 @@
 #pragma once
 
 #include "agent/webgui_agent.h"
-#include "doubles/platform_test.h"
 #include "process_state.h"
+#include "tests/doubles/platform_test.h"
 
 #include <map>
 #include <memory>

@@ -1,5 +1,5 @@
 // Settings that act on the LCD panel at once: agent/display_control.cpp.
-#include "agent/agent_fixture.h"
+#include "tests/agent/agent_fixture.h"
 
 #include <limits>
 

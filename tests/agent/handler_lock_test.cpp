@@ -1,9 +1,9 @@
 // The one lock of the handlers, with real threads: who waits for whom. The pause after a database
 // call is where a handler is held.
-#include "agent/agent_fixture.h"
 #include "agent/handler_tables.h"
 #include "requests/return_messages.h"
-#include "support/wait_until.h"
+#include "tests/agent/agent_fixture.h"
+#include "tests/support/wait_until.h"
 #include "text.h"
 
 #include <atomic>

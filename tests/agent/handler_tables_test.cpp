@@ -1,8 +1,8 @@
 // The handler tables, and what each handler makes of its values: agent/handler_tables.cpp. The lock
 // of the handlers has tests of its own.
-#include "agent/agent_fixture.h"
 #include "agent/handler_tables.h"
 #include "requests/return_messages.h"
+#include "tests/agent/agent_fixture.h"
 #include "text.h"
 
 #include <array>

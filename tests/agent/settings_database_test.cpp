@@ -1,7 +1,7 @@
 // Opening the settings database and the SQL that does not go through the row helpers:
 // agent/settings_database.cpp.
-#include "agent/agent_fixture.h"
 #include "agent/query_result.h"
+#include "tests/agent/agent_fixture.h"
 
 #include <limits>
 #include <stdexcept>
@@ -280,7 +280,7 @@ TEST_F(RunSql, ShowsTheReturnCodeInDecimalWhateverTheStream) {
 }
 
 TEST_F(RunSql, LeavesTheSecondLineOutWhenThereIsNoMessage) {
-    doubles::database().connection = doubles::Connection::kNull;
+    doubles::database().connection = doubles::Connection::null;
     start("");
     EXPECT_EQ(failureOf("SELECT 1"), "failed ");
     EXPECT_EQ(errors(),

@@ -1,6 +1,6 @@
 // The settings row: what start-up loads and does, reading, writing and the fixed pace:
 // agent/settings_model.cpp.
-#include "agent/agent_fixture.h"
+#include "tests/agent/agent_fixture.h"
 
 #include <limits>
 #include <utility>

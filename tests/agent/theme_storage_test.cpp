@@ -1,6 +1,6 @@
 // The theme in the table Misc: agent/theme_storage.cpp.
-#include "agent/agent_fixture.h"
 #include "agent/query_result.h"
+#include "tests/agent/agent_fixture.h"
 
 #include <type_traits>
 

@@ -1,4 +1,4 @@
-#include "latencies.h"
+#include "benchmarks/latencies.h"
 
 #include <gtest/gtest.h>
 #include <sstream>

@@ -1,8 +1,8 @@
 // The programs of benchmarks/ beside the real daemon: counts of answers, and the commands that
 // redis sees from the daemon and from the bare programs.
-#include "bare.h"
-#include "end_to_end/devices.h"
-#include "support/wait_until.h"
+#include "benchmarks/bare.h"
+#include "tests/end_to_end/devices.h"
+#include "tests/support/wait_until.h"
 
 #include <cstdlib>
 #include <gmock/gmock.h>

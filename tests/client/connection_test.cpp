@@ -1,8 +1,8 @@
 #include "client/connection.h"
 
 #include "client/errors.h"
-#include "support/redis_server.h"
-#include "support/wait_until.h"
+#include "tests/support/redis_server.h"
+#include "tests/support/wait_until.h"
 
 #include <array>
 #include <gmock/gmock.h>

@@ -2,8 +2,8 @@
 
 #include "client/errors.h"
 #include "client/provisioning.h"
-#include "client/stand_in_provider.h"
-#include "support/wait_until.h"
+#include "tests/client/stand_in_provider.h"
+#include "tests/support/wait_until.h"
 
 #include <gmock/gmock.h>
 

@@ -1,7 +1,7 @@
 #include "client/invalidation.h"
 
 #include "client/errors.h"
-#include "support/redis_server.h"
+#include "tests/support/redis_server.h"
 
 #include <gtest/gtest.h>
 #include <thread>

@@ -1,7 +1,7 @@
 #include "client/provisioning.h"
 
 #include "client/errors.h"
-#include "support/redis_server.h"
+#include "tests/support/redis_server.h"
 
 #include <algorithm>
 #include <gmock/gmock.h>

@@ -1,7 +1,7 @@
 #include "client/requester.h"
 
-#include "client/stand_in_provider.h"
-#include "support/wait_until.h"
+#include "tests/client/stand_in_provider.h"
+#include "tests/support/wait_until.h"
 
 #include <gmock/gmock.h>
 

@@ -1,4 +1,4 @@
-#include "client/stand_in_provider.h"
+#include "tests/client/stand_in_provider.h"
 
 #include "client/provisioning.h"
 

@@ -2,7 +2,7 @@
 // takes requests on its channel, and answers as it is told to.
 #pragma once
 
-#include "support/redis_server.h"
+#include "tests/support/redis_server.h"
 
 #include <atomic>
 #include <chrono>

@@ -1,7 +1,7 @@
 #include "client/webgui.h"
 
 #include "client/discovery.h"
-#include "client/stand_in_provider.h"
+#include "tests/client/stand_in_provider.h"
 
 #include <barrier>
 #include <gmock/gmock.h>

@@ -1,7 +1,7 @@
 // The doubles of the LCD panel and of the cooling unit.
-#include "doubles/device_double.h"
+#include "tests/doubles/device_double.h"
 
-#include "doubles/recorder.h"
+#include "tests/doubles/recorder.h"
 
 #include "text.h"
 

@@ -7,25 +7,25 @@
 namespace doubles {
 
 enum class Shape {
-    kNone,       // it does not fail
-    kRefused,    // no effect: the code, a null pointer, false; in the C library `errno` is the code
-    kEmptyText,  // done, with an empty text or an empty file
-    kEmptyArray, // done, with memory for an array and a count of 0
-    kNullArray,  // done, with a null array
-    kTwoRows,    // done, with one row more than there is
-    kNotReady,   // done, with a handle that is not ready
-    kLevelOne,   // the code, with the schema level 1 left in the handle
-    kLevelTwo,   // the code, with the schema level 2 left in the handle
-    kUnreadable, // done, with a file whose reads fail
-    kNoMessage,  // the code, without a message
-    kAfterRows,  // the code, after the rows were delivered
+    none,       // it does not fail
+    refused,    // no effect: the code, a null pointer, false; in the C library `errno` is the code
+    emptyText,  // done, with an empty text or an empty file
+    emptyArray, // done, with memory for an array and a count of 0
+    nullArray,  // done, with a null array
+    twoRows,    // done, with one row more than there is
+    notReady,   // done, with a handle that is not ready
+    levelOne,   // the code, with the schema level 1 left in the handle
+    levelTwo,   // the code, with the schema level 2 left in the handle
+    unreadable, // done, with a file whose reads fail
+    noMessage,  // the code, without a message
+    afterRows,  // the code, after the rows were delivered
 };
 
 struct Fault {
-    Shape shape = Shape::kNone;
+    Shape shape = Shape::none;
     int code = 0;
 
-    explicit operator bool() const { return shape != Shape::kNone; }
+    explicit operator bool() const { return shape != Shape::none; }
     bool operator==(const Fault&) const = default;
 };
 

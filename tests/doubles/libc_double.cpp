@@ -1,8 +1,8 @@
 // What the taken-over functions of the C library do. How they are taken over is left to
 // wrap.cpp (test programs) and preload.cpp (the daemon itself).
-#include "doubles/libc_double.h"
+#include "tests/doubles/libc_double.h"
 
-#include "doubles/recorder.h"
+#include "tests/doubles/recorder.h"
 
 #include <cerrno>
 #include <cstring>
@@ -83,11 +83,11 @@ std::FILE* openMarker(const char* mode, const Fault& fault) {
 
 std::FILE* openManagingMode(const Fault& fault) {
     switch (fault.shape) {
-    case Shape::kEmptyText:
+    case Shape::emptyText:
         return fileWith({});
-    case Shape::kUnreadable:
+    case Shape::unreadable:
         return openFile("/", "r"); // a directory opens, and cannot be read
-    case Shape::kNone:
+    case Shape::none:
         return files().managingMode ? fileWith(*files().managingMode) : noFile(refused(ENOENT));
     default:
         return noFile(fault.code);

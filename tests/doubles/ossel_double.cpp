@@ -1,7 +1,7 @@
 // The double of the object-store client: a store in memory that answers as the contract
 // says. Recording and failing are left to the recorder.
-#include "doubles/platform_doubles.h"
-#include "doubles/recorder.h"
+#include "tests/doubles/platform_doubles.h"
+#include "tests/doubles/recorder.h"
 
 #include "text.h"
 
@@ -105,7 +105,7 @@ bool nobodyIsConnected() {
 
 // The answer of a look-up that gives a text: null where nothing was found.
 char* textOrNull(const Fault& fault, const std::string* found) {
-    if (fault.shape == Shape::kEmptyText) {
+    if (fault.shape == Shape::emptyText) {
         return duplicate({});
     }
     if (found == nullptr) {
@@ -321,7 +321,7 @@ int osselDeleteHash(redisContext* context, const char* key) {
 int osselGetHashField(redisContext* context, const char* key, const char* field, char* value) {
     const Lock lock(mutex());
     const Fault fault = enterCall("osselGetHashField", arguments(context, key, field));
-    if (fault.shape == Shape::kEmptyText) {
+    if (fault.shape == Shape::emptyText) {
         value[0] = '\0';
         return 0;
     }
@@ -343,8 +343,8 @@ int osselGetHashField(redisContext* context, const char* key, const char* field,
 FieldValuePair* osselHashGetAll(redisContext* context, const char* key, unsigned int* count) {
     const Lock lock(mutex());
     const Fault fault = enterCall("osselHashGetAll", arguments(context, key));
-    *count = fault.shape == Shape::kNullArray ? 1 : 0;
-    if (fault.shape == Shape::kEmptyArray) {
+    *count = fault.shape == Shape::nullArray ? 1 : 0;
+    if (fault.shape == Shape::emptyArray) {
         return static_cast<FieldValuePair*>(doubles::detail::allocate(sizeof(FieldValuePair)));
     }
     if (fault) {
@@ -450,7 +450,7 @@ int osselSMembers(redisContext* context, const char* key, InstanceSlot** members
                   unsigned int* count) {
     const Lock lock(mutex());
     const Fault fault = enterCall("osselSMembers", arguments(context, key));
-    if (fault.shape == Shape::kRefused || doubles::isAny(context, {key})) {
+    if (fault.shape == Shape::refused || doubles::isAny(context, {key})) {
         return fault ? fault.code : refused();
     }
     const bool isList = doubles::lists().contains(key);
@@ -458,7 +458,7 @@ int osselSMembers(redisContext* context, const char* key, InstanceSlot** members
     const auto group = groups.find(key);
     *members = nullptr;
     *count = 0;
-    if (fault.shape == Shape::kEmptyArray) {
+    if (fault.shape == Shape::emptyArray) {
         *members = static_cast<InstanceSlot*>(doubles::detail::allocate(sizeof(InstanceSlot)));
     }
     if (fault || group == groups.end()) {
@@ -530,7 +530,7 @@ int osselCreateEventObject(redisContext* context, const char* source, int kind,
 char* olGetSchemaTypeIdByField(const char* key, const char* field, const char* value) {
     const Lock lock(mutex());
     const Fault fault = enterCall("olGetSchemaTypeIdByField", arguments(key, field, value));
-    const bool refuses = fault.shape == Shape::kRefused || doubles::nobodyIsConnected() ||
+    const bool refuses = fault.shape == Shape::refused || doubles::nobodyIsConnected() ||
                          key == nullptr || field == nullptr || value == nullptr;
     return doubles::textOrNull(
         fault,
@@ -540,7 +540,7 @@ char* olGetSchemaTypeIdByField(const char* key, const char* field, const char* v
 char* olObjGetProperty(const char* objectKey, const char* property) {
     const Lock lock(mutex());
     const Fault fault = enterCall("olObjGetProperty", arguments(objectKey, property));
-    const bool refuses = fault.shape == Shape::kRefused || doubles::nobodyIsConnected() ||
+    const bool refuses = fault.shape == Shape::refused || doubles::nobodyIsConnected() ||
                          objectKey == nullptr || property == nullptr;
     return doubles::textOrNull(fault, refuses ? nullptr : doubles::findField(objectKey, property));
 }

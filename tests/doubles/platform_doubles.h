@@ -6,12 +6,12 @@
 // work; a test that runs threads reads and changes data only while none of them is inside.
 #pragma once
 
-#include "doubles/device_double.h"
-#include "doubles/fault.h"
-#include "doubles/libc_double.h"
-#include "doubles/plugin_host_double.h"
-#include "doubles/settings_database_double.h"
 #include "platform/ossel.h"
+#include "tests/doubles/device_double.h"
+#include "tests/doubles/fault.h"
+#include "tests/doubles/libc_double.h"
+#include "tests/doubles/plugin_host_double.h"
+#include "tests/doubles/settings_database_double.h"
 
 #include <map>
 #include <string>

@@ -1,5 +1,5 @@
 // The double keeps to the contract of the device libraries where a unit test relies on it.
-#include "doubles/platform_test.h"
+#include "tests/doubles/platform_test.h"
 
 #include "records.h"
 #include "text.h"
@@ -82,7 +82,7 @@ TEST_F(PlatformDouble, FailsTheNthCallOfAnyFunction) {
 }
 
 TEST_F(PlatformDouble, FailsACallAndAllLaterOnesOfItsFunction) {
-    doubles::failCallAndLater(2, {doubles::Shape::kRefused, 4});
+    doubles::failCallAndLater(2, {doubles::Shape::refused, 4});
     EXPECT_EQ(LCDBlank(0), 0);
     EXPECT_EQ(xset_env_init(), 4);
     EXPECT_TRUE(doubles::failuresMet());
@@ -91,15 +91,15 @@ TEST_F(PlatformDouble, FailsACallAndAllLaterOnesOfItsFunction) {
 }
 
 TEST_F(PlatformDouble, FailsNeighbouringCallsAsAsked) {
-    doubles::failCall(1, {doubles::Shape::kRefused, 4});
-    doubles::failCall(2, {doubles::Shape::kRefused, 5});
+    doubles::failCall(1, {doubles::Shape::refused, 4});
+    doubles::failCall(2, {doubles::Shape::refused, 5});
     EXPECT_EQ(LCDBlank(0), 4);
     EXPECT_EQ(xset_env_init(), 5);
     EXPECT_EQ(LCDBlank(0), 0);
 }
 
 TEST_F(PlatformDouble, NeitherFailsNorCountsCallsWhileFailuresArePaused) {
-    doubles::failCall(1, {doubles::Shape::kRefused, 4});
+    doubles::failCall(1, {doubles::Shape::refused, 4});
     doubles::pauseFailures(true);
     EXPECT_EQ(LCDBlank(0), 0);
     doubles::pauseFailures(false);
@@ -109,14 +109,14 @@ TEST_F(PlatformDouble, NeitherFailsNorCountsCallsWhileFailuresArePaused) {
 
 TEST_F(PlatformDouble, RecordsWhatBecameOfEachCall) {
     doubles::hashes()["key"] = {{"A", "1"}};
-    doubles::failCall(1, {doubles::Shape::kRefused, 4});
+    doubles::failCall(1, {doubles::Shape::refused, 4});
     LCDBlank(0);
     osselIsFieldMatched(context(), "key", "A", "1");
     osselIsFieldMatched(context(), "key", "A", "2");
     osselRedisDisconnect(nullptr);
     const std::vector<doubles::RecordedCall> calls = doubles::recordedCalls();
     ASSERT_EQ(calls.size(), 4U);
-    EXPECT_EQ(calls[0].fault, (doubles::Fault{doubles::Shape::kRefused, 4}));
+    EXPECT_EQ(calls[0].fault, (doubles::Fault{doubles::Shape::refused, 4}));
     EXPECT_FALSE(calls[1].fault);
     EXPECT_TRUE(calls[2].fault); // by itself
     EXPECT_TRUE(calls[2].canFail);
@@ -191,13 +191,13 @@ TEST_F(PlatformDouble, HandsOutAWholeHashInStoredOrder) {
 TEST_F(PlatformDouble, HandsOutNoRecordsInEachWayThatTheContractAllows) {
     doubles::hashes()["key"] = {{"A", "1"}};
     unsigned int count = 9;
-    doubles::failCall(1, {doubles::Shape::kRefused, 1});
+    doubles::failCall(1, {doubles::Shape::refused, 1});
     EXPECT_EQ(osselHashGetAll(context(), "key", &count), nullptr);
     EXPECT_EQ(count, 0U);
-    doubles::failCall(1, {doubles::Shape::kNullArray, 0});
+    doubles::failCall(1, {doubles::Shape::nullArray, 0});
     EXPECT_EQ(osselHashGetAll(context(), "key", &count), nullptr);
     EXPECT_EQ(count, 1U);
-    doubles::failCall(1, {doubles::Shape::kEmptyArray, 0});
+    doubles::failCall(1, {doubles::Shape::emptyArray, 0});
     const MallocPtr<FieldValuePair> records{osselHashGetAll(context(), "key", &count)};
     EXPECT_NE(records, nullptr);
     EXPECT_EQ(count, 0U);
@@ -208,7 +208,7 @@ TEST_F(PlatformDouble, HandsOutAnEmptyTextInsteadOfTheStoredOne) {
     std::array<char, 256> text{};
     context();
     for (int nth = 1; nth <= 3; ++nth) {
-        doubles::failCall(nth, {doubles::Shape::kEmptyText, 0});
+        doubles::failCall(nth, {doubles::Shape::emptyText, 0});
     }
     const MallocPtr<char> id{
         olGetSchemaTypeIdByField("OsselSchemaInstances", "title", "#OrvaneWebGUI.1.0.0.WebGUI")};
@@ -273,11 +273,11 @@ TEST_F(PlatformDouble, HandsOutNoMembersWithAndWithoutMemory) {
     doubles::lists()["list"] = {"a"};
     InstanceSlot* members = nullptr;
     unsigned int count = 9;
-    doubles::failCall(1, {doubles::Shape::kNullArray, 0});
+    doubles::failCall(1, {doubles::Shape::nullArray, 0});
     EXPECT_EQ(osselSMembers(context(), "list", &members, &count), 0);
     EXPECT_EQ(members, nullptr);
     EXPECT_EQ(count, 0U);
-    doubles::failCall(1, {doubles::Shape::kEmptyArray, 0});
+    doubles::failCall(1, {doubles::Shape::emptyArray, 0});
     EXPECT_EQ(osselSMembers(context(), "list", &members, &count), 0);
     const MallocPtr<InstanceSlot> owner{members};
     EXPECT_NE(members, nullptr);
@@ -375,15 +375,15 @@ TEST_F(PlatformDouble, AnswersAQueryWithTheHeadingAndEveryRow) {
 
 TEST_F(PlatformDouble, LeavesASchemaLevelOrNoReadyFlagAsAsked) {
     SettingsDatabase handle{};
-    doubles::failCall(1, {doubles::Shape::kLevelOne, -1});
+    doubles::failCall(1, {doubles::Shape::levelOne, -1});
     EXPECT_EQ(open_database(&handle, 2), -1);
     EXPECT_EQ(handle.schemaLevel, 1);
     EXPECT_EQ(handle.ready, 0);
-    doubles::failCall(1, {doubles::Shape::kLevelTwo, 3});
+    doubles::failCall(1, {doubles::Shape::levelTwo, 3});
     EXPECT_EQ(open_database(&handle, 2), 3);
     EXPECT_EQ(handle.schemaLevel, 2);
     EXPECT_EQ(handle.ready, 0);
-    doubles::failCall(1, {doubles::Shape::kNotReady, 0});
+    doubles::failCall(1, {doubles::Shape::notReady, 0});
     EXPECT_EQ(open_database(&handle, 2), 0);
     EXPECT_EQ(handle.ready, 0);
     close_database(&handle);
@@ -392,14 +392,14 @@ TEST_F(PlatformDouble, LeavesASchemaLevelOrNoReadyFlagAsAsked) {
 TEST_F(PlatformDouble, AnswersAQueryWithAnotherNumberOfRows) {
     SettingsDatabase handle{};
     SettingsTable table{};
-    const std::pair<doubles::Shape, unsigned int> cases[] = {{doubles::Shape::kEmptyArray, 0},
-                                                             {doubles::Shape::kNullArray, 0},
-                                                             {doubles::Shape::kTwoRows, 2}};
+    const std::pair<doubles::Shape, unsigned int> cases[] = {{doubles::Shape::emptyArray, 0},
+                                                             {doubles::Shape::nullArray, 0},
+                                                             {doubles::Shape::twoRows, 2}};
     for (const auto& [shape, rows] : cases) {
         doubles::failCall(1, {shape, 0});
         EXPECT_EQ(query_database_dat_with_condition(&handle, "webgui_tbl", &table, ""), 0);
         EXPECT_EQ(table.rowCount, rows);
-        EXPECT_EQ(table.rows == nullptr, shape == doubles::Shape::kNullArray);
+        EXPECT_EQ(table.rows == nullptr, shape == doubles::Shape::nullArray);
         free_sql_tbl(&table);
     }
 }
@@ -419,9 +419,9 @@ TEST_F(PlatformDouble, FailsAStatementWithAndWithoutAMessageAndAfterItsRows) {
         bool message;
         int rows;
     };
-    const Case cases[] = {{doubles::Shape::kRefused, true, 0},
-                          {doubles::Shape::kNoMessage, false, 0},
-                          {doubles::Shape::kAfterRows, true, 1}};
+    const Case cases[] = {{doubles::Shape::refused, true, 0},
+                          {doubles::Shape::noMessage, false, 0},
+                          {doubles::Shape::afterRows, true, 1}};
     for (const Case& each : cases) {
         int rows = 0;
         char* message = nullptr;
@@ -546,7 +546,7 @@ TEST_F(PlatformDouble, RefusesTheRunMarkerAsOftenAsAsked) {
 
 TEST_F(PlatformDouble, FailsCallsOfTheCLibraryWithTheAskedError) {
     for (int nth = 1; nth <= 5; ++nth) {
-        doubles::failCall(nth, {doubles::Shape::kRefused, EACCES});
+        doubles::failCall(nth, {doubles::Shape::refused, EACCES});
     }
     const auto failsWithTheError = [](bool failed) {
         return failed && std::exchange(errno, 0) == EACCES;
@@ -561,12 +561,12 @@ TEST_F(PlatformDouble, FailsCallsOfTheCLibraryWithTheAskedError) {
 TEST_F(PlatformDouble, HandsOutAnEmptyAndAnUnreadableManagingModeFile) {
     doubles::files().managingMode = "Varrow";
     std::array<char, 32> text{};
-    for (const auto shape : {doubles::Shape::kEmptyText, doubles::Shape::kUnreadable}) {
+    for (const auto shape : {doubles::Shape::emptyText, doubles::Shape::unreadable}) {
         doubles::failCall(1, {shape, 0});
         std::FILE* const file = std::fopen(doubles::kManagingModeFile, "r");
         ASSERT_NE(file, nullptr);
         EXPECT_EQ(std::fgets(text.data(), 32, file), nullptr);
-        EXPECT_EQ(std::ferror(file) != 0, shape == doubles::Shape::kUnreadable);
+        EXPECT_EQ(std::ferror(file) != 0, shape == doubles::Shape::unreadable);
         std::fclose(file);
     }
 }
@@ -616,7 +616,7 @@ TEST_F(PlatformDouble, FailsTheAskedAllocationOnly) {
 
 TEST_F(PlatformDouble, RecordsAllocationsAndFailsThemLikeOtherCalls) {
     doubles::recordAllocations(true);
-    doubles::failCall(2, {doubles::Shape::kRefused, ENOMEM});
+    doubles::failCall(2, {doubles::Shape::refused, ENOMEM});
     const MallocPtr<void> first{std::malloc(8)};
     const MallocPtr<void> second{std::calloc(2, 8)};
     doubles::recordAllocations(false);

@@ -1,7 +1,7 @@
 // The base of every unit test that works on the doubles.
 #pragma once
 
-#include "doubles/platform_doubles.h"
+#include "tests/doubles/platform_doubles.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

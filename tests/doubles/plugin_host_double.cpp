@@ -1,8 +1,8 @@
 // The double of the plugin host's two classes. When the hook and the workers run is left
 // to the test.
-#include "doubles/plugin_host_double.h"
+#include "tests/doubles/plugin_host_double.h"
 
-#include "doubles/recorder.h"
+#include "tests/doubles/recorder.h"
 
 struct ovrComSupport::Threads {};
 struct ovrBindCAPIToOssel::Subscription {};

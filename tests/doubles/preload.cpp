@@ -16,8 +16,8 @@
 //   marker-file PATH                  what is opened instead of the run marker
 //   request MSGID REQARG CHANNEL      handed to the hook inside ovrThreadWaitForExit, after
 //                                     which the workers run until their queues are empty
-#include "doubles/platform_doubles.h"
-#include "doubles/recorder.h"
+#include "tests/doubles/platform_doubles.h"
+#include "tests/doubles/recorder.h"
 
 #include <algorithm>
 #include <cstdlib>

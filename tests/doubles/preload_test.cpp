@@ -1,6 +1,6 @@
 // The double in front of the real daemon: the script reaches the calls, the log tells them.
-#include "support/child_process.h"
-#include "support/temporary_folder.h"
+#include "tests/support/child_process.h"
+#include "tests/support/temporary_folder.h"
 
 #include <cstdlib>
 #include <gmock/gmock.h>

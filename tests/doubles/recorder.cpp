@@ -1,7 +1,7 @@
 // The record of the calls, the failures that a test asks for, and how arguments are
 // shown. What a call does otherwise is left to the double of its library.
-#include "doubles/recorder.h"
-#include "doubles/platform_doubles.h"
+#include "tests/doubles/recorder.h"
+#include "tests/doubles/platform_doubles.h"
 
 #include <algorithm>
 #include <set>
@@ -39,7 +39,7 @@ void ask(Failure failure) {
 }
 
 Fault refusal(int code) {
-    return {Shape::kRefused, code};
+    return {Shape::refused, code};
 }
 
 // The failure that happens to the next call of this function, if any does.

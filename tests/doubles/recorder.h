@@ -2,8 +2,8 @@
 // arguments are shown. Tests use platform_doubles.h instead.
 #pragma once
 
-#include "doubles/fault.h"
 #include "records.h"
+#include "tests/doubles/fault.h"
 
 #include <cstddef>
 #include <cstdio>

@@ -1,8 +1,8 @@
 // The double of the settings-database helpers. The statements that the daemon runs by
 // itself go to a real SQLite connection in memory.
-#include "doubles/settings_database_double.h"
+#include "tests/doubles/settings_database_double.h"
 
-#include "doubles/recorder.h"
+#include "tests/doubles/recorder.h"
 
 #include "text.h"
 
@@ -38,11 +38,11 @@ void closeConnection() {
 
 void openConnection() {
     closeConnection();
-    if (database().connection == Connection::kNull) {
+    if (database().connection == Connection::null) {
         return;
     }
     sqlite3_open(":memory:", &g_connection);
-    if (database().connection == Connection::kTables) {
+    if (database().connection == Connection::tables) {
         runSql(kTables);
     }
     for (const std::string& statement : database().statements) {
@@ -51,10 +51,10 @@ void openConnection() {
 }
 
 int levelLeft(Shape shape) {
-    if (shape == Shape::kLevelOne) {
+    if (shape == Shape::levelOne) {
         return 1;
     }
-    return shape == Shape::kLevelTwo ? 2 : 0;
+    return shape == Shape::levelTwo ? 2 : 0;
 }
 
 // One row as the library hands it out; the heading holds the names as values, too.
@@ -108,11 +108,11 @@ int onExecute(sqlite3* connection, const char* statement, RowCallback callback, 
         const int code = execute(connection, statement, callback, user, message);
         return code == SQLITE_OK ? code : refused(code);
     }
-    if (fault.shape == Shape::kAfterRows && callback != nullptr) {
+    if (fault.shape == Shape::afterRows && callback != nullptr) {
         execute(connection, statement, callback, user, nullptr);
     }
     *message = nullptr;
-    if (fault.shape != Shape::kNoMessage) {
+    if (fault.shape != Shape::noMessage) {
         *message = sqlite3_mprintf("%s", sqlite3_errstr(fault.code));
         handOut(*message);
     }
@@ -210,7 +210,7 @@ int open_database(SettingsDatabase* database, int mode) {
     const Fault fault = enterCall("open_database", arguments(database->path, mode));
     const int result = fault.code != 0 ? fault.code : doubles::database().openResult;
     const bool usable = result >= 0 && result <= 2;
-    const bool ready = usable && fault.shape != Shape::kNotReady;
+    const bool ready = usable && fault.shape != Shape::notReady;
     database->ready = doubles::database().ready.value_or(ready ? 1 : 0);
     database->schemaLevel =
         doubles::database().schemaLevel.value_or(usable ? 2 : doubles::levelLeft(fault.shape));
@@ -237,13 +237,13 @@ int query_database_dat_with_condition(SettingsDatabase* /*handle*/, const char* 
     const Lock lock(mutex());
     const Fault fault = enterCall("query_database_dat_with_condition", arguments(table, condition));
     *result = {0, nullptr};
-    if (fault.shape == Shape::kRefused || fault.shape == Shape::kNullArray) {
+    if (fault.shape == Shape::refused || fault.shape == Shape::nullArray) {
         return fault.code;
     }
     auto rows = database().rows;
-    if (fault.shape == Shape::kEmptyArray) {
+    if (fault.shape == Shape::emptyArray) {
         rows.clear();
-    } else if (fault.shape == Shape::kTwoRows) {
+    } else if (fault.shape == Shape::twoRows) {
         rows.push_back(doubles::defaultSettings());
     }
     result->rowCount = static_cast<unsigned int>(rows.size());

@@ -12,16 +12,16 @@ namespace doubles {
 
 // What open_database leaves in the handle's `connection`.
 enum class Connection {
-    kTables,   // Misc (Key, Data), empty, and View_Theme over it
-    kNoTables, // every statement on them fails
-    kNull,
+    tables,   // Misc (Key, Data), empty, and View_Theme over it
+    noTables, // every statement on them fails
+    null,
 };
 
 struct Database {
     int openResult = 0;
     std::optional<int> ready;       // default: 1 for the results 0 to 2, otherwise 0
     std::optional<int> schemaLevel; // default: 2 for the results 0 to 2, otherwise 0
-    Connection connection = Connection::kTables;
+    Connection connection = Connection::tables;
     std::vector<std::string> statements;     // run on the new connection
     bool recordStatements = false;           // the daemon's own are recorded and can fail, too
     std::optional<int> statementsWithMemory; // the one after so many throws std::bad_alloc

@@ -1,7 +1,7 @@
 // The C library functions as the linker's --wrap option gives them to a test program: only
 // references from the program's own objects come here.
-#include "doubles/libc_double.h"
-#include "doubles/recorder.h"
+#include "tests/doubles/libc_double.h"
+#include "tests/doubles/recorder.h"
 
 #include <atomic>
 #include <cerrno>

@@ -1,8 +1,8 @@
 // The daemon as a user of the store with the rights of packaging/redis/orvane-webgui.acl: it
 // does all its work with them, and they allow nothing else.
-#include "end_to_end/end_to_end.h"
+#include "tests/end_to_end/end_to_end.h"
 
-#include "support/wait_until.h"
+#include "tests/support/wait_until.h"
 
 #include <fstream>
 #include <set>

@@ -1,5 +1,5 @@
 // Both actions, from the request to the panel and to the buzzer's marker.
-#include "end_to_end/devices.h"
+#include "tests/end_to_end/devices.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // See devices.h. The devices' own behaviour is tested with their libraries.
-#include "end_to_end/devices.h"
+#include "tests/end_to_end/devices.h"
 
-#include "support/wait_until.h"
+#include "tests/support/wait_until.h"
 
 #include <X11/Xlib.h>
 #include <X11/extensions/scrnsaver.h>

@@ -2,7 +2,7 @@
 // unit, each read back with a client that is not ours.
 #pragma once
 
-#include "end_to_end/end_to_end.h"
+#include "tests/end_to_end/end_to_end.h"
 
 #include <memory>
 #include <string>

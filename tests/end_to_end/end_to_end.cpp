@@ -1,7 +1,7 @@
 // See end_to_end.h. The paths of the programs come from the build.
-#include "end_to_end/end_to_end.h"
+#include "tests/end_to_end/end_to_end.h"
 
-#include "support/wait_until.h"
+#include "tests/support/wait_until.h"
 
 #include <csignal>
 

@@ -2,10 +2,10 @@
 // paths, everything in a folder of the test's own. What is checked is left to the tests.
 #pragma once
 
-#include "end_to_end/mailbox.h"
-#include "support/child_process.h"
-#include "support/redis_server.h"
-#include "support/temporary_folder.h"
+#include "tests/end_to_end/mailbox.h"
+#include "tests/support/child_process.h"
+#include "tests/support/redis_server.h"
+#include "tests/support/temporary_folder.h"
 
 #include <filesystem>
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 // Every request that the provider has received is answered exactly once: a thousand of all
 // kinds in flight together, and over a stop in their midst.
-#include "end_to_end/end_to_end.h"
+#include "tests/end_to_end/end_to_end.h"
 
 #include <array>
 #include <csignal>

@@ -1,5 +1,5 @@
 // See mailbox.h. What an answer means is the tests' business.
-#include "end_to_end/mailbox.h"
+#include "tests/end_to_end/mailbox.h"
 
 #include <hiredis/hiredis.h>
 #include <nlohmann/json.hpp>

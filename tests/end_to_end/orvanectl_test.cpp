@@ -1,5 +1,5 @@
 // The command-line client against the real daemon: what a person at a terminal relies on.
-#include "end_to_end/devices.h"
+#include "tests/end_to_end/devices.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 // Values that the daemon refuses, and properties that a request leaves out: no such request
 // fails, and what is written all the same is as much fixed as what is not.
-#include "end_to_end/devices.h"
+#include "tests/end_to_end/devices.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 // What a requester gets for a read, and for a request that cannot be carried out.
-#include "end_to_end/end_to_end.h"
-#include "support/wait_until.h"
+#include "tests/end_to_end/end_to_end.h"
+#include "tests/support/wait_until.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 // Each setting from the request to everywhere it must arrive: the answer, the settings
 // database, the instance, the event stream and the device.
-#include "end_to_end/devices.h"
+#include "tests/end_to_end/devices.h"
 
 #include <algorithm>
 #include <ostream>

@@ -1,7 +1,7 @@
 // Start-up and shutdown of the daemon, seen in the store, in the settings database, in its run
 // marker, in what it prints and in its exit status.
-#include "end_to_end/end_to_end.h"
-#include "support/wait_until.h"
+#include "tests/end_to_end/end_to_end.h"
+#include "tests/support/wait_until.h"
 
 #include <csignal>
 #include <regex>

@@ -1,8 +1,8 @@
 // The child and its report. The report is sent by a destructor of the program, which comes after
 // all exit handlers.
-#include "fault_sweep/child.h"
+#include "tests/fault_sweep/child.h"
 
-#include "doubles/platform_doubles.h"
+#include "tests/doubles/platform_doubles.h"
 
 #include <cstdio>
 #include <iostream>

@@ -2,7 +2,7 @@
 // reports what it called and wrote up to its last exit handler.
 #pragma once
 
-#include "fault_sweep/replay.h"
+#include "tests/fault_sweep/replay.h"
 
 #include <functional>
 #include <string>

@@ -1,8 +1,8 @@
 // The daemon itself behind the preloaded double, with each call that can fail failing once: the
 // part of the sweep that shares no process with the test.
-#include "fault_sweep/failing_results.h"
-#include "fault_sweep/sweep.h"
-#include "service/daemon.h"
+#include "tests/fault_sweep/failing_results.h"
+#include "tests/fault_sweep/sweep.h"
+#include "tests/service/daemon.h"
 
 #include <algorithm>
 #include <gmock/gmock.h>

@@ -1,6 +1,6 @@
 // Start-up and shutdown, followed call by call. Nothing here is taken from the daemon's own
 // sources.
-#include "fault_sweep/expected_life.h"
+#include "tests/fault_sweep/expected_life.h"
 
 #include <array>
 #include <cstdint>
@@ -42,13 +42,13 @@ class ExpectedLife {
 public:
     ExpectedLife(const Life& life, const RecordedRun& run, const void* binding)
         : life_(life), replay_(run), settings_(replay_, {.hasAlert = life.hasAlert},
-                                               life.course != Course::kWholeLife, life.hasThemeRow),
+                                               life.course != Course::wholeLife, life.hasThemeRow),
           binding_(binding) {}
 
     bool follow() {
-        if (life_.course == Course::kWholeLife) {
+        if (life_.course == Course::wholeLife) {
             main();
-        } else if (life_.course == Course::kDelete) {
+        } else if (life_.course == Course::deletion) {
             deleteTree(instance(kWebGUI), collection_);
         } else {
             cleanByStore();
@@ -100,13 +100,13 @@ private:
         collection_.clear();
         const Fault id = replay_.take("olGetSchemaTypeIdByField", {"OsselSchemaInstances", "title",
                                                                    "#OrvaneWebGUI.1.0.0.WebGUI"});
-        if (id.shape == Shape::kRefused) {
+        if (id.shape == Shape::refused) {
             replay_.plainLine("Failed to get the schema typeId.");
             return;
         }
         schemaType_ = id ? "" : "schema-type";
         const Fault key = replay_.take("olObjGetProperty", {schemaType_, "instanceCollection"});
-        if (key.shape == Shape::kRefused) {
+        if (key.shape == Shape::refused) {
             replay_.plainLine("Failed to get the instance collection key.");
             return;
         }
@@ -278,13 +278,13 @@ private:
 
     void cleanByStore() {
         const Fault fault = replay_.take("osselSMembers", {collection_});
-        if (fault.shape == Shape::kRefused) {
+        if (fault.shape == Shape::refused) {
             replay_.line("OrvaneWebGUI_Clean",
                          "Failed to call osselSMembers( " + collection_ + " ).");
             deleteCollection();
             return;
         }
-        const bool empty = fault || life_.course == Course::kCleanEmptyStore;
+        const bool empty = fault || life_.course == Course::cleanEmptyStore;
         if (!empty) {
             deleteTree(instance(kWebGUI), "");
         }
@@ -297,7 +297,7 @@ private:
     void deleteTree(const std::string& uuid, const std::string& collection) {
         const std::string name = "OrvaneWebGUI_Delete";
         const Fault fault = replay_.take("osselGetHashField", {uuid, "Actions"});
-        if (fault.shape == Shape::kRefused) {
+        if (fault.shape == Shape::refused) {
             replay_.line(name, "Failed to call osselGetHashField().");
         } else if (!deleteActions(fault ? "" : instance(kActions))) {
             replay_.line(name, "Failed to call OrvaneWebGUI_Actions_Delete().");
@@ -311,7 +311,7 @@ private:
         const std::string name = "OrvaneWebGUI_Actions_Delete";
         for (const Leaf& leaf : kLeaves) {
             const Fault fault = replay_.take("osselGetHashField", {uuid, leaf.field});
-            if (fault.shape == Shape::kRefused) {
+            if (fault.shape == Shape::refused) {
                 replay_.line(name, "Failed to call osselGetHashField().");
             } else if (!deleteLeaf(leaf, fault ? "" : instance(leaf.number))) {
                 replay_.line(name, "Failed to call " + leafFunction(leaf, "_Delete") + "().");

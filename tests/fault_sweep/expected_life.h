@@ -2,8 +2,8 @@
 // to write, after what became of each call.
 #pragma once
 
-#include "fault_sweep/expected_settings.h"
-#include "fault_sweep/replay.h"
+#include "tests/fault_sweep/expected_settings.h"
+#include "tests/fault_sweep/replay.h"
 
 #include <optional>
 #include <ostream>
@@ -12,16 +12,16 @@
 namespace fault_sweep {
 
 enum class Course {
-    kWholeLife,       // `main`, from the construction of the plugin object to the last exit handler
-    kCleanByStore,    // OrvaneWebGUI_Clean on a tree that stands, then the exit handlers
-    kCleanEmptyStore, // as above, with nothing in the collection
-    kDelete,          // OrvaneWebGUI_Delete with a collection, then the exit handlers
+    wholeLife,       // `main`, from the construction of the plugin object to the last exit handler
+    cleanByStore,    // OrvaneWebGUI_Clean on a tree that stands, then the exit handlers
+    cleanEmptyStore, // as above, with nothing in the collection
+    deletion,        // OrvaneWebGUI_Delete with a collection, then the exit handlers
 };
 
 // One life, and what it finds.
 struct Life {
     std::string name;
-    Course course = Course::kWholeLife;
+    Course course = Course::wholeLife;
     bool collectionIsSet = false;
     bool hasAlert = false;
     bool hasThemeRow = false;

@@ -1,5 +1,5 @@
 // One request, followed call by call. Nothing here is taken from the daemon's own sources.
-#include "fault_sweep/expected_requests.h"
+#include "tests/fault_sweep/expected_requests.h"
 
 #include <array>
 #include <cstdlib>
@@ -43,9 +43,9 @@ public:
           settings_(replay_, {.hasAlert = request.hasAlert}, true, request.hasThemeRow) {}
 
     void follow() {
-        if (request_.road == Road::kCreation) {
+        if (request_.road == Road::creation) {
             dispatch();
-        } else if (request_.road == Road::kQueue) {
+        } else if (request_.road == Road::queue) {
             worker();
         } else {
             hook();
@@ -158,7 +158,7 @@ private:
     void dispatch() {
         if (request_.msgId == "00000") {
             actionObject();
-        } else if (request_.road == Road::kCreation) {
+        } else if (request_.road == Road::creation) {
             create();
             send("create");
         } else {
@@ -170,7 +170,7 @@ private:
 
     void actionObject() {
         const Fault fault = replay_.take("osselGetHashField", {request_.reqArg, "Action"});
-        if (fault.shape == Shape::kRefused) {
+        if (fault.shape == Shape::refused) {
             replay_.line("actionObject", "Failed to call osselGetHashField().");
             set({"InternalError"});
             send("createObjectOrActionObject");
@@ -303,7 +303,7 @@ private:
         if (fault) {
             replay_.line("getInputData", "Failed to call osselHashGetAll( " + request_.reqArg +
                                              " ). uiCount is " +
-                                             (fault.shape == Shape::kNullArray ? "1" : "0") + ".");
+                                             (fault.shape == Shape::nullArray ? "1" : "0") + ".");
             set({"InvalidObject", {request_.reqArg}});
             return false;
         }

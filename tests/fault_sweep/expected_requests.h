@@ -2,9 +2,9 @@
 // failure rows of every step are here, one step a function.
 #pragma once
 
-#include "fault_sweep/expected_settings.h"
-#include "fault_sweep/replay.h"
 #include "platform/plugin_host.h"
+#include "tests/fault_sweep/expected_settings.h"
+#include "tests/fault_sweep/replay.h"
 
 #include <map>
 #include <ostream>
@@ -13,9 +13,9 @@
 namespace fault_sweep {
 
 enum class Road {
-    kHook,     // handed to the hook, which posts or refuses it
-    kQueue,    // put into a worker's queue, past the hook
-    kCreation, // handed to the dispatch with a table of creations, which the product has not
+    hook,     // handed to the hook, which posts or refuses it
+    queue,    // put into a worker's queue, past the hook
+    creation, // handed to the dispatch with a table of creations, which the product has not
 };
 
 // One kind of request, and the state that it meets.

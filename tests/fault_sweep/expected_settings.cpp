@@ -1,5 +1,5 @@
 // The settings agent, followed call by call. Nothing here is taken from the agent's own sources.
-#include "fault_sweep/expected_settings.h"
+#include "tests/fault_sweep/expected_settings.h"
 
 #include <algorithm>
 #include <array>
@@ -13,7 +13,7 @@ namespace {
 using doubles::Fault;
 using doubles::Shape;
 
-constexpr int kMaximumCalls = 16;
+constexpr int kMaxCalls = 16;
 constexpr char kCondition[] = "where Name is 'Zolan CMS Web GUI Settings'";
 
 constexpr std::array kBacklightChoices = {
@@ -45,13 +45,13 @@ void ExpectedSettings::construct() {
     if (opening.code == 0) {
         replay_.line("WebGUIAgent", "Database is ready ");
         now_.schemaLevel = 2;
-        now_.ready = opening.shape != Shape::kNotReady;
+        now_.ready = opening.shape != Shape::notReady;
     } else {
         replay_.line("WebGUIAgent", "Failed to call open_database(). The return code: " +
                                         std::to_string(opening.code));
-        now_.schemaLevel = opening.shape == Shape::kLevelOne   ? 1
-                           : opening.shape == Shape::kLevelTwo ? 2
-                                                               : 0;
+        now_.schemaLevel = opening.shape == Shape::levelOne   ? 1
+                           : opening.shape == Shape::levelTwo ? 2
+                                                              : 0;
         if (now_.schemaLevel == 0) {
             return;
         }
@@ -68,7 +68,7 @@ void ExpectedSettings::construct() {
 
 void ExpectedSettings::reload(bool everything) {
     Fault result;
-    for (int calls = 0; calls < kMaximumCalls; ++calls) {
+    for (int calls = 0; calls < kMaxCalls; ++calls) {
         result = replay_.take("query_database_dat_with_condition", {"webgui_tbl", kCondition});
         replay_.take("usleep");
         if (result.code == 0) {
@@ -80,8 +80,8 @@ void ExpectedSettings::reload(bool everything) {
                      "Failed to call query_database_dat_with_condition(). The return code: " +
                          std::to_string(result.code));
     } else {
-        if (result.shape != Shape::kNone) {
-            const std::string rows = result.shape == Shape::kTwoRows ? "2" : "0";
+        if (result.shape != Shape::none) {
+            const std::string rows = result.shape == Shape::twoRows ? "2" : "0";
             replay_.line("reloadData", "Incorrect row number: " + rows + ".");
         } else if (everything) {
             now_.backlightOff = stored_.backlightOff;
@@ -99,7 +99,7 @@ void ExpectedSettings::reload(bool everything) {
 }
 
 bool ExpectedSettings::updateData() {
-    for (int calls = 0; calls < kMaximumCalls; ++calls) {
+    for (int calls = 0; calls < kMaxCalls; ++calls) {
         const bool done = replay_.done("update_database_table_with_condition", {"webgui_tbl"});
         replay_.take("usleep");
         if (done) {
@@ -150,7 +150,7 @@ bool ExpectedSettings::runSql(const std::string& statement) {
     }
     replay_.errorLine("[Run_SQL]: Stopped due to failed to execute " + statement +
                       " with return code " + std::to_string(result.code));
-    if (result.shape != Shape::kNoMessage) {
+    if (result.shape != Shape::noMessage) {
         replay_.errorLine(std::string("\tExtra Information: ") + sqlite3_errstr(result.code));
     }
     return false;

@@ -2,7 +2,7 @@
 // the settings database, the theme, the panel.
 #pragma once
 
-#include "fault_sweep/replay.h"
+#include "tests/fault_sweep/replay.h"
 
 #include <string>
 

@@ -1,5 +1,5 @@
 // The tables of failing results and of their telling. Each reads like a page.
-#include "fault_sweep/failing_results.h"
+#include "tests/fault_sweep/failing_results.h"
 
 #include <array>
 #include <cerrno>
@@ -13,26 +13,26 @@ namespace {
 using doubles::Fault;
 using doubles::Shape;
 
-constexpr Fault kPlus{Shape::kRefused, 26}; // 1a in hexadecimal
-constexpr Fault kMinus{Shape::kRefused, -1};
-constexpr Fault kNull{Shape::kRefused, 1};
-constexpr Fault kFalse{Shape::kRefused, 1};
-constexpr Fault kEmptyText{Shape::kEmptyText, 0};
-constexpr Fault kEmptyArray{Shape::kEmptyArray, 0};
-constexpr Fault kNullArray{Shape::kNullArray, 0};
-constexpr Fault kTwoRows{Shape::kTwoRows, 0};
-constexpr Fault kNotReady{Shape::kNotReady, 0};
-constexpr Fault kUnusual{Shape::kRefused, 3};
-constexpr Fault kLevelOne{Shape::kLevelOne, -1};
-constexpr Fault kLevelTwo{Shape::kLevelTwo, 3};
-constexpr Fault kUnreadable{Shape::kUnreadable, 0};
-constexpr Fault kSqlBusy{Shape::kRefused, SQLITE_BUSY};
-constexpr Fault kSqlNoMemory{Shape::kNoMessage, SQLITE_NOMEM};
-constexpr Fault kSqlReadError{Shape::kAfterRows, SQLITE_IOERR};
-constexpr Fault kOneSecondLeft{Shape::kRefused, 1};
+constexpr Fault kPlus{Shape::refused, 26}; // 1a in hexadecimal
+constexpr Fault kMinus{Shape::refused, -1};
+constexpr Fault kNull{Shape::refused, 1};
+constexpr Fault kFalse{Shape::refused, 1};
+constexpr Fault kEmptyText{Shape::emptyText, 0};
+constexpr Fault kEmptyArray{Shape::emptyArray, 0};
+constexpr Fault kNullArray{Shape::nullArray, 0};
+constexpr Fault kTwoRows{Shape::twoRows, 0};
+constexpr Fault kNotReady{Shape::notReady, 0};
+constexpr Fault kUnusual{Shape::refused, 3};
+constexpr Fault kLevelOne{Shape::levelOne, -1};
+constexpr Fault kLevelTwo{Shape::levelTwo, 3};
+constexpr Fault kUnreadable{Shape::unreadable, 0};
+constexpr Fault kSqlBusy{Shape::refused, SQLITE_BUSY};
+constexpr Fault kSqlNoMemory{Shape::noMessage, SQLITE_NOMEM};
+constexpr Fault kSqlReadError{Shape::afterRows, SQLITE_IOERR};
+constexpr Fault kOneSecondLeft{Shape::refused, 1};
 
 constexpr Fault error(int number) {
-    return {Shape::kRefused, number};
+    return {Shape::refused, number};
 }
 
 struct Contract {
@@ -44,9 +44,9 @@ struct Contract {
 // The first row that fits holds. What stands in no row has no failing result: its result is void,
 // or success by contract (close_database), or it ends the worker and nothing else (a take).
 // clang-format off
-constexpr Where kAnywhere = Where::kAnywhere;
-constexpr Where kRequest = Where::kRequest;
-constexpr Where kLife = Where::kLife;
+constexpr Where kAnywhere = Where::anywhere;
+constexpr Where kRequest = Where::request;
+constexpr Where kLife = Where::life;
 constexpr Contract kContracts[] = {
     // object store
     {"osselRedisConnect(",                    kAnywhere, {kNull}},
@@ -102,60 +102,60 @@ struct Row {
 
 // The first row that fits holds; without a row the failed function is named.
 constexpr Row kTellings[] = {
-    {"osselRedisConnect(", "", Shape::kNone, kLife, "Failed to get the schema typeId.",
+    {"osselRedisConnect(", "", Shape::none, kLife, "Failed to get the schema typeId.",
      "the plugin object says nothing; the first look-up without a connection does"},
-    {"osselGetHashField(", "\"schema-type\", ", Shape::kNone, kLife, nullptr,
+    {"osselGetHashField(", "\"schema-type\", ", Shape::none, kLife, nullptr,
      "start-up ends without a word when a definition is missing"},
-    {"osselGetHashField(", "\"definitions\", ", Shape::kNone, kLife, nullptr, "as above"},
-    {"osselGetHashField(", "\"webgui-type\", ", Shape::kNone, kLife, nullptr, "as above"},
-    {"osselGetHashField(", "\"actions-type\", ", Shape::kNone, kLife, nullptr, "as above"},
-    {"osselGetHashField(", "", Shape::kEmptyText, kLife, "The instance UUID is empty.",
+    {"osselGetHashField(", "\"definitions\", ", Shape::none, kLife, nullptr, "as above"},
+    {"osselGetHashField(", "\"webgui-type\", ", Shape::none, kLife, nullptr, "as above"},
+    {"osselGetHashField(", "\"actions-type\", ", Shape::none, kLife, nullptr, "as above"},
+    {"osselGetHashField(", "", Shape::emptyText, kLife, "The instance UUID is empty.",
      "the field is there, and names no instance"},
-    {"osselGetHashField(", "", Shape::kEmptyText, kRequest, "Unsupported action: .",
+    {"osselGetHashField(", "", Shape::emptyText, kRequest, "Unsupported action: .",
      "the field is there, and names no action"},
-    {"osselCreateHashTable(", "[MeasurementSystem=", Shape::kNone, kRequest,
+    {"osselCreateHashTable(", "[MeasurementSystem=", Shape::none, kRequest,
      "[read]: Failed to call fnAgentRead().", "the handler of a read passes the code on"},
-    {"osselCreateEventObject(", "", Shape::kNone, kRequest, "Send Redfish SSE event failed.",
+    {"osselCreateEventObject(", "", Shape::none, kRequest, "Send Redfish SSE event failed.",
      "has words of its own"},
-    {"osselIsFieldMatched(", "", Shape::kNone, kRequest, nullptr,
+    {"osselIsFieldMatched(", "", Shape::none, kRequest, nullptr,
      "cannot be told from a field that differs"},
-    {"osselListRightPush(", "", Shape::kNone, kAnywhere, nullptr,
+    {"osselListRightPush(", "", Shape::none, kAnywhere, nullptr,
      "the set is the normal second try"},
-    {"osselLREM(", "", Shape::kNone, kLife, nullptr, "the set is the normal second try"},
-    {"osselSMembers(", "", Shape::kEmptyArray, kLife, nullptr, "an empty collection is no failure"},
-    {"osselSMembers(", "", Shape::kNullArray, kLife, nullptr, "an empty collection is no failure"},
-    {"olGetSchemaTypeIdByField(", "", Shape::kEmptyText, kLife,
+    {"osselLREM(", "", Shape::none, kLife, nullptr, "the set is the normal second try"},
+    {"osselSMembers(", "", Shape::emptyArray, kLife, nullptr, "an empty collection is no failure"},
+    {"osselSMembers(", "", Shape::nullArray, kLife, nullptr, "an empty collection is no failure"},
+    {"olGetSchemaTypeIdByField(", "", Shape::emptyText, kLife,
      "Failed to get the instance collection key.", "an empty id is an id, which has no properties"},
-    {"olGetSchemaTypeIdByField(", "", Shape::kNone, kLife, "Failed to get the schema typeId.",
+    {"olGetSchemaTypeIdByField(", "", Shape::none, kLife, "Failed to get the schema typeId.",
      "has words of its own"},
-    {"olObjGetProperty(", "", Shape::kEmptyText, kLife, nullptr,
+    {"olObjGetProperty(", "", Shape::emptyText, kLife, nullptr,
      "an empty key is a key: the instance is member of no collection"},
-    {"olObjGetProperty(", "", Shape::kNone, kLife, "Failed to get the instance collection key.",
+    {"olObjGetProperty(", "", Shape::none, kLife, "Failed to get the instance collection key.",
      "has words of its own"},
-    {"open_database(", "", Shape::kNotReady, kLife, "[getTheme]: Database is not ready",
+    {"open_database(", "", Shape::notReady, kLife, "[getTheme]: Database is not ready",
      "the handle says it, at its first use"},
-    {"query_database_dat_with_condition(", "", Shape::kRefused, kAnywhere, nullptr,
+    {"query_database_dat_with_condition(", "", Shape::refused, kAnywhere, nullptr,
      "is repeated, and works the second time"},
-    {"query_database_dat_with_condition(", "", Shape::kNone, kAnywhere,
+    {"query_database_dat_with_condition(", "", Shape::none, kAnywhere,
      "[reloadData]: Incorrect row number: ", "the call has worked, its rows are wrong"},
-    {"update_database_table_with_condition(", "", Shape::kNone, kRequest, nullptr,
+    {"update_database_table_with_condition(", "", Shape::none, kRequest, nullptr,
      "is repeated, and works the second time"},
-    {"sqlite3_exec(", "", Shape::kNone, kAnywhere,
+    {"sqlite3_exec(", "", Shape::none, kAnywhere,
      "[Run_SQL]: Stopped due to failed to execute ", "the statement is told"},
-    {"LCD", "", Shape::kNone, kAnywhere, nullptr, "the panel's results are not looked at"},
-    {"xset_env_init(", "", Shape::kNone, kLife, nullptr, "the panel's results are not looked at"},
-    {"CoolSetTempScale(", "", Shape::kNone, kRequest, nullptr, "the unit's results are not looked at"},
-    {"CoolGetTempScale(", "", Shape::kNone, kRequest, nullptr, "a unit that does not answer is metric"},
-    {"fopen(", "CoolingUnitManagingMode", Shape::kNone, kLife, nullptr, "no file is a mode of its own"},
-    {"fopen(", "Stidre.run", Shape::kNone, kLife, nullptr, "start-up goes on without the marker"},
-    {"unlink(", "", Shape::kNone, kRequest, nullptr, "no marker is no failure"},
-    {"usleep(", "", Shape::kNone, kAnywhere, nullptr, "a short pause is a pause"},
-    {"calloc(", ", 2048)", Shape::kNone, kRequest, "[getInputData]: Failed to call malloc() for *data.",
+    {"LCD", "", Shape::none, kAnywhere, nullptr, "the panel's results are not looked at"},
+    {"xset_env_init(", "", Shape::none, kLife, nullptr, "the panel's results are not looked at"},
+    {"CoolSetTempScale(", "", Shape::none, kRequest, nullptr, "the unit's results are not looked at"},
+    {"CoolGetTempScale(", "", Shape::none, kRequest, nullptr, "a unit that does not answer is metric"},
+    {"fopen(", "CoolingUnitManagingMode", Shape::none, kLife, nullptr, "no file is a mode of its own"},
+    {"fopen(", "Stidre.run", Shape::none, kLife, nullptr, "start-up goes on without the marker"},
+    {"unlink(", "", Shape::none, kRequest, nullptr, "no marker is no failure"},
+    {"usleep(", "", Shape::none, kAnywhere, nullptr, "a short pause is a pause"},
+    {"calloc(", ", 2048)", Shape::none, kRequest, "[getInputData]: Failed to call malloc() for *data.",
      "is told by another name"},
-    {"calloc(", "", Shape::kNone, kRequest, nullptr, "the answer goes out without its arguments"},
-    {"calloc(", "(1, 1024)", Shape::kNone, kLife, nullptr,
+    {"calloc(", "", Shape::none, kRequest, nullptr, "the answer goes out without its arguments"},
+    {"calloc(", "(1, 1024)", Shape::none, kLife, nullptr,
      "start-up rolls back without a word; the clean-up has no set to renew with"},
-    {"calloc(", ", 2048)", Shape::kNone, kLife, nullptr, "start-up rolls back without a word"},
+    {"calloc(", ", 2048)", Shape::none, kLife, nullptr, "start-up rolls back without a word"},
 };
 // clang-format on
 
@@ -166,12 +166,12 @@ std::set<const void*>& asked() {
 }
 
 bool concerns(Where row, Where where) {
-    return row == Where::kAnywhere || row == where;
+    return row == Where::anywhere || row == where;
 }
 
 bool fits(const Row& row, const doubles::RecordedCall& call, Where where) {
     return call.text.starts_with(row.call) && call.text.find(row.fragment) != std::string::npos &&
-           (row.shape == Shape::kNone || row.shape == call.fault.shape) &&
+           (row.shape == Shape::none || row.shape == call.fault.shape) &&
            concerns(row.where, where);
 }
 

@@ -2,7 +2,7 @@
 // else a run must look like is left to expected_requests.h and expected_life.h.
 #pragma once
 
-#include "doubles/fault.h"
+#include "tests/doubles/fault.h"
 
 #include <string>
 #include <vector>
@@ -13,7 +13,7 @@ namespace fault_sweep {
 // Empty where the table has no row for a call.
 std::vector<doubles::Fault> failingResults(const std::string& call);
 
-enum class Where { kAnywhere, kRequest, kLife };
+enum class Where { anywhere, request, life };
 
 // What the log must hold after this call alone has failed so.
 struct Telling {

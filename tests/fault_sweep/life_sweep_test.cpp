@@ -1,12 +1,12 @@
 // Start-up and shutdown, with every call that they make failing once in every way, alone, for good,
 // and together with its neighbour. Each life is lived in a child of the test.
-#include "doubles/platform_test.h"
-#include "fault_sweep/child.h"
-#include "fault_sweep/expected_life.h"
-#include "fault_sweep/sweep.h"
 #include "process_state.h"
 #include "service/plugin_objects.h"
 #include "store/resource_tree.h"
+#include "tests/doubles/platform_test.h"
+#include "tests/fault_sweep/child.h"
+#include "tests/fault_sweep/expected_life.h"
+#include "tests/fault_sweep/sweep.h"
 
 #include <cstdlib>
 #include <memory>
@@ -73,7 +73,7 @@ void buildTree() {
 }
 
 void removeTree(const Life& life) {
-    if (life.course == Course::kDelete) {
+    if (life.course == Course::deletion) {
         OrvaneWebGUI_Delete(G_Plugin.m_redis, kWebGUI, kCollection);
     } else {
         OrvaneWebGUI_Clean(G_Plugin.m_redis);
@@ -84,7 +84,7 @@ void removeTree(const Life& life) {
 void live(const Life& life, const Plan& plan) {
     prepare(life);
     beginRun();
-    if (life.course == Course::kWholeLife) {
+    if (life.course == Course::wholeLife) {
         doubles::recordAllocations(true);
         arm(plan);
         constructPlugin();
@@ -93,7 +93,7 @@ void live(const Life& life, const Plan& plan) {
     }
     constructPlugin();
     buildTree();
-    if (life.course == Course::kCleanEmptyStore) {
+    if (life.course == Course::cleanEmptyStore) {
         doubles::lists().clear();
     } else if (life.collectionIsSet) {
         doubles::sets()[kCollection] = {kWebGUI};
@@ -127,13 +127,12 @@ class LifeSweep : public LifeTest, public testing::WithParamInterface<Life> {};
 
 TEST_P(LifeSweep, EndsWithStatusZeroAndIsToldWhateverFails) {
     const Life& life = GetParam();
-    const Counts counts =
-        sweep(Where::kLife, [&](const Plan& plan) { return runLife(life, plan); });
+    const Counts counts = sweep(Where::life, [&](const Plan& plan) { return runLife(life, plan); });
     EXPECT_GE(counts.lasting, 2);
     EXPECT_GT(counts.pairs, 0);
 }
 
-Life named(const char* name, Course course = Course::kWholeLife) {
+Life named(const char* name, Course course = Course::wholeLife) {
     return {.name = name, .course = course};
 }
 
@@ -156,11 +155,11 @@ const auto& lives() {
                  life.hasThemeRow = true;
                  life.managingMode = "Varrow";
              }),
-        with(named("CleanByStore", Course::kCleanByStore),
+        with(named("CleanByStore", Course::cleanByStore),
              [](Life& life) { life.hasThemeRow = true; }),
-        named("CleanOfAnEmptyStore", Course::kCleanEmptyStore),
-        named("DeleteFromAList", Course::kDelete),
-        with(named("DeleteFromASet", Course::kDelete),
+        named("CleanOfAnEmptyStore", Course::cleanEmptyStore),
+        named("DeleteFromAList", Course::deletion),
+        with(named("DeleteFromASet", Course::deletion),
              [](Life& life) { life.collectionIsSet = true; }),
     };
     return *all;
@@ -169,9 +168,9 @@ const auto& lives() {
 TEST_F(LifeTest, MeetEachRowOfTheTablesThatConcernsThem) {
     for (const Life& life : lives()) {
         sweep(
-            Where::kLife, [&](const Plan& plan) { return runLife(life, plan); }, Pairs::kNone);
+            Where::life, [&](const Plan& plan) { return runLife(life, plan); }, Pairs::none);
     }
-    EXPECT_THAT(rowsNeverAskedFor(Where::kLife), testing::IsEmpty());
+    EXPECT_THAT(rowsNeverAskedFor(Where::life), testing::IsEmpty());
 }
 
 INSTANTIATE_TEST_SUITE_P(Lives, LifeSweep, testing::ValuesIn(lives()),

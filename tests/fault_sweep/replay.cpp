@@ -1,5 +1,5 @@
 // Following a recorded run. What has to come next is left to the followers.
-#include "fault_sweep/replay.h"
+#include "tests/fault_sweep/replay.h"
 
 #include <algorithm>
 #include <sstream>

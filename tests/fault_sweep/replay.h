@@ -2,7 +2,7 @@
 // has to call next after what became of the call before, and what it has to write.
 #pragma once
 
-#include "doubles/fault.h"
+#include "tests/doubles/fault.h"
 
 #include <cstddef>
 #include <stdexcept>

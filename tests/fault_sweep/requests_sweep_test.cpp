@@ -1,12 +1,12 @@
 // Every kind of request, with every call that it makes failing once in every way, alone, for good,
 // and together with its neighbour.
 #include "agent/handler_tables.h"
-#include "fault_sweep/expected_requests.h"
-#include "fault_sweep/sweep.h"
 #include "requests/message_dispatch.h"
 #include "service/hook_function.h"
-#include "service/service_fixture.h"
 #include "service/worker_threads.h"
+#include "tests/fault_sweep/expected_requests.h"
+#include "tests/fault_sweep/sweep.h"
+#include "tests/service/service_fixture.h"
 
 #include <algorithm>
 #include <vector>
@@ -61,12 +61,12 @@ Fields wrongFields() {
 
 Request read(const char* name) {
     return {
-        .name = name, .road = Road::kHook, .worker = fnRead, .msgId = "00001", .reqArg = kInstance};
+        .name = name, .road = Road::hook, .worker = fnRead, .msgId = "00001", .reqArg = kInstance};
 }
 
 Request update(const char* name, const char* msgId, Fields fields) {
     return {.name = name,
-            .road = Road::kHook,
+            .road = Road::hook,
             .worker = fnUpdate,
             .msgId = msgId,
             .reqArg = "Request:1",
@@ -75,7 +75,7 @@ Request update(const char* name, const char* msgId, Fields fields) {
 
 Request action(const char* name, Fields fields) {
     return {.name = name,
-            .road = Road::kHook,
+            .road = Road::hook,
             .worker = fnCreate,
             .msgId = "00000",
             .reqArg = "Request:1",
@@ -84,7 +84,7 @@ Request action(const char* name, Fields fields) {
 
 Request unknown(const char* name, const char* msgId) {
     return {.name = name,
-            .road = Road::kHook,
+            .road = Road::hook,
             .worker = fnCreate,
             .msgId = msgId,
             .reqArg = "Request:1"};
@@ -92,7 +92,7 @@ Request unknown(const char* name, const char* msgId) {
 
 Request past(const char* name, fnTypes worker, const char* msgId) {
     return {.name = name,
-            .road = Road::kQueue,
+            .road = Road::queue,
             .worker = worker,
             .msgId = msgId,
             .reqArg = "Request:1",
@@ -101,7 +101,7 @@ Request past(const char* name, fnTypes worker, const char* msgId) {
 
 Request creation(const char* name, Fields fields) {
     return {.name = name,
-            .road = Road::kCreation,
+            .road = Road::creation,
             .worker = fnCreate,
             .msgId = "00002",
             .reqArg = "Request:1",
@@ -255,14 +255,14 @@ private:
     }
 
     static void handOver(const Request& request) {
-        if (request.road == Road::kCreation) {
+        if (request.road == Road::creation) {
             createObjectOrActionObject(doubles::context(), request.msgId, request.reqArg, kChannel,
                                        std::ssize(kActionTable), kActionTable,
                                        std::ssize(kUpdateTable), kUpdateTable, "schema-type",
                                        kCollection, G_InstanceKeys);
             return;
         }
-        if (request.road == Road::kQueue) {
+        if (request.road == Road::queue) {
             doubles::host()
                 .queues.at(request.worker)
                 .emplace_back(request.msgId, request.reqArg, kChannel);
@@ -319,7 +319,7 @@ class RequestSweep : public RequestTest, public testing::WithParamInterface<Requ
 TEST_P(RequestSweep, IsAnsweredOnceAndToldWhateverFails) {
     const Request& request = GetParam();
     const Counts counts =
-        sweep(Where::kRequest, [&](const Plan& plan) { return serve(request, plan); });
+        sweep(Where::request, [&](const Plan& plan) { return serve(request, plan); });
     // The least is an answer: its one text, its key, its record, its publication.
     EXPECT_GE(counts.lasting, 4);
     EXPECT_GT(counts.pairs, 0);
@@ -328,9 +328,9 @@ TEST_P(RequestSweep, IsAnsweredOnceAndToldWhateverFails) {
 TEST_F(RequestTest, MeetEachRowOfTheTablesThatConcernsThem) {
     for (const Request& request : allRequests()) {
         sweep(
-            Where::kRequest, [&](const Plan& plan) { return serve(request, plan); }, Pairs::kNone);
+            Where::request, [&](const Plan& plan) { return serve(request, plan); }, Pairs::none);
     }
-    EXPECT_THAT(rowsNeverAskedFor(Where::kRequest), testing::IsEmpty());
+    EXPECT_THAT(rowsNeverAskedFor(Where::request), testing::IsEmpty());
 }
 
 INSTANTIATE_TEST_SUITE_P(Reads, RequestSweep, testing::ValuesIn(reads()),

@@ -1,7 +1,7 @@
 // The loops of the sweep.
-#include "fault_sweep/sweep.h"
+#include "tests/fault_sweep/sweep.h"
 
-#include "doubles/platform_doubles.h"
+#include "tests/doubles/platform_doubles.h"
 
 #include <gtest/gtest.h>
 
@@ -70,7 +70,7 @@ private:
     void failNeighbour(int number, const doubles::Fault& first, const std::string& next) {
         const std::vector<doubles::Fault> ways = failingResults(next);
         ASSERT_FALSE(ways.empty()) << "no row for " << next;
-        if (pairs_ == Pairs::kNone) {
+        if (pairs_ == Pairs::none) {
             return;
         }
         for (const doubles::Fault& second : ways) {
@@ -125,7 +125,7 @@ void arm(const Plan& plan) {
 
 Counts sweep(Where where, const RunOnce& once, Pairs pairs) {
     const Counts counts = Sweep(where, once, pairs).all();
-    if (pairs == Pairs::kAll) { // the others repeat some of these
+    if (pairs == Pairs::all) { // the others repeat some of these
         total() += counts;
     }
     testing::Test::RecordProperty("runs", counts.total());

@@ -6,8 +6,8 @@
 // first has happened, which is often the roll-back or the answer.
 #pragma once
 
-#include "fault_sweep/failing_results.h"
-#include "fault_sweep/replay.h"
+#include "tests/fault_sweep/failing_results.h"
+#include "tests/fault_sweep/replay.h"
 
 #include <functional>
 #include <string>
@@ -41,8 +41,8 @@ struct Counts {
 
 // Sweeps, and adds the counts to the test's properties; with pairs to the total of the program,
 // too. Fails the test when a planned fault was not met.
-enum class Pairs { kNone, kAll };
-Counts sweep(Where where, const RunOnce& once, Pairs pairs = Pairs::kAll);
+enum class Pairs { none, all };
+Counts sweep(Where where, const RunOnce& once, Pairs pairs = Pairs::all);
 
 // Of all sweeps with pairs in the program so far.
 const Counts& totalCounts();

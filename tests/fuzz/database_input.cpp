@@ -1,8 +1,8 @@
 // Makes database files of all kinds and bounds what SQLite may do with them.
-#include "fuzz/database_input.h"
+#include "tests/fuzz/database_input.h"
 
-#include "fuzz/fuzz.h"
-#include "support/temporary_folder.h"
+#include "tests/fuzz/fuzz.h"
+#include "tests/support/temporary_folder.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -13,15 +13,15 @@ namespace fuzz {
 
 namespace {
 
-constexpr sqlite3_int64 kMostMemory = 64 << 20;
+constexpr sqlite3_int64 kMaxMemory = 64 << 20;
 constexpr int kStepsPerCount = 1000;
-constexpr int kMostCounts = 500;
+constexpr int kMaxCounts = 500;
 
 int g_counts = 0;
 bool g_noMemory = false;
 
 int countSteps(void* /*unused*/) {
-    return ++g_counts > kMostCounts ? 1 : 0;
+    return ++g_counts > kMaxCounts ? 1 : 0;
 }
 
 // Every connection of the process is counted, the library's own included.
@@ -100,7 +100,7 @@ DatabaseInput writeDatabase(std::string_view input, const std::string& path,
 void limitSqlite() {
     static const bool isSet = [] {
         sqlite3_config(SQLITE_CONFIG_LOG, noteError, nullptr); // before its first use
-        sqlite3_hard_heap_limit64(kMostMemory);
+        sqlite3_hard_heap_limit64(kMaxMemory);
         return sqlite3_auto_extension(reinterpret_cast<void (*)()>(watchConnection)) == SQLITE_OK;
     }();
     require(isSet, "SQLite has its limits");
@@ -109,7 +109,7 @@ void limitSqlite() {
 }
 
 bool sqliteLimitMet() {
-    return g_counts > kMostCounts || g_noMemory;
+    return g_counts > kMaxCounts || g_noMemory;
 }
 
 } // namespace fuzz

@@ -1,5 +1,5 @@
 // Assertions, decoding and capture for all fuzz targets.
-#include "fuzz/fuzz.h"
+#include "tests/fuzz/fuzz.h"
 
 #include <algorithm>
 #include <charconv>
@@ -11,7 +11,7 @@ namespace fuzz {
 
 namespace {
 
-constexpr std::size_t kMostRepetitions = 8192;
+constexpr std::size_t kMaxRepetitions = 8192;
 
 // A number at the beginning of the text; `text` then begins behind it. False: there is none.
 bool takeNumber(std::string_view& text, int base, std::size_t digits, std::size_t& number) {
@@ -35,7 +35,7 @@ bool takeEscape(std::string_view& text, std::string& decoded) {
         decoded += static_cast<char>(number);
     } else if (text.starts_with('*') && !decoded.empty() && takeNumber(rest, 10, 5, number) &&
                rest.starts_with(';')) {
-        decoded.append(std::min(number, kMostRepetitions), decoded.back());
+        decoded.append(std::min(number, kMaxRepetitions), decoded.back());
         rest.remove_prefix(1);
     } else {
         return false;

@@ -25,13 +25,13 @@
 // a function in place of count() gives one, so that no command runs SQL of the input.
 #include "agent/handler_tables.h"
 #include "agent/webgui_agent.h"
-#include "doubles/platform_doubles.h"
-#include "fuzz/fuzz.h"
-#include "fuzz/hook_invariants.h"
 #include "process_state.h"
 #include "service/hook_function.h"
 #include "service/plugin_objects.h"
 #include "service/worker_threads.h"
+#include "tests/doubles/platform_doubles.h"
+#include "tests/fuzz/fuzz.h"
+#include "tests/fuzz/hook_invariants.h"
 #include "text.h"
 
 #include <algorithm>
@@ -43,8 +43,8 @@ namespace {
 
 using fuzz::require;
 
-constexpr std::size_t kMostRequests = 8;
-constexpr std::size_t kMostLines = 96;
+constexpr std::size_t kMaxRequests = 8;
+constexpr std::size_t kMaxLines = 96;
 constexpr doubles::WorkerBody kBodies[] = {OrvaneWebGUI_CreateObject, OrvaneWebGUI_ReadObject,
                                            OrvaneWebGUI_UpdateObject};
 
@@ -103,7 +103,7 @@ public:
     }
 
     void request(const Arguments& texts) {
-        if (++requests_ > kMostRequests) {
+        if (++requests_ > kMaxRequests) {
             return;
         }
         if (!started_) {
@@ -200,11 +200,11 @@ constexpr Command kCommands[] = {
     {"theme", [](Scenario&, const Arguments& texts) { addTheme(texts[0]); }},
     {"no-tables",
      [](Scenario&, const Arguments&) {
-         doubles::database().connection = doubles::Connection::kNoTables;
+         doubles::database().connection = doubles::Connection::noTables;
      }},
     {"no-database",
      [](Scenario&, const Arguments&) {
-         doubles::database().connection = doubles::Connection::kNull;
+         doubles::database().connection = doubles::Connection::null;
      }},
     {"open-result",
      [](Scenario&, const Arguments& texts) { doubles::database().openResult = number(texts[0]); }},
@@ -248,7 +248,7 @@ void runLine(Scenario& scenario, std::string_view line) {
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     Scenario scenario;
     const std::vector<std::string_view> lines = fuzz::split(fuzz::asText(data, size), '\n');
-    for (std::size_t i = 0; i < std::min(lines.size(), kMostLines); ++i) {
+    for (std::size_t i = 0; i < std::min(lines.size(), kMaxLines); ++i) {
         runLine(scenario, lines[i]);
     }
     return 0;

@@ -1,9 +1,9 @@
 // The invariants of a request, checked on the doubles' record and on the lines of log.
-#include "fuzz/hook_invariants.h"
+#include "tests/fuzz/hook_invariants.h"
 
 #include "agent/handler_tables.h"
-#include "fuzz/fuzz.h"
 #include "process_state.h"
+#include "tests/fuzz/fuzz.h"
 #include "text.h"
 
 #include <algorithm>
@@ -14,8 +14,8 @@ namespace fuzz {
 
 namespace {
 
-constexpr std::size_t kMostText = sizeof(FieldValuePair::value) - 1;
-constexpr std::ptrdiff_t kMostPauses = 32; // an alert that is read, a row that is written
+constexpr std::size_t kMaxText = sizeof(FieldValuePair::value) - 1;
+constexpr std::ptrdiff_t kMaxPauses = 32; // an alert that is read, a row that is written
 
 bool isNameLetter(char letter) {
     return (letter >= 'a' && letter <= 'z') || (letter >= 'A' && letter <= 'Z') ||
@@ -57,7 +57,7 @@ void checkDevices(const Pieces& calls) {
         checkNumber(call, "usleep", {200000});
         require(!call.starts_with("Cool") || G_ManagingMode == 0, "the scale is another's", call);
     }
-    require(countOf(calls, "usleep") <= kMostPauses, "a request has an end");
+    require(countOf(calls, "usleep") <= kMaxPauses, "a request has an end");
 }
 
 // The fresh key of the answer, from the call that stores it.
@@ -176,7 +176,7 @@ void RequestWatch::checkChanges(const RequestTriple& request, int kind,
         for (const auto& field : fields) {
             const bool isOld = before != hashes_.end() &&
                                std::ranges::find(before->second, field) != before->second.end();
-            require(isOld || (field.first.size() <= kMostText && field.second.size() <= kMostText),
+            require(isOld || (field.first.size() <= kMaxText && field.second.size() <= kMaxText),
                     "a field fits its record", key);
         }
     }

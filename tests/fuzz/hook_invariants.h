@@ -2,9 +2,9 @@
 // whichever call fails. How a request comes about is left to hook_fuzz.cpp.
 #pragma once
 
-#include "doubles/platform_doubles.h"
 #include "platform/plugin_host.h"
 #include "records.h"
+#include "tests/doubles/platform_doubles.h"
 
 #include <string>
 #include <vector>

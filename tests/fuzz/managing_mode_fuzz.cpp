@@ -1,9 +1,9 @@
 // The managing mode: arbitrary bytes in its file and in its environment variable. The first line
 // of an input is the variable's text, unless it is a minus sign alone: then the variable is unset,
 // and what follows is the file. An input without a line end has no file.
-#include "doubles/platform_doubles.h"
-#include "fuzz/fuzz.h"
 #include "requests/managing_mode.h"
+#include "tests/doubles/platform_doubles.h"
+#include "tests/fuzz/fuzz.h"
 
 #include <algorithm>
 #include <cstdlib>

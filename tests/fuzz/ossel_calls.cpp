@@ -1,8 +1,8 @@
 // The calls of the object-store client and what each promises, whatever the server answers.
-#include "fuzz/ossel_calls.h"
+#include "tests/fuzz/ossel_calls.h"
 
-#include "fuzz/fuzz.h"
 #include "platform/ossel.h"
+#include "tests/fuzz/fuzz.h"
 #include "text.h"
 
 #include <array>

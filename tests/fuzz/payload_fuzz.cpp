@@ -1,7 +1,7 @@
 // The payload of a request: arbitrary bytes to the parser of the request channel, which has to
 // agree with the JSON library's own tree on what a request is.
-#include "fuzz/fuzz.h"
-#include "payload.h"
+#include "platform/plugin_host/payload.h"
+#include "tests/fuzz/fuzz.h"
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
@@ -22,9 +22,9 @@ bool isRequest(const Json& tree) {
 }
 
 void checkShown(std::string_view payload) {
-    constexpr std::size_t kMostLetters = 80 * 4 + 3;
+    constexpr std::size_t kMaxLetters = 80 * 4 + 3;
     const std::string shown = plugin_host::shownPayload(payload);
-    require(shown.size() <= kMostLetters, "a shown payload is short", shown);
+    require(shown.size() <= kMaxLetters, "a shown payload is short", shown);
     require(std::ranges::all_of(shown, [](char c) { return c >= 0x20 && c < 0x7f; }),
             "a shown payload is printable ASCII", shown);
     require(payload.empty() == shown.empty(), "a payload is shown", shown);
@@ -40,7 +40,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const char* const reason = plugin_host::parseRequest(payload, request);
     const auto& [msgId, reqArg, replyChannel] = request;
     const Json tree = Json::parse(payload, nullptr, false);
-    const bool wanted = payload.size() <= plugin_host::kMostPayloadBytes && isRequest(tree);
+    const bool wanted = payload.size() <= plugin_host::kMaxPayloadBytes && isRequest(tree);
     require((reason == nullptr) == wanted, "the parser and the tree agree",
             reason == nullptr ? "accepted" : reason);
     if (wanted) {

@@ -2,11 +2,11 @@
 // table below), a body or a query. What is accepted is what the provider's own table of settings
 // accepts; what is refused can be told to the client, within what an answer may be.
 #include "client/settings.h"
-#include "fuzz/fuzz.h"
 #include "redfish/model/accounts.h"
 #include "redfish/model/query.h"
 #include "redfish/model/settings_change.h"
 #include "redfish/model/webgui.h"
+#include "tests/fuzz/fuzz.h"
 
 #include <array>
 

@@ -5,10 +5,10 @@
 // letter for the call (osselCalls in ossel_calls.cpp, from 'a'; '@' is osselRedisConnect), a letter
 // for the manner (' ' plain, 'c' hangs up afterwards, 'p' in two pieces), and the server's bytes,
 // escaped as in fuzz.h.
-#include "fuzz/fuzz.h"
-#include "fuzz/ossel_calls.h"
-#include "fuzz/reply_server.h"
 #include "platform/ossel.h"
+#include "tests/fuzz/fuzz.h"
+#include "tests/fuzz/ossel_calls.h"
+#include "tests/fuzz/reply_server.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -19,7 +19,7 @@ namespace {
 
 using fuzz::require;
 
-constexpr std::size_t kMostSteps = 8;
+constexpr std::size_t kMaxSteps = 8;
 
 struct Disconnect {
     void operator()(redisContext* context) const noexcept { osselRedisDisconnect(context); }
@@ -75,7 +75,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const Connection context = connect();
     require(context != nullptr, "an honest server is connected to");
     const auto steps = fuzz::split(fuzz::asText(data, size), '~');
-    for (std::size_t i = 0; i < std::min(steps.size(), kMostSteps); ++i) {
+    for (std::size_t i = 0; i < std::min(steps.size(), kMaxSteps); ++i) {
         runStep(steps[i], context.get());
     }
     requireHonestAnswer(context.get());

@@ -1,6 +1,6 @@
 // The main of a fuzz target in a build without libFuzzer: every file of the folders or of the
 // list on the command line is one input. New inputs are left to libFuzzer.
-#include "fuzz/fuzz.h"
+#include "tests/fuzz/fuzz.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -1,6 +1,6 @@
 // The server's thread, for all its clients. Where an answer ends it asks the reader that the
 // clients use, too.
-#include "fuzz/reply_server.h"
+#include "tests/fuzz/reply_server.h"
 
 #include <array>
 #include <hiredis/hiredis.h>
@@ -19,12 +19,12 @@ namespace fuzz {
 namespace {
 
 // As the client's own: hiredis ends the process when it cannot allocate what an array announces.
-constexpr int kMostElements = 1024 * 1024;
+constexpr int kMaxElements = 1024 * 1024;
 
 redisReplyObjectFunctions* g_defaults = nullptr;
 
 void* createBoundedArray(const redisReadTask* task, int elements) {
-    return elements > kMostElements ? nullptr : g_defaults->createArray(task, elements);
+    return elements > kMaxElements ? nullptr : g_defaults->createArray(task, elements);
 }
 
 redisReplyObjectFunctions* boundedFunctions(redisReplyObjectFunctions* defaults) {

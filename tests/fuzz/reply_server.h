@@ -3,8 +3,8 @@
 // the connection down behind them and the client's reads end at once.
 #pragma once
 
-#include "support/listener.h"
-#include "support/temporary_folder.h"
+#include "tests/support/listener.h"
+#include "tests/support/temporary_folder.h"
 
 #include <mutex>
 #include <string>

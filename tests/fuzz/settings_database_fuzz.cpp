@@ -2,13 +2,13 @@
 // real library: whatever the file holds, it is usable afterwards, made anew or brought up to date,
 // and opening it once more finds nothing to do. What an input means is told in database_input.h.
 #include "agent/webgui_agent.h"
-#include "fuzz/database_input.h"
-#include "fuzz/fuzz.h"
 #include "platform/lcd_panel.h"
 #include "platform/settings_database.h"
 #include "process_state.h"
-#include "support/process_state_control.h"
-#include "support/temporary_folder.h"
+#include "tests/fuzz/database_input.h"
+#include "tests/fuzz/fuzz.h"
+#include "tests/support/process_state_control.h"
+#include "tests/support/temporary_folder.h"
 #include "text.h"
 
 #include <algorithm>

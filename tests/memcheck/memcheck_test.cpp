@@ -1,6 +1,6 @@
 // A whole life of the daemon under valgrind's memcheck, with real devices: no error, no block left
 // at the end, nothing suppressed, and still one answer to each request.
-#include "end_to_end/devices.h"
+#include "tests/end_to_end/devices.h"
 
 #include <map>
 #include <utility>

@@ -1,8 +1,8 @@
 // The settings database locked, full, read-only, moved or gone under the running daemon: what is
 // answered and logged, that the old row stays whole, and what brings the service back.
-#include "end_to_end/end_to_end.h"
-#include "support/mount_namespace.h"
-#include "support/wait_until.h"
+#include "tests/end_to_end/end_to_end.h"
+#include "tests/support/mount_namespace.h"
+#include "tests/support/wait_until.h"
 
 #include <csignal>
 #include <filesystem>

@@ -1,8 +1,8 @@
 // The cooling unit, the X server and the backlight silent, gone and back again under the running
 // daemon: every request is answered in time, what concerns the other settings is applied, each
 // outage costs one line, and what brings a device up to date again.
-#include "end_to_end/devices.h"
-#include "support/wait_until.h"
+#include "tests/end_to_end/devices.h"
+#include "tests/support/wait_until.h"
 
 #include <chrono>
 #include <csignal>

@@ -7,8 +7,8 @@
 #include "client/discovery.h"
 #include "client/errors.h"
 #include "client/webgui.h"
-#include "end_to_end/end_to_end.h"
-#include "support/wait_until.h"
+#include "tests/end_to_end/end_to_end.h"
+#include "tests/support/wait_until.h"
 #include "text.h"
 
 #include <algorithm>

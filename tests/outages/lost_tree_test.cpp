@@ -1,6 +1,6 @@
 // The store loses what is in it, and the daemon keeps running: it answers, but only a start builds
 // the tree again. What orders that start on a board is told in docs/board.md.
-#include "end_to_end/end_to_end.h"
+#include "tests/end_to_end/end_to_end.h"
 
 #include <csignal>
 

@@ -1,7 +1,7 @@
 // Action requests: the parameters, the target, the action, its response data, the answer.
 #include "requests/action_requests.h"
 
-#include "requests/request_test.h"
+#include "tests/requests/request_test.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // The Redfish event that announces an update.
 #include "requests/backend_event.h"
 
-#include "requests/request_test.h"
+#include "tests/requests/request_test.h"
 
 #include <algorithm>
 #include <iterator>

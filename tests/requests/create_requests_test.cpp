@@ -1,7 +1,7 @@
 // Create requests, with a table that has rows.
 #include "requests/create_requests.h"
 
-#include "requests/request_test.h"
+#include "tests/requests/request_test.h"
 
 namespace {
 

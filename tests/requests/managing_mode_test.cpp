@@ -1,7 +1,7 @@
 // The managing mode: environment first, then the file.
 #include "requests/managing_mode.h"
 
-#include "doubles/platform_test.h"
+#include "tests/doubles/platform_test.h"
 
 #include <cstdlib>
 #include <filesystem>

@@ -1,7 +1,7 @@
 // Dispatch on the create path: actions and creations, and what no row accepts.
 #include "requests/message_dispatch.h"
 
-#include "requests/request_test.h"
+#include "tests/requests/request_test.h"
 
 namespace {
 

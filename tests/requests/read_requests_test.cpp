@@ -1,7 +1,7 @@
 // Read requests: the row, the target, the mark of freshness, the ETag cache, the answer.
 #include "requests/read_requests.h"
 
-#include "requests/request_test.h"
+#include "tests/requests/request_test.h"
 
 namespace {
 

@@ -2,11 +2,11 @@
 // that do what the test says.
 #pragma once
 
-#include "doubles/platform_test.h"
-#include "doubles/recorder.h"
 #include "handler_entries.h"
 #include "requests/return_messages.h"
-#include "support/process_state_control.h"
+#include "tests/doubles/platform_test.h"
+#include "tests/doubles/recorder.h"
+#include "tests/support/process_state_control.h"
 #include "text.h"
 
 #include <cstring>

@@ -1,7 +1,7 @@
 // Return messages: filling, freeing, storing and publishing an answer.
 #include "requests/return_messages.h"
 
-#include "requests/request_test.h"
+#include "tests/requests/request_test.h"
 
 #include <array>
 

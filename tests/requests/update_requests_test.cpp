@@ -2,7 +2,7 @@
 // answer.
 #include "requests/update_requests.h"
 
-#include "requests/request_test.h"
+#include "tests/requests/request_test.h"
 
 namespace {
 

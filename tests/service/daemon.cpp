@@ -1,8 +1,8 @@
 // Runs the daemon behind the double, and what the double is to record of an ordinary life.
-#include "service/daemon.h"
+#include "tests/service/daemon.h"
 
-#include "support/child_process.h"
-#include "support/temporary_folder.h"
+#include "tests/support/child_process.h"
+#include "tests/support/temporary_folder.h"
 
 #include <algorithm>
 #include <cstdlib>

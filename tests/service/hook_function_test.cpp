@@ -1,6 +1,6 @@
 // What the hook does with each message id: service/hook_function.cpp.
 #include "service/hook_function.h"
-#include "service/service_fixture.h"
+#include "tests/service/service_fixture.h"
 
 namespace {
 

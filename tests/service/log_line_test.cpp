@@ -1,7 +1,7 @@
 // Lines of log: their form, the base of their integers, and that lines of different threads never
 // mix: include/log_line.h.
-#include "doubles/platform_test.h"
 #include "log_line.h"
+#include "tests/doubles/platform_test.h"
 
 #include <algorithm>
 #include <array>

@@ -2,8 +2,8 @@
 // service/main.cpp, compiled under another name.
 #include "agent/handler_tables.h"
 #include "service/hook_function.h"
-#include "service/service_fixture.h"
 #include "service/worker_threads.h"
+#include "tests/service/service_fixture.h"
 
 #include <cstdio>
 #include <cstdlib>

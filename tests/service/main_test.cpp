@@ -1,8 +1,8 @@
 // Start-up and shutdown of the daemon itself, step by step: service/main.cpp and the order in which
 // the process-wide objects come and go. The daemon runs behind the double of the device libraries.
-#include "service/daemon.h"
+#include "tests/service/daemon.h"
 
-#include "support/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 #include <filesystem>
 #include <gmock/gmock.h>

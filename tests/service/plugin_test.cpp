@@ -1,5 +1,5 @@
 // The plugin object: its connection, its map of bindings, its lookup: service/plugin.h.
-#include "service/service_fixture.h"
+#include "tests/service/service_fixture.h"
 
 #include <type_traits>
 

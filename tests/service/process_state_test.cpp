@@ -1,7 +1,7 @@
 // Making and destroying the settings object: service/process_state.cpp. The order of construction
 // is seen in the tests of `main`.
 #include "agent/webgui_agent.h"
-#include "service/service_fixture.h"
+#include "tests/service/service_fixture.h"
 
 #include <stdexcept>
 

@@ -1,7 +1,7 @@
 // The run marker: attempts, pauses, and what is left of an old one: service/run_marker.cpp.
-#include "doubles/platform_test.h"
 #include "service/run_marker.h"
-#include "support/temporary_folder.h"
+#include "tests/doubles/platform_test.h"
+#include "tests/support/temporary_folder.h"
 
 #include <filesystem>
 

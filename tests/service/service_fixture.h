@@ -2,9 +2,9 @@
 // on a connection of the test's own. The real plugin object is given back at the end.
 #pragma once
 
-#include "doubles/platform_test.h"
 #include "process_state.h"
 #include "service/plugin_objects.h"
+#include "tests/doubles/platform_test.h"
 
 #include <string>
 #include <utility>

@@ -2,8 +2,8 @@
 // detail is left to the tests of requests/ and agent/.
 #include "agent/handler_tables.h"
 #include "agent/webgui_agent.h"
-#include "service/service_fixture.h"
 #include "service/worker_threads.h"
+#include "tests/service/service_fixture.h"
 
 #include <algorithm>
 #include <atomic>

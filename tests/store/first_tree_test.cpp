@@ -1,6 +1,6 @@
 // The UUIDs that a process gives from its start on. A program of its own: the counter is never
 // reset, so one test uses it up.
-#include "store/tree_test.h"
+#include "tests/store/tree_test.h"
 
 namespace {
 

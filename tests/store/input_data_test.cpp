@@ -2,7 +2,7 @@
 #include "store/instance_operations.h"
 
 #include "requests/return_messages.h"
-#include "store/store_test.h"
+#include "tests/store/store_test.h"
 
 #include <array>
 #include <cstdlib>

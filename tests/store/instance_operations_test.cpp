@@ -1,7 +1,7 @@
 // Instance operations: calls, fall-backs, roll-backs, lines of log.
 #include "store/instance_operations.h"
 
-#include "store/store_test.h"
+#include "tests/store/store_test.h"
 
 #include <array>
 

@@ -2,7 +2,7 @@
 #include "store/resource_documents.h"
 
 #include "agent/webgui_agent.h"
-#include "store/tree_test.h"
+#include "tests/store/tree_test.h"
 
 #include <array>
 

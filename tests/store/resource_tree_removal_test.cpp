@@ -1,5 +1,5 @@
 // Taking the resource tree down: children before parents, past every failure.
-#include "store/tree_test.h"
+#include "tests/store/tree_test.h"
 
 namespace {
 

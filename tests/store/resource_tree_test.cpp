@@ -1,5 +1,5 @@
 // Building the resource tree: order, roll-backs, lines of log.
-#include "store/tree_test.h"
+#include "tests/store/tree_test.h"
 
 // The linker puts these in the place of WebGUIPlugin_FillDocument, which by itself never fails.
 extern "C" {

@@ -2,8 +2,8 @@
 // agent are left out of the record.
 #pragma once
 
-#include "doubles/platform_test.h"
-#include "support/process_state_control.h"
+#include "tests/doubles/platform_test.h"
+#include "tests/support/process_state_control.h"
 #include "text.h"
 
 #include <cstdio>

@@ -4,7 +4,7 @@
 
 #include "store/resource_documents.h"
 #include "store/resource_tree.h"
-#include "store/store_test.h"
+#include "tests/store/store_test.h"
 
 #include <string>
 #include <vector>

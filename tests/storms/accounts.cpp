@@ -1,6 +1,6 @@
 // The rules of the accounts, one after the other. Where the figures come from is left to the
 // callers.
-#include "storms/accounts.h"
+#include "tests/storms/accounts.h"
 
 #include <algorithm>
 

@@ -2,8 +2,8 @@
 // request answered once, or its requester told, and nothing answered twice?
 #pragma once
 
-#include "storms/asker.h"
-#include "storms/journal.h"
+#include "tests/storms/asker.h"
+#include "tests/storms/journal.h"
 
 #include <map>
 #include <string>

@@ -1,5 +1,5 @@
 // The accounts themselves: each way in which a request could go astray is noticed.
-#include "storms/accounts.h"
+#include "tests/storms/accounts.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

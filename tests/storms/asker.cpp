@@ -1,5 +1,5 @@
 // See asker.h. Unlike client/requester.h it keeps its reply channel known and every failure apart.
-#include "storms/asker.h"
+#include "tests/storms/asker.h"
 
 #include "client/discovery.h"
 #include "client/errors.h"

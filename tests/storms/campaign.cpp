@@ -1,6 +1,6 @@
 // The long form of the storms: all faults of the store, in random order, for as long as
 // ORVANE_STORM_SECONDS says, and a table at the end. script/storm runs it.
-#include "storms/storm.h"
+#include "tests/storms/storm.h"
 
 #include <algorithm>
 #include <array>

@@ -1,5 +1,5 @@
 // Reads the witness's lines. What they mean together is left to accounts.cpp.
-#include "storms/journal.h"
+#include "tests/storms/journal.h"
 
 #include <fstream>
 #include <sstream>

@@ -1,5 +1,5 @@
 // What the requesters ask for, and when. How a request ends is told by asker.cpp.
-#include "storms/load.h"
+#include "tests/storms/load.h"
 
 #include "client/errors.h"
 #include "client/events.h"

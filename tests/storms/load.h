@@ -3,7 +3,7 @@
 // questions for the provider's state, events.
 #pragma once
 
-#include "storms/asker.h"
+#include "tests/storms/asker.h"
 
 #include <atomic>
 #include <chrono>

@@ -1,9 +1,9 @@
 // See observer.h. A pattern is beyond client/subscription.h, so this uses the wire itself.
-#include "storms/observer.h"
+#include "tests/storms/observer.h"
 
 #include "client/errors.h"
 #include "client/wire.h"
-#include "support/wait_until.h"
+#include "tests/support/wait_until.h"
 
 #include <utility>
 

@@ -5,7 +5,7 @@
 // Its lines: "sample" with seconds, resident KiB, dirty KiB, descriptors, threads, and how much was
 // asked, answered, read fresh, asked for status and seen of events so far; "fault" with seconds and
 // name; "total" with name and number.
-#include "storms/storm.h"
+#include "tests/storms/storm.h"
 
 #include <array>
 #include <condition_variable>

@@ -1,8 +1,8 @@
 // See storm.h. Each fault is undone by whoever brought it about; only the daemon is left alone.
-#include "storms/storm.h"
+#include "tests/storms/storm.h"
 
-#include "storms/observer.h"
-#include "support/wait_until.h"
+#include "tests/storms/observer.h"
+#include "tests/support/wait_until.h"
 
 #include <csignal>
 #include <cstdlib>

@@ -2,10 +2,10 @@
 // Which faults come in which order is left to the tests.
 #pragma once
 
-#include "end_to_end/devices.h"
-#include "storms/accounts.h"
-#include "storms/load.h"
-#include "support/relay.h"
+#include "tests/end_to_end/devices.h"
+#include "tests/storms/accounts.h"
+#include "tests/storms/load.h"
+#include "tests/support/relay.h"
 
 #include <chrono>
 #include <memory>

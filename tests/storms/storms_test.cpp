@@ -1,7 +1,7 @@
 // The short form of the storms: each fault of the store a few times, in the midst of a load.
-#include "storms/storm.h"
+#include "tests/storms/storm.h"
 
-#include "support/wait_until.h"
+#include "tests/support/wait_until.h"
 
 #include <gmock/gmock.h>
 

@@ -1,7 +1,7 @@
-#include "support/child_process.h"
+#include "tests/support/child_process.h"
 
-#include "support/temporary_folder.h"
-#include "support/wait_until.h"
+#include "tests/support/temporary_folder.h"
+#include "tests/support/wait_until.h"
 
 #include <csignal>
 #include <cstdlib>

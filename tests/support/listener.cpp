@@ -1,4 +1,4 @@
-#include "support/listener.h"
+#include "tests/support/listener.h"
 
 #include "text.h"
 

@@ -1,6 +1,6 @@
-#include "support/mount_namespace.h"
+#include "tests/support/mount_namespace.h"
 
-#include "support/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // The process-wide objects for unit tests, which do not link service/.
-#include "support/process_state_control.h"
+#include "tests/support/process_state_control.h"
 
 #include "agent/webgui_agent.h"
 

@@ -1,6 +1,6 @@
-#include "support/redis_server.h"
+#include "tests/support/redis_server.h"
 
-#include "support/wait_until.h"
+#include "tests/support/wait_until.h"
 
 #include <csignal>
 #include <hiredis/hiredis.h>

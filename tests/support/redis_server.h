@@ -2,8 +2,8 @@
 // machine's. It may be stopped, killed, paused and started again in mid-test.
 #pragma once
 
-#include "support/child_process.h"
-#include "support/temporary_folder.h"
+#include "tests/support/child_process.h"
+#include "tests/support/temporary_folder.h"
 
 #include <memory>
 #include <string>

@@ -1,5 +1,5 @@
 // See relay.h. One thread serves all links; what it passes on it does not read.
-#include "support/relay.h"
+#include "tests/support/relay.h"
 
 #include "text.h"
 
@@ -16,7 +16,7 @@ namespace {
 
 constexpr int kBacklog = 64;
 // How late a change of the delay is seen by what waits already.
-constexpr int kMostMilliseconds = 5;
+constexpr int kMaxMilliseconds = 5;
 
 int connectTo(const std::string& path) {
     sockaddr_un address{};
@@ -85,7 +85,7 @@ bool Relay::waitForSomething() {
             isSomethingWaiting = isSomethingWaiting || (!isSilent_ && !way->waiting.empty());
         }
     }
-    ::poll(watched.data(), watched.size(), isSomethingWaiting ? kMostMilliseconds : -1);
+    ::poll(watched.data(), watched.size(), isSomethingWaiting ? kMaxMilliseconds : -1);
     return watched[0].revents == 0;
 }
 

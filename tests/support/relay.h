@@ -2,7 +2,7 @@
 // stops passing on at a given stage where a test asks for that.
 #pragma once
 
-#include "support/listener.h"
+#include "tests/support/listener.h"
 
 #include <atomic>
 #include <chrono>

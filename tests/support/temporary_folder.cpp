@@ -1,4 +1,4 @@
-#include "support/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 #include <cstdlib>
 #include <fstream>

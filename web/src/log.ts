@@ -16,7 +16,7 @@ export type LogEntry = { id: number; time: Date } & (
 );
 type WithoutId<T> = T extends unknown ? Omit<T, "id"> : never;
 
-const kMostEntries = 200;
+const kMaxEntries = 200;
 
 export class EventLog {
     readonly entries: Reading<readonly LogEntry[]>;
@@ -30,6 +30,6 @@ export class EventLog {
     add(entry: WithoutId<LogEntry>): void {
         this.lastId += 1;
         const next = { ...entry, id: this.lastId } as LogEntry;
-        this.entriesNow.update((entries) => [next, ...entries].slice(0, kMostEntries));
+        this.entriesNow.update((entries) => [next, ...entries].slice(0, kMaxEntries));
     }
 }

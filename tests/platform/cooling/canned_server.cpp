@@ -1,4 +1,4 @@
-#include "canned_server.h"
+#include "tests/platform/cooling/canned_server.h"
 
 #include <arpa/inet.h>
 #include <array>

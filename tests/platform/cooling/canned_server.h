@@ -1,7 +1,7 @@
 // TCP servers that are no cooling unit.
 #pragma once
 
-#include "support/listener.h"
+#include "tests/support/listener.h"
 
 #include <atomic>
 #include <chrono>

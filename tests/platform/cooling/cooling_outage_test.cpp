@@ -1,9 +1,9 @@
 // What the calls do while the unit is silent, slow, refusing, restarted, absent, or no unit.
 #include "platform/cooling.h"
 
-#include "canned_server.h"
-#include "cooling_unit_process.h"
-#include "support/wait_until.h"
+#include "tests/platform/cooling/canned_server.h"
+#include "tests/platform/cooling_unit_sim/cooling_unit_process.h"
+#include "tests/support/wait_until.h"
 
 #include <algorithm>
 #include <array>

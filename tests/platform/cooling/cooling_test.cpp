@@ -1,7 +1,7 @@
 // The temperature scale of a unit that answers, made and seen by an independent client too.
 #include "platform/cooling.h"
 
-#include "cooling_unit_process.h"
+#include "tests/platform/cooling_unit_sim/cooling_unit_process.h"
 
 #include <array>
 #include <climits>

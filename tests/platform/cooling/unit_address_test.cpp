@@ -1,5 +1,5 @@
 // The texts that say where a Modbus unit is.
-#include "cooling/unit_address.h"
+#include "platform/cooling/unit_address.h"
 
 #include <gtest/gtest.h>
 #include <string_view>

@@ -1,8 +1,8 @@
 // LCDBrightnessSet on a temporary directory laid out like the kernel's backlight class.
-#include "lcd_panel/backlight.h"
+#include "platform/lcd_panel/backlight.h"
 
 #include "platform/lcd_panel.h"
-#include "support/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 #include <algorithm>
 #include <array>

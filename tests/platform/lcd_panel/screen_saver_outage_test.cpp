@@ -1,9 +1,9 @@
 // What the panel's calls do while the X server is absent, killed, paused, or goes away in the
 // midst of an exchange: the process lives, and no call takes longer than its bound.
 #include "platform/lcd_panel.h"
-#include "support/relay.h"
-#include "support/wait_until.h"
-#include "x_server.h"
+#include "tests/platform/lcd_panel/x_server.h"
+#include "tests/support/relay.h"
+#include "tests/support/wait_until.h"
 
 #include <algorithm>
 #include <chrono>
@@ -31,7 +31,7 @@ using testing::HasSubstr;
 constexpr milliseconds kBound{600};
 constexpr milliseconds kAtOnce{200};
 // More packets than any exchange has.
-constexpr int kMostStages = 12;
+constexpr int kMaxStages = 12;
 
 class ScreenSaverOutage : public testing::Test {
 protected:
@@ -128,7 +128,7 @@ TEST_F(ScreenSaverOutage, IsOverWhenAPausedServerIsKilledAndAnotherStarts) {
 
 TEST_F(ScreenSaverOutage, EndsNothingWhenTheServerHangsUpAtAnyStage) {
     int broken = 0;
-    for (int stage = 0; stage < kMostStages; ++stage) {
+    for (int stage = 0; stage < kMaxStages; ++stage) {
         SCOPED_TRACE(stage);
         const test::Relay relay(server_.socketPath(), stage, test::Relay::Then::hangUp);
         use(relay);
@@ -143,11 +143,11 @@ TEST_F(ScreenSaverOutage, EndsNothingWhenTheServerHangsUpAtAnyStage) {
         EXPECT_TRUE(worksSoon());
     }
     EXPECT_GE(broken, 5); // set-up, what libx11 asks for, get, set
-    EXPECT_LT(broken, kMostStages);
+    EXPECT_LT(broken, kMaxStages);
 }
 
 TEST_F(ScreenSaverOutage, HoldsNoCallWhenTheServerFallsSilentAtAnyStage) {
-    for (int stage = 0; stage < kMostStages; ++stage) {
+    for (int stage = 0; stage < kMaxStages; ++stage) {
         SCOPED_TRACE(stage);
         {
             const test::Relay relay(server_.socketPath(), stage, test::Relay::Then::fallSilent);

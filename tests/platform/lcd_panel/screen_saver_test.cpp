@@ -1,7 +1,7 @@
 // Time-out, blanking and environment on a real X server.
 #include "platform/lcd_panel.h"
-#include "support/wait_until.h"
-#include "x_server.h"
+#include "tests/platform/lcd_panel/x_server.h"
+#include "tests/support/wait_until.h"
 
 #include <climits>
 #include <cstdlib>

@@ -1,6 +1,6 @@
-#include "x_server.h"
+#include "tests/platform/lcd_panel/x_server.h"
 
-#include "support/wait_until.h"
+#include "tests/support/wait_until.h"
 
 #include <X11/Xlib.h>
 #include <X11/extensions/scrnsaver.h>

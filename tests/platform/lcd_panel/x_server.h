@@ -1,8 +1,8 @@
 // An Xvfb of one test's own, on a display that it finds free by itself.
 #pragma once
 
-#include "support/child_process.h"
-#include "support/temporary_folder.h"
+#include "tests/support/child_process.h"
+#include "tests/support/temporary_folder.h"
 
 #include <memory>
 #include <string>

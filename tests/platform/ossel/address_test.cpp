@@ -1,7 +1,7 @@
 // What OSSEL_REDIS may hold, and what is said of everything else.
-#include "store_test.h"
+#include "tests/platform/ossel/store_test.h"
 
-#include "support/wait_until.h"
+#include "tests/support/wait_until.h"
 
 #include <arpa/inet.h>
 #include <gmock/gmock.h>

@@ -1,5 +1,5 @@
 // What becomes of a connection while redis stops, starts, hangs, is full or turns clients away.
-#include "store_test.h"
+#include "tests/platform/ossel/store_test.h"
 
 #include <algorithm>
 #include <atomic>

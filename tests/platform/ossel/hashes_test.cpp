@@ -1,5 +1,5 @@
 // Hashes, freshness marks and ETags, sentence by sentence of the contract.
-#include "store_test.h"
+#include "tests/platform/ossel/store_test.h"
 
 #include <algorithm>
 #include <array>

@@ -1,5 +1,5 @@
 // UUIDs, return messages, publications and events, sentence by sentence of the contract.
-#include "store_test.h"
+#include "tests/platform/ossel/store_test.h"
 
 #include <climits>
 #include <cstring>

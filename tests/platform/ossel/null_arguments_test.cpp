@@ -1,6 +1,6 @@
 // Every function with a null context and with each of its pointers null: a failure, no crash,
 // and nothing stored.
-#include "store_test.h"
+#include "tests/platform/ossel/store_test.h"
 
 #include <functional>
 

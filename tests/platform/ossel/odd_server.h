@@ -2,8 +2,8 @@
 // not at all. It understands no command.
 #pragma once
 
-#include "support/listener.h"
-#include "support/temporary_folder.h"
+#include "tests/support/listener.h"
+#include "tests/support/temporary_folder.h"
 
 #include <chrono>
 #include <functional>

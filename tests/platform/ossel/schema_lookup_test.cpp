@@ -1,5 +1,5 @@
 // The look-ups without a context and which connection serves them.
-#include "store_test.h"
+#include "tests/platform/ossel/store_test.h"
 
 #include <thread>
 

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "platform/ossel.h"
-#include "support/redis_server.h"
+#include "tests/support/redis_server.h"
 #include "text.h"
 
 #include <cstdlib>

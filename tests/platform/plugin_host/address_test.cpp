@@ -1,4 +1,4 @@
-#include "address.h"
+#include "platform/plugin_host/address.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
-#include "connection.h"
+#include "platform/plugin_host/connection.h"
 
-#include "support/redis_server.h"
-#include "support/wait_until.h"
+#include "tests/support/redis_server.h"
+#include "tests/support/wait_until.h"
 
 #include <gtest/gtest.h>
 

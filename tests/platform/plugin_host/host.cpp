@@ -1,6 +1,6 @@
-#include "host.h"
+#include "tests/platform/plugin_host/host.h"
 
-#include "support/wait_until.h"
+#include "tests/support/wait_until.h"
 
 #include <hiredis/hiredis.h>
 

@@ -2,9 +2,9 @@
 // it and what comes back on the reply channel.
 #pragma once
 
-#include "support/child_process.h"
-#include "support/redis_server.h"
-#include "support/temporary_folder.h"
+#include "tests/support/child_process.h"
+#include "tests/support/redis_server.h"
+#include "tests/support/temporary_folder.h"
 
 #include <gtest/gtest.h>
 

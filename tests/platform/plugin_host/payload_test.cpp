@@ -1,4 +1,4 @@
-#include "payload.h"
+#include "platform/plugin_host/payload.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 
 namespace {
 
-using plugin_host::kMostPayloadBytes;
+using plugin_host::kMaxPayloadBytes;
 using plugin_host::parseRequest;
 using plugin_host::shownPayload;
 
@@ -17,7 +17,7 @@ struct Good {
 };
 
 TEST(ParseRequest, TakesArraysOfThreeTexts) {
-    const std::string longText(kMostPayloadBytes - 12, 'x');
+    const std::string longText(kMaxPayloadBytes - 12, 'x');
     const Good table[] = {
         {"plain", R"(["00003","obj","reply"])", {"00003", "obj", "reply"}},
         {"blanks", " [ \"00003\" ,\n\"obj\",\t\"reply\" ] ", {"00003", "obj", "reply"}},
@@ -75,7 +75,7 @@ TEST(ParseRequest, RefusesEveryOtherFormWithItsReason) {
         {"object element", R"(["a",{"b":"c"},"c"])", "an element is no text"},
         {"NUL", R"(["a","b\u0000c","c"])", "a text with a NUL"},
         {"deep nesting", std::string(60000, '['), "an element is no text"},
-        {"one byte too long", "[\"" + std::string(kMostPayloadBytes - 11, 'x') + R"(","b","c"])",
+        {"one byte too long", "[\"" + std::string(kMaxPayloadBytes - 11, 'x') + R"(","b","c"])",
          "longer than 64 KiB"},
     };
     for (const Bad& row : table) {

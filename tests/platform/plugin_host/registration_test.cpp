@@ -1,7 +1,7 @@
 // The provider's entry in the directory, its subscription, and both when redis is away.
-#include "host.h"
+#include "tests/platform/plugin_host/host.h"
 
-#include "support/wait_until.h"
+#include "tests/support/wait_until.h"
 
 #include <csignal>
 #include <utility>

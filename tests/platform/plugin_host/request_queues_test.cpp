@@ -1,6 +1,6 @@
-#include "request_queues.h"
+#include "platform/plugin_host/request_queues.h"
 
-#include "support/wait_until.h"
+#include "tests/support/wait_until.h"
 
 #include <gtest/gtest.h>
 

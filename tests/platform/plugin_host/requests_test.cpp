@@ -1,7 +1,7 @@
 // Requests on their road: published, handed to the hook, taken by a worker, answered.
-#include "host.h"
+#include "tests/platform/plugin_host/host.h"
 
-#include "support/wait_until.h"
+#include "tests/support/wait_until.h"
 
 #include <algorithm>
 #include <fstream>

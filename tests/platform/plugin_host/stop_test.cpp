@@ -1,7 +1,7 @@
 // How the host ends: by a signal, by a second one, or because its workers are gone.
-#include "host.h"
+#include "tests/platform/plugin_host/host.h"
 
-#include "support/wait_until.h"
+#include "tests/support/wait_until.h"
 
 #include <algorithm>
 #include <csignal>

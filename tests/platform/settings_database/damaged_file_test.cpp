@@ -1,5 +1,5 @@
 // Damaged files of many kinds: each is kept under another name and replaced.
-#include "database_fixture.h"
+#include "tests/platform/settings_database/database_fixture.h"
 
 #include <fstream>
 #include <regex>

@@ -1,6 +1,6 @@
-#include "database_fixture.h"
+#include "tests/platform/settings_database/database_fixture.h"
 
-#include "support/child_process.h"
+#include "tests/support/child_process.h"
 #include "text.h"
 
 #include <algorithm>

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "platform/settings_database.h"
-#include "support/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
-#include "disk_model.h"
+#include "tests/platform/settings_database/disk_model.h"
 
-#include "support/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 #include <algorithm>
 #include <filesystem>

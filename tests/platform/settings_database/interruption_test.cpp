@@ -1,9 +1,9 @@
 // Processes that are killed in the middle of a change. In a sweep the n-th change of a file is
 // done by half and kills, for every n until one comes through; what is left must be whole.
-#include "database_fixture.h"
+#include "tests/platform/settings_database/database_fixture.h"
 
-#include "support/child_process.h"
-#include "support/wait_until.h"
+#include "tests/support/child_process.h"
+#include "tests/support/wait_until.h"
 
 #include <chrono>
 #include <csignal>

@@ -1,6 +1,6 @@
 // Opening a missing, a present and an older file, and closing. Damaged files and unwilling
 // file systems have files of their own.
-#include "database_fixture.h"
+#include "tests/platform/settings_database/database_fixture.h"
 
 #include <filesystem>
 #include <sqlite3.h>

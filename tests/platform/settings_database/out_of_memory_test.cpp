@@ -1,6 +1,6 @@
 // Every call is run with its n-th allocation failing, for every n until none fails any more:
 // ours and those of SQLite alike. The C library's allocator is replaced in this program.
-#include "database_fixture.h"
+#include "tests/platform/settings_database/database_fixture.h"
 
 #include <cerrno>
 #include <cstdlib>

@@ -1,6 +1,6 @@
-#include "power_cut.h"
+#include "tests/platform/settings_database/power_cut.h"
 
-#include "recording_vfs.h"
+#include "tests/platform/settings_database/recording_vfs.h"
 #include "text.h"
 
 #include <algorithm>

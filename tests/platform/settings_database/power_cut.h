@@ -5,8 +5,8 @@
 //   ORVANE_POWER_CUT_SEED    where they begin (default 1)
 #pragma once
 
-#include "database_fixture.h"
-#include "disk_model.h"
+#include "tests/platform/settings_database/database_fixture.h"
+#include "tests/platform/settings_database/disk_model.h"
 
 #include <functional>
 #include <set>

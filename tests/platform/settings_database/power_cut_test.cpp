@@ -1,8 +1,8 @@
 // The power goes after every single thing that was asked of the disk: what was not synced by then
 // is lost, kept, torn or reordered in many ways (disk_model.h), and each time the database must
 // open with a whole row, and with the last one that a caller was told of.
-#include "power_cut.h"
-#include "recording_vfs.h"
+#include "tests/platform/settings_database/power_cut.h"
+#include "tests/platform/settings_database/recording_vfs.h"
 
 #include <filesystem>
 #include <memory>

@@ -1,4 +1,4 @@
-#include "recording_vfs.h"
+#include "tests/platform/settings_database/recording_vfs.h"
 
 #include <cstddef>
 #include <fcntl.h>

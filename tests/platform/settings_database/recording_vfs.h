@@ -6,7 +6,7 @@
 // A sync is noted and not done: the disk of a test needs none. One recording at a time, one thread.
 #pragma once
 
-#include "disk_model.h"
+#include "tests/platform/settings_database/disk_model.h"
 
 #include <string>
 

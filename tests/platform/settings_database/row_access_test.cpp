@@ -1,5 +1,5 @@
 // Reading and writing rows, against what the sqlite3 command wrote or reads.
-#include "database_fixture.h"
+#include "tests/platform/settings_database/database_fixture.h"
 
 #include <algorithm>
 

@@ -1,10 +1,10 @@
 // Files that cannot be opened now but are not damaged: locked, not permitted, read-only, full.
 // Nothing is ever renamed.
-#include "database_fixture.h"
+#include "tests/platform/settings_database/database_fixture.h"
 
-#include "support/child_process.h"
-#include "support/mount_namespace.h"
-#include "support/wait_until.h"
+#include "tests/support/child_process.h"
+#include "tests/support/mount_namespace.h"
+#include "tests/support/wait_until.h"
 
 #include <chrono>
 #include <sys/stat.h>

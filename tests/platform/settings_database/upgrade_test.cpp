@@ -1,6 +1,6 @@
 // Files of older shapes, made by the sqlite3 command: each is brought up to date and keeps its
 // values.
-#include "database_fixture.h"
+#include "tests/platform/settings_database/database_fixture.h"
 
 namespace test {
 namespace {

@@ -1,7 +1,7 @@
 // Accounts and sessions as they are looked at, changed and removed over HTTPS.
-#include "redfish/end_to_end/redfish_process.h"
 #include "redfish/model/addresses.h"
-#include "support/redis_server.h"
+#include "tests/redfish/end_to_end/redfish_process.h"
+#include "tests/support/redis_server.h"
 
 #include <gmock/gmock.h>
 

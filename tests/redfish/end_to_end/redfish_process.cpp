@@ -1,7 +1,7 @@
 // See redfish_process.h. The path of the program comes from the build.
-#include "redfish/end_to_end/redfish_process.h"
+#include "tests/redfish/end_to_end/redfish_process.h"
 
-#include "support/wait_until.h"
+#include "tests/support/wait_until.h"
 
 #include <algorithm>
 #include <cctype>

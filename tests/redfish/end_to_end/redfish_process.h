@@ -1,8 +1,8 @@
 // The program orvane-redfish of this build on a free port of loopback, asked with curl.
 #pragma once
 
-#include "support/child_process.h"
-#include "support/temporary_folder.h"
+#include "tests/support/child_process.h"
+#include "tests/support/temporary_folder.h"
 
 #include <map>
 #include <memory>

@@ -1,9 +1,9 @@
 // Every status that the program can send, and what goes with it, in front of a provider that
 // answers as it is told to.
-#include "client/stand_in_provider.h"
-#include "redfish/end_to_end/redfish_process.h"
 #include "redfish/model/addresses.h"
-#include "support/wait_until.h"
+#include "tests/client/stand_in_provider.h"
+#include "tests/redfish/end_to_end/redfish_process.h"
+#include "tests/support/wait_until.h"
 
 #include <gmock/gmock.h>
 #include <set>

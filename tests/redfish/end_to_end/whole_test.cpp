@@ -1,8 +1,8 @@
 // The whole from the outside: curl and redfishtool, the service, the store, the real daemon and
 // the devices below it.
-#include "end_to_end/devices.h"
-#include "redfish/end_to_end/redfish_process.h"
 #include "redfish/model/addresses.h"
+#include "tests/end_to_end/devices.h"
+#include "tests/redfish/end_to_end/redfish_process.h"
 
 #include <gmock/gmock.h>
 

@@ -1,8 +1,8 @@
 #include "redfish/gateway/gateway.h"
 
-#include "client/stand_in_provider.h"
 #include "redfish/gateway/event_reader.h"
 #include "redfish/server/server.h"
+#include "tests/client/stand_in_provider.h"
 
 #include <future>
 #include <gmock/gmock.h>

@@ -1,6 +1,6 @@
 #include "redfish/security/accounts.h"
 
-#include "support/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 #include <filesystem>
 #include <gmock/gmock.h>

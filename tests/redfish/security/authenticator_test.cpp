@@ -1,7 +1,7 @@
 #include "redfish/security/authenticator.h"
 
 #include "redfish/security/passwords.h"
-#include "support/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 #include <condition_variable>
 #include <deque>

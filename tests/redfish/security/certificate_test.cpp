@@ -1,7 +1,7 @@
 #include "redfish/security/certificate.h"
 
-#include "support/child_process.h"
-#include "support/temporary_folder.h"
+#include "tests/support/child_process.h"
+#include "tests/support/temporary_folder.h"
 
 #include <gmock/gmock.h>
 #include <sys/stat.h>

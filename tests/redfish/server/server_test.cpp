@@ -1,6 +1,6 @@
 #include "redfish/server/server.h"
 
-#include "support/wait_until.h"
+#include "tests/support/wait_until.h"
 
 #include <arpa/inet.h>
 #include <atomic>

@@ -1,6 +1,6 @@
 #include "redfish/service/static_files.h"
 
-#include "support/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 #include <algorithm>
 #include <gmock/gmock.h>

@@ -42,7 +42,7 @@ const kElsewhere = new Set(["InitialBoot", "Name", "Id", "Actions", "Description
 
 const kLevels = { minimum: 1, maximum: 7 };
 // More side by side than this is a search, not a choice.
-const kMostSideBySide = 6;
+const kMaxSideBySide = 6;
 
 export interface Setting {
     name: string;
@@ -104,7 +104,7 @@ function controlOf(
     }
     // A schema may have another idea of what the values are.
     if (entry.control === "switch" && !isSwitch(values)) return "choice";
-    return entry.control === "choice" && values.length > kMostSideBySide ? "list" : entry.control;
+    return entry.control === "choice" && values.length > kMaxSideBySide ? "list" : entry.control;
 }
 
 const kOnAndOff = [

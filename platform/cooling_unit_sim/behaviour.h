@@ -1,0 +1,31 @@
+// What the unit does with a request, and the words by which it is told so while it runs.
+#pragma once
+
+#include "platform/cooling_unit_sim/unit.h"
+
+#include <chrono>
+#include <string>
+
+namespace sim {
+
+struct Behaviour {
+    enum class Kind { normal, silent, exception, slow };
+    Kind kind = Kind::normal;
+    unsigned int code = 0;             // of an exception
+    std::chrono::milliseconds delay{}; // of slow
+
+    std::string describe() const;
+};
+
+// The list of words, for --help and for the line that refuses others.
+extern const char* const kControlWords;
+
+struct Obeyed {
+    bool done;
+    std::string text; // one line: what holds now, or why nothing was done
+};
+
+// Carries out one line of words.
+Obeyed obey(const std::string& line, Behaviour& behaviour, Unit& unit);
+
+} // namespace sim
