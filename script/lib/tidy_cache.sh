@@ -49,7 +49,7 @@ hashes_of_code() {
     local folder
     folder=$(mktemp -d)
     (
-        cd "$folder"
+        cd "$folder" || exit
         while IFS= read -r file; do
             mkdir -p "$(dirname "$file")"
             printf '%s\n' "$file"
