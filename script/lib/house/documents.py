@@ -6,9 +6,9 @@ import re
 
 from .cxx import comment_text, tokens_of
 
-# Their files are data, and a README would be one datum more: inputs of the fuzz targets, and what
-# the web page's build copies into the page as it is.
-FOLDERS_OF_DATA = ("tests/fuzz/corpus/", "web/public")
+# A README there would be taken for one of their files: inputs of the fuzz targets, what the web page's
+# build copies into the page, and dpkg's own folder.
+FOLDERS_OF_DATA = ("tests/fuzz/corpus/", "web/public", "packaging/debian/source")
 
 _SOURCES = ("cpp", "h", "md", "sh", "py", "cmake", "ts", "mjs", "json", "tsv", "bash", "lua", "conf",
             "acl", "service", "txt")
