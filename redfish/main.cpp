@@ -80,7 +80,7 @@ void serve(const redfish::Options& options) {
                   const std::string& instance) { events.publish(received, isOld, instance); });
     sayAddress(options, server.port());
     server.run([&service](const redfish::Request& request,
-                          const redfish::Answer& answer) { service.handle(request, answer); },
+                          const redfish::Respond& respond) { service.handle(request, respond); },
                true);
 }
 

@@ -3,8 +3,8 @@
 #pragma once
 
 #include "client/events.h"
-#include "redfish/gateway/post_guard.h"
 #include "redfish/http/message.h"
+#include "redfish/runtime/post.h"
 
 #include <functional>
 #include <thread>

@@ -5,6 +5,7 @@
 #include "client/discovery.h"
 #include "client/invalidation.h"
 #include "client/names.h"
+#include "redfish/http/entity_tag.h"
 #include "redfish/model/webgui.h"
 
 #include <algorithm>
@@ -152,7 +153,7 @@ void Gateway::read(Read done) {
             stored.until = begin + snapshot.freshFor;
             stored.reading.body = makeText(model::serialise(
                 model::webGui(withActions(webGui.store(), std::move(snapshot.fields)))));
-            stored.reading.entityTag = model::entityTag(*stored.reading.body);
+            stored.reading.entityTag = entityTag(*stored.reading.body);
         });
         post_([this, flight, stored = std::move(stored)] { land(flight, stored); });
     });
@@ -191,33 +192,33 @@ void Gateway::forget() {
 void Gateway::change(client::SettingValues changes, std::string user, std::string ifMatch,
                      Changed done) {
     const auto shared = std::make_shared<Changed>(std::move(done));
-    const bool isTaken =
-        submit(*changes_, [this, changes = std::move(changes), user = std::move(user),
-                           ifMatch = std::move(ifMatch), shared](client::WebGui& webGui) {
-            ChangeResult result;
-            client::Precondition precondition;
-            if (!ifMatch.empty()) {
-                precondition = [&](const std::map<std::string, std::string>& fields) {
-                    return isListed(ifMatch,
-                                    model::entityTag(model::serialise(
-                                        model::webGui(withActions(webGui.store(), fields)))),
-                                    Comparison::strong);
-                };
-            }
-            result.problems = problemsOf(webGui.store(), [&] {
-                for (const client::UpdateAnswer& each :
-                     webGui.updateSettings(changes, user, false, precondition)) {
-                    result.isAnythingChanged |= each.answer.isSuccess();
-                    if (!each.answer.isSuccess()) {
-                        throw client::AnsweredOtherwise("a change", each.answer);
-                    }
+    const bool isTaken = submit(*changes_, [this, changes = std::move(changes),
+                                            user = std::move(user), ifMatch = std::move(ifMatch),
+                                            shared](client::WebGui& webGui) {
+        ChangeResult result;
+        client::Precondition precondition;
+        if (!ifMatch.empty()) {
+            precondition = [&](const std::map<std::string, std::string>& fields) {
+                return isListed(
+                    ifMatch,
+                    entityTag(model::serialise(model::webGui(withActions(webGui.store(), fields)))),
+                    Comparison::strong);
+            };
+        }
+        result.problems = problemsOf(webGui.store(), [&] {
+            for (const client::UpdateAnswer& each :
+                 webGui.updateSettings(changes, user, false, precondition)) {
+                result.isAnythingChanged |= each.answer.isSuccess();
+                if (!each.answer.isSuccess()) {
+                    throw client::AnsweredOtherwise("a change", each.answer);
                 }
-            });
-            post_([this, shared, result] {
-                forget();
-                (*shared)(result);
-            });
+            }
         });
+        post_([this, shared, result] {
+            forget();
+            (*shared)(result);
+        });
+    });
     if (!isTaken) {
         (*shared)({.isAnythingChanged = false, .problems = unavailable()});
     }
@@ -267,27 +268,6 @@ void Gateway::followOnce(client::StoreConnection& store) {
             post_([this] { forget(); });
         }
     }
-}
-
-bool isListed(std::string_view header, std::string_view entityTag, Comparison comparison) {
-    while (!header.empty()) {
-        const std::size_t end = header.find(',');
-        std::string_view each = header.substr(0, end);
-        header.remove_prefix(end == std::string_view::npos ? header.size() : end + 1);
-        while (each.starts_with(' ')) {
-            each.remove_prefix(1);
-        }
-        while (each.ends_with(' ')) {
-            each.remove_suffix(1);
-        }
-        if (comparison == Comparison::weak && each.starts_with("W/")) {
-            each.remove_prefix(2);
-        }
-        if (each == "*" || each == entityTag) {
-            return true;
-        }
-    }
-    return false;
 }
 
 } // namespace redfish

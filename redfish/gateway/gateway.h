@@ -5,10 +5,10 @@
 
 #include "client/stop.h"
 #include "client/webgui.h"
-#include "redfish/gateway/post_guard.h"
-#include "redfish/gateway/worker_pool.h"
 #include "redfish/http/message.h"
 #include "redfish/model/errors.h"
+#include "redfish/runtime/post.h"
+#include "redfish/runtime/worker_pool.h"
 
 #include <functional>
 #include <memory>
@@ -98,12 +98,5 @@ private:
     std::unique_ptr<WorkerPool> changes_;
     std::thread follower_;
 };
-
-// How entity tags are compared (RFC 9110): If-Match asks for the very same bytes, so that a weak
-// tag, "W/...", never matches; to If-None-Match a weak tag is as good.
-enum class Comparison { strong, weak };
-
-// Whether an entity tag is among those that a header If-Match or If-None-Match lists; "*" is any.
-bool isListed(std::string_view header, std::string_view entityTag, Comparison comparison);
 
 } // namespace redfish

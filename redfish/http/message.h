@@ -1,5 +1,5 @@
-// A request and its answer, as the service sees them: plain records. Reading the one from a
-// connection and writing the other to it is left to redfish/server/.
+// A request and its response as plain records, shared by everything between the parser of
+// redfish/server/ and the handlers of redfish/service/. Nothing here reads or writes a socket.
 #pragma once
 
 #include <cstdint>
@@ -12,18 +12,26 @@
 
 namespace redfish {
 
+// The methods that the service tells apart; `other` is any method that it never serves.
 enum class Method : std::uint8_t { get, head, post, patch, put, remove, options, other };
 
-// As it stands in a request line; "" for other.
+// The name as it stands in a request line, "DELETE" for `remove`; "" for `other`.
 std::string_view nameOf(Method method);
 
-// The texts are borrowed: they are there until the answer has been given.
+// GET or HEAD: the methods that change nothing.
+bool isReading(Method method);
+
+// One request. The views borrow from the connection and stay valid until the response has been
+// handed over; whoever needs a text longer copies it. A header that was not sent is empty.
 struct Request {
     Method method = Method::get;
-    std::string path;  // percent-decoded, without the query
-    std::string query; // as sent, without the question mark
+    // Percent-decoded, begins with "/", without the query.
+    std::string path;
+    // As sent, without the question mark.
+    std::string query;
     std::string_view authorization;
-    std::string_view token; // X-Auth-Token
+    // X-Auth-Token, which proves a session.
+    std::string_view token;
     std::string_view ifMatch;
     std::string_view ifNoneMatch;
     std::string_view contentType;
@@ -32,10 +40,12 @@ struct Request {
     std::string_view odataVersion;
     std::string_view lastEventId;
     std::string_view body;
-    std::string_view peer; // address of the other side
+    // Numeric address of the client, without its port.
+    std::string_view peer;
 };
 
-// What a stream of events hands to its connection. All calls on the thread of the connections.
+// The content of an event stream, produced piece by piece. The connection owns it while it sends
+// and drops it when the client goes. All calls on the loop's thread.
 class Feed {
 public:
     Feed() = default;
@@ -43,35 +53,38 @@ public:
     Feed(const Feed&) = delete;
     Feed& operator=(const Feed&) = delete;
 
-    // The next piece of text; null when there is none at present.
+    // Removes and returns the next piece of text; null while there is none.
     virtual std::shared_ptr<const std::string> take() = 0;
-    // No more is to be expected: the connection is to be closed when take() gives null.
+    // True once nothing more will come: the connection closes when take() returns null.
     virtual bool hasEnded() const = 0;
-    // `ready` is called whenever one of the two may have changed. Empty: nobody listens.
+    // Registers the one listener, called whenever take() or hasEnded() may give something new.
+    // An empty function unregisters it.
     virtual void onReady(std::function<void()> ready) = 0;
 };
 
+// A body that several responses may share without copying it.
 using Text = std::shared_ptr<const std::string>;
-using Headers = std::vector<std::pair<std::string_view, std::string>>; // names are literals
+// Names and values; the names are literals, since a view is kept.
+using Headers = std::vector<std::pair<std::string_view, std::string>>;
 
+// One response. The server adds Date, Content-Type, Content-Length and Connection itself.
 struct Response {
     unsigned int status = 200;
     Headers headers;
-    std::string_view contentType; // a literal; empty: no content
-    Text body;                    // may be shared; null: no content
-    std::shared_ptr<Feed> feed;   // where the content is a stream of events
+    // A literal (media_type.h); empty: no content.
+    std::string_view contentType;
+    // Null: no content.
+    Text body;
+    // Set instead of `body` where the content is an event stream.
+    std::shared_ptr<Feed> feed;
 };
 
 inline Text makeText(std::string text) {
     return std::make_shared<const std::string>(std::move(text));
 }
 
-// Gives the answer to a request, once, on the thread of the connections.
-using Answer = std::function<void(Response)>;
-
-// Has a piece of work done on the thread of the connections. Any thread.
-using Post = std::function<void(std::function<void()>)>;
-
-inline constexpr std::string_view kJsonType = "application/json; charset=utf-8";
+// Hands over the response to one request: exactly one call, on the loop's thread, at once or
+// later. The request must not be used afterwards.
+using Respond = std::function<void(Response)>;
 
 } // namespace redfish

@@ -1,9 +1,4 @@
-// Splits and decodes request targets. Which paths there are is left to the router.
 #include "redfish/http/target.h"
-
-#include "redfish/http/message.h"
-
-#include <array>
 
 namespace redfish {
 
@@ -19,14 +14,7 @@ int hexDigit(char c) {
     return c >= 'A' && c <= 'F' ? c - 'A' + 10 : -1;
 }
 
-constexpr std::array<std::string_view, 8> kMethodNames{"GET", "HEAD",   "POST",    "PATCH",
-                                                       "PUT", "DELETE", "OPTIONS", ""};
-
 } // namespace
-
-std::string_view nameOf(Method method) {
-    return kMethodNames.at(static_cast<std::size_t>(method));
-}
 
 std::optional<std::string> percentDecode(std::string_view text) {
     std::string decoded;
@@ -102,6 +90,13 @@ std::vector<std::string_view> segmentsOf(std::string_view path) {
         path.remove_prefix(end == std::string_view::npos ? path.size() : end + 1);
     }
     return segments;
+}
+
+std::string_view withoutTrailingSlash(std::string_view path) {
+    if (path.size() > 1 && path.ends_with('/')) {
+        path.remove_suffix(1);
+    }
+    return path;
 }
 
 } // namespace redfish

@@ -14,9 +14,6 @@ using Json = nlohmann::json;
 // documents have equal bytes. What is no UTF-8 in a text is replaced by U+FFFD.
 std::string serialise(const Json& document);
 
-// The strong entity tag of these bytes, with its quotes: 34 characters.
-std::string entityTag(std::string_view bytes);
-
 // {"@odata.id": address}
 Json linkTo(std::string_view address);
 

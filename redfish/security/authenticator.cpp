@@ -2,6 +2,7 @@
 // signed in may do is left to the service.
 #include "redfish/security/authenticator.h"
 
+#include "redfish/crypto/encoding.h"
 #include "redfish/security/passwords.h"
 
 #include <iostream>

@@ -3,9 +3,12 @@
 // for a while. Thread of the connections only.
 #pragma once
 
-#include "redfish/gateway/worker_pool.h"
 #include "redfish/http/message.h"
+#include "redfish/runtime/clock.h"
+#include "redfish/runtime/post.h"
+#include "redfish/runtime/worker_pool.h"
 #include "redfish/security/accounts.h"
+#include "redfish/security/random.h"
 #include "redfish/security/sessions.h"
 
 #include <functional>

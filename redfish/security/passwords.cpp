@@ -1,7 +1,7 @@
 // libcrypt's yescrypt at its own cost. When it is asked is left to authenticator.cpp.
 #include "redfish/security/passwords.h"
 
-#include "redfish/security/random.h"
+#include "redfish/crypto/digest.h"
 
 #include <crypt.h>
 #include <memory>

@@ -1,31 +1,20 @@
-// Random numbers for secrets, digests, and comparisons that take the same time however much
-// is equal.
+// Random numbers for secrets. Any thread. Every call throws std::runtime_error if the system has no
+// randomness to give.
 #pragma once
 
-#include <array>
+#include "redfish/crypto/digest.h"
+
 #include <string>
-#include <string_view>
 
 namespace redfish {
 
-using Digest = std::array<unsigned char, 32>;
-
-// `bytes` random bytes as hexadecimal digits. Throws std::runtime_error where the system has
-// no randomness to give.
+// `bytes` random bytes as hexadecimal digits.
 std::string randomHex(std::size_t bytes);
-// Letters and digits that no two of look alike, 93 bits: for people to type.
+
+// A password for people to type: 16 letters and digits, 93 bits, none of which look alike.
 std::string randomPassword();
 
-Digest sha256(std::string_view text);
-Digest hmacSha256(const Digest& key, std::string_view text);
+// A key for hmacSha256().
 Digest randomKey();
-
-// The first 16 bytes as hexadecimal digits: what an ETag is made of.
-std::string shortHex(const Digest& digest);
-
-bool isEqualInConstantTime(std::string_view one, std::string_view other);
-
-// Nothing but the alphabet of base64, padded or not; empty on anything else.
-std::string base64Decode(std::string_view text);
 
 } // namespace redfish

@@ -1,6 +1,8 @@
 // A table of sessions by the digest of their tokens.
 #include "redfish/security/sessions.h"
 
+#include "redfish/security/random.h"
+
 #include <algorithm>
 #include <utility>
 

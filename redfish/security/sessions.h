@@ -2,7 +2,8 @@
 // memory only and end with the program. Thread of the connections only.
 #pragma once
 
-#include "redfish/security/random.h"
+#include "redfish/crypto/digest.h"
+#include "redfish/runtime/clock.h"
 
 #include <chrono>
 #include <map>
@@ -12,8 +13,6 @@
 #include <vector>
 
 namespace redfish {
-
-using Clock = std::chrono::steady_clock;
 
 struct Session {
     std::string id; // names it in public; it proves nothing

@@ -149,8 +149,8 @@ private:
 
     // False when the other side has gone, or was too slow.
     Awaitable<bool> readInto(RequestReader& reader) {
-        allow(buffer_.empty() ? context_.limits.idle : context_.limits.request);
-        bool hasBegun = !buffer_.empty();
+        allow(buffer_.size() == 0 ? context_.limits.idle : context_.limits.request);
+        bool hasBegun = buffer_.size() > 0;
         while (true) {
             if (reader.parse()) {
                 co_return true;

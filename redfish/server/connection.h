@@ -45,7 +45,7 @@ struct ConnectionContext {
     boost::asio::io_context& io;
     const Limits& limits;
     Handler handler;
-    ErrorAnswer errors;
+    ErrorResponder errors;
     std::list<Connection*> open; // all that run
     bool isStopping = false;
     std::function<void()> onEnd; // called when one has ended

@@ -1,15 +1,11 @@
-// Feeds Beast's parser with the bytes of a connection and turns its result into a Request.
 #include "redfish/server/request_reader.h"
 
 #include "redfish/http/target.h"
 
-#include <algorithm>
-#include <boost/asio/buffer.hpp>
 #include <boost/beast/http/error.hpp>
 #include <boost/beast/http/parser.hpp>
 #include <boost/beast/http/string_body.hpp>
 #include <boost/beast/http/verb.hpp>
-#include <cstring>
 
 namespace redfish {
 
@@ -17,7 +13,7 @@ namespace {
 
 namespace http = boost::beast::http;
 
-constexpr std::size_t kReadSize = 4096;
+constexpr std::size_t kReadBytes = 4096;
 
 Method methodOf(http::verb verb) {
     switch (verb) {
@@ -53,48 +49,30 @@ std::string_view textOf(boost::beast::string_view text) {
 
 } // namespace
 
-void ReadBuffer::consume(std::size_t count) {
-    begin_ += count;
-    if (begin_ == end_) {
-        begin_ = 0;
-        end_ = 0;
-    }
-}
-
-std::span<char> ReadBuffer::space() {
-    if (begin_ > 0) {
-        std::memmove(bytes_.data(), bytes_.data() + begin_, end_ - begin_);
-        end_ -= begin_;
-        begin_ = 0;
-    }
-    if (bytes_.size() < end_ + kReadSize / 4) {
-        bytes_.resize(end_ + kReadSize);
-    }
-    return {bytes_.data() + end_, bytes_.size() - end_};
-}
-
 struct RequestReader::Parser : http::request_parser<http::string_body> {};
 
-RequestReader::RequestReader(ReadBuffer& buffer, std::size_t mostHeaderBytes,
-                             std::size_t mostBodyBytes)
-    : buffer_(buffer), parser_(std::make_unique<Parser>()), mostHeaderBytes_(mostHeaderBytes) {
+RequestReader::RequestReader(ReadBuffer& buffer, std::size_t maxHeaderBytes,
+                             std::size_t maxBodyBytes)
+    : buffer_(buffer), parser_(std::make_unique<Parser>()), maxHeaderBytes_(maxHeaderBytes) {
     parser_->eager(true);
-    parser_->header_limit(static_cast<std::uint32_t>(mostHeaderBytes));
-    parser_->body_limit(mostBodyBytes);
+    parser_->header_limit(static_cast<std::uint32_t>(maxHeaderBytes));
+    parser_->body_limit(maxBodyBytes);
 }
 
 RequestReader::~RequestReader() = default;
 
+std::span<char> RequestReader::space() {
+    const auto free = buffer_.prepare(kReadBytes);
+    return {static_cast<char*>(free.data()), free.size()};
+}
+
 bool RequestReader::parse() {
-    while (!buffer_.empty() && !parser_->is_done()) {
-        const std::span<const char> data = buffer_.data();
+    while (buffer_.size() > 0 && !parser_->is_done()) {
         boost::system::error_code failure;
-        const std::size_t used =
-            parser_->put(boost::asio::const_buffer(data.data(), data.size()), failure);
-        buffer_.consume(used);
+        buffer_.consume(parser_->put(buffer_.cdata(), failure));
         if (failure == http::error::need_more) {
-            // A header that does not end: the parser counts only what it has understood.
-            if (!parser_->is_header_done() && buffer_.data().size() > mostHeaderBytes_) {
+            // An endless header: the parser counts only complete lines.
+            if (!parser_->is_header_done() && buffer_.size() > maxHeaderBytes_) {
                 failedStatus_ = 431;
                 return true;
             }
@@ -131,7 +109,7 @@ Request RequestReader::request() const {
     request.path = std::move(target->path);
     request.query = std::move(target->query);
     request.body = message.body();
-    // One walk over what was sent, instead of a search for each.
+    // One walk over the fields instead of a search for each.
     for (const auto& field : message) {
         const std::string_view value = textOf(field.value());
         switch (field.name()) {

@@ -1,54 +1,46 @@
-// Reads one request out of the bytes of a connection, within limits. Beast's parser does the
-// reading; it is included by the .cpp only.
+// Reads one request from the bytes of a connection, within limits. Beast's parser does the work;
+// it is included by the .cpp alone. Thread of the loop only.
 #pragma once
 
 #include "redfish/http/message.h"
 
+#include <boost/beast/core/flat_buffer.hpp>
 #include <cstddef>
 #include <memory>
 #include <span>
-#include <vector>
 
 namespace redfish {
 
-// Bytes that have come and are not yet read as a request; kept from one request to the next.
-class ReadBuffer {
-public:
-    bool empty() const { return begin_ == end_; }
-    std::span<const char> data() const { return {bytes_.data() + begin_, end_ - begin_}; }
-    void consume(std::size_t count);
-    // Room for at least a few more; to be followed by commit().
-    std::span<char> space();
-    void commit(std::size_t count) { end_ += count; }
+// Bytes of a connection that no request has consumed yet; kept from one request to the next.
+using ReadBuffer = boost::beast::flat_buffer;
 
-private:
-    std::vector<char> bytes_;
-    std::size_t begin_ = 0;
-    std::size_t end_ = 0;
-};
-
+// One request: feed bytes with space() and add() until parse() returns true, then take
+// failedStatus() or request().
 class RequestReader {
 public:
-    // `buffer` is borrowed.
-    RequestReader(ReadBuffer& buffer, std::size_t mostHeaderBytes, std::size_t mostBodyBytes);
+    // Starts with what `buffer` holds. Borrows `buffer`, which must outlive the reader and keeps
+    // the bytes of the next request. The limits are in bytes.
+    RequestReader(ReadBuffer& buffer, std::size_t maxHeaderBytes, std::size_t maxBodyBytes);
     ~RequestReader();
     RequestReader(const RequestReader&) = delete;
     RequestReader& operator=(const RequestReader&) = delete;
 
-    // Where the next bytes of the connection go; add() tells how many have come.
-    std::span<char> space() { return buffer_.space(); }
+    // Room for the next bytes of the connection; never empty. Valid until the next call.
+    std::span<char> space();
+    // Takes over the first `count` bytes that were written to space().
     void add(std::size_t count) { buffer_.commit(count); }
 
-    // True when the request is complete, or cannot become one: see failedStatus().
+    // Parses what has arrived. True once the request is complete or has failed.
     bool parse();
-    // 0, or the status with which the request is refused.
+    // The status to refuse the request with: 400, 413 or 431; 0 for a good request.
     unsigned int failedStatus() const { return failedStatus_; }
 
-    // True once: the other side waits for a sign before it sends the content.
+    // True once, if the client waits for "100 Continue" before it sends the body.
     bool wantsContinue();
 
-    // Of a complete request; its texts live as long as the reader.
+    // The complete request. Its views borrow from the reader.
     Request request() const;
+    // Whether the client lets the connection live on after the response.
     bool keepsConnection() const;
 
 private:
@@ -56,7 +48,7 @@ private:
 
     ReadBuffer& buffer_;
     std::unique_ptr<Parser> parser_;
-    std::size_t mostHeaderBytes_;
+    std::size_t maxHeaderBytes_;
     unsigned int failedStatus_ = 0;
     bool hasContinued_ = false;
 };

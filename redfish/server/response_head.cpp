@@ -1,41 +1,16 @@
-// Writes the head of an answer as text.
 #include "redfish/server/response_head.h"
 
 #include <array>
+#include <boost/beast/http/status.hpp>
 #include <ctime>
 
 namespace redfish {
 
 namespace {
 
-struct Reason {
-    unsigned int status;
-    std::string_view text;
-};
-constexpr std::array kReasons{
-    Reason{.status = 200, .text = "OK"},
-    Reason{.status = 201, .text = "Created"},
-    Reason{.status = 204, .text = "No Content"},
-    Reason{.status = 304, .text = "Not Modified"},
-    Reason{.status = 400, .text = "Bad Request"},
-    Reason{.status = 401, .text = "Unauthorized"},
-    Reason{.status = 403, .text = "Forbidden"},
-    Reason{.status = 404, .text = "Not Found"},
-    Reason{.status = 405, .text = "Method Not Allowed"},
-    Reason{.status = 406, .text = "Not Acceptable"},
-    Reason{.status = 409, .text = "Conflict"},
-    Reason{.status = 412, .text = "Precondition Failed"},
-    Reason{.status = 413, .text = "Content Too Large"},
-    Reason{.status = 415, .text = "Unsupported Media Type"},
-    Reason{.status = 429, .text = "Too Many Requests"},
-    Reason{.status = 431, .text = "Request Header Fields Too Large"},
-    Reason{.status = 500, .text = "Internal Server Error"},
-    Reason{.status = 501, .text = "Not Implemented"},
-    Reason{.status = 503, .text = "Service Unavailable"},
-    Reason{.status = 504, .text = "Gateway Timeout"},
-};
+namespace http = boost::beast::http;
 
-// The text is made once a second.
+// Formats the time once a second.
 const std::string& dateText(std::chrono::system_clock::time_point now) {
     static thread_local std::time_t last = 0;
     static thread_local std::string text;
@@ -55,12 +30,8 @@ const std::string& dateText(std::chrono::system_clock::time_point now) {
 } // namespace
 
 std::string_view reasonOf(unsigned int status) {
-    for (const Reason& reason : kReasons) {
-        if (reason.status == status) {
-            return reason.text;
-        }
-    }
-    return "Unknown";
+    const boost::beast::string_view reason = http::obsolete_reason(http::int_to_status(status));
+    return {reason.data(), reason.size()};
 }
 
 void appendHead(std::string& text, const Response& response, bool keepsConnection,

@@ -50,7 +50,7 @@ std::unique_ptr<asio::ssl::context> makeTls(const ServerOptions& options) {
 } // namespace
 
 struct Server::Implementation {
-    Implementation(ServerOptions given, ErrorAnswer errors)
+    Implementation(ServerOptions given, ErrorResponder errors)
         : options(std::move(given)),
           addresses(options.limits), context{.io = io,
                                              .limits = options.limits,
@@ -172,7 +172,7 @@ struct Server::Implementation {
     asio::signal_set signals;
 };
 
-Server::Server(ServerOptions options, ErrorAnswer errors)
+Server::Server(ServerOptions options, ErrorResponder errors)
     : implementation_(std::make_unique<Implementation>(std::move(options), std::move(errors))) {}
 
 Server::~Server() = default;

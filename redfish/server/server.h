@@ -3,6 +3,7 @@
 #pragma once
 
 #include "redfish/http/message.h"
+#include "redfish/runtime/post.h"
 #include "redfish/server/limits.h"
 
 #include <cstdint>
@@ -23,16 +24,16 @@ struct ServerOptions {
 
 // Called on the thread of the connections. Gives the answer then or later, exactly once; the
 // request is there until then.
-using Handler = std::function<void(const Request&, Answer)>;
+using Handler = std::function<void(const Request&, Respond)>;
 
 // What a request that cannot be read is answered: its status, with the content.
-using ErrorAnswer = std::function<Response(unsigned int status)>;
+using ErrorResponder = std::function<Response(unsigned int status)>;
 
 class Server {
 public:
     // Listens when the constructor returns. Throws std::exception: the address is in use,
     // a file is unusable, or a clear server is to listen beyond loopback.
-    Server(ServerOptions options, ErrorAnswer errors);
+    Server(ServerOptions options, ErrorResponder errors);
     ~Server();
     Server(const Server&) = delete;
     Server& operator=(const Server&) = delete;

@@ -1,5 +1,6 @@
 // Accounts: who there is, with which role. Everyone may look at his own and change its
 // password; all else is for those who may manage users.
+#include "redfish/http/entity_tag.h"
 #include "redfish/model/accounts.h"
 #include "redfish/model/addresses.h"
 #include "redfish/security/passwords.h"
@@ -58,60 +59,60 @@ model::Json Service::accountsDocument(const Call& call) const {
     return model::accounts(names);
 }
 
-void Service::getAccounts(const Call& call, const Answer& answer) {
-    answerDocument(call, accountsDocument(call), answer);
+void Service::getAccounts(const Call& call, const Respond& respond) {
+    answerDocument(call, accountsDocument(call), respond);
 }
 
-void Service::getAccount(const Call& call, const Answer& answer) {
+void Service::getAccount(const Call& call, const Respond& respond) {
     const std::optional<model::Json> document = accountDocument(call, call.member);
     if (!document) {
-        answer(notFound(call.member));
+        respond(notFound(call.member));
         return;
     }
-    answerDocument(call, *document, answer);
+    answerDocument(call, *document, respond);
 }
 
 void Service::withHash(const std::string& password, std::function<void(const std::string&)> done,
-                       const Answer& answer) {
-    const bool isTaken = parts_.checks.submit([this, password, done = std::move(done), answer] {
+                       const Respond& respond) {
+    const bool isTaken = parts_.checks.submit([this, password, done = std::move(done), respond] {
         std::string hash;
         try {
             hash = hashPassword(password);
         } catch (const std::exception&) {
             hash.clear();
         }
-        parts_.post([done, hash, answer] {
+        parts_.post([done, hash, respond] {
             if (hash.empty()) {
-                answer(errorResponse(Message::internalError));
+                respond(errorResponse(Message::internalError));
             } else {
                 done(hash);
             }
         });
     });
     if (!isTaken) {
-        answer(errorResponse(Message::providerUnavailable,
-                             {std::to_string(model::kRetryAfterSeconds)}));
+        respond(errorResponse(Message::providerUnavailable,
+                              {std::to_string(model::kRetryAfterSeconds)}));
     }
 }
 
-void Service::postAccount(const Call& call, const Answer& answer) {
+void Service::postAccount(const Call& call, const Respond& respond) {
     const auto checked = model::checkNewAccount(call.request.body, accountRules());
     if (!checked.isGood()) {
-        answer(errorResponse(checked.problems));
+        respond(errorResponse(checked.problems));
         return;
     }
     const model::NewAccount wanted = checked.value;
     withHash(
         wanted.password,
-        [this, call, wanted, answer](const std::string& hash) {
+        [this, call, wanted, respond](const std::string& hash) {
             // Looked at only now: another request may have made it meanwhile.
             if (parts_.accounts.find(wanted.userName) != nullptr) {
-                answer(errorResponse(Message::resourceAlreadyExists,
-                                     {"ManagerAccount", "UserName", wanted.userName}));
+                respond(errorResponse(Message::resourceAlreadyExists,
+                                      {"ManagerAccount", "UserName", wanted.userName}));
                 return;
             }
             if (parts_.accounts.all().size() >= kMaxAccounts) {
-                answer(errorResponse(Message::createLimitReachedForResource));
+                respond(errorResponse(Message::createLimitReachedForResource));
                 return;
             }
             try {
@@ -120,16 +121,16 @@ void Service::postAccount(const Call& call, const Answer& answer) {
                                      .isEnabled = wanted.isEnabled,
                                      .hash = hash});
             } catch (const std::exception& error) {
-                answer(cannotBeKept(error));
+                respond(cannotBeKept(error));
                 return;
             }
             parts_.authenticator.forget(wanted.userName);
             Response response = jsonResponse(accountDocument(call, wanted.userName).value(), 201);
             response.headers.emplace_back("Location",
                                           model::memberOf(model::kAccounts, wanted.userName));
-            answer(std::move(response));
+            respond(std::move(response));
         },
-        answer);
+        respond);
 }
 
 // A user who may not manage others may change his own password and nothing else.
@@ -150,46 +151,46 @@ model::Problems Service::problemsOfChange(const Call& call, const Account& accou
     return {};
 }
 
-void Service::patchAccount(const Call& call, const Answer& answer) {
+void Service::patchAccount(const Call& call, const Respond& respond) {
     const std::optional<model::Json> document = accountDocument(call, call.member);
     if (!document) {
-        answer(notFound(call.member));
+        respond(notFound(call.member));
         return;
     }
     const auto checked = model::checkAccountPatch(call.request.body, accountRules());
     if (!checked.isGood()) {
-        answer(errorResponse(checked.problems));
+        respond(errorResponse(checked.problems));
         return;
     }
     if (!call.request.ifMatch.empty() &&
-        !isListed(call.request.ifMatch, model::entityTag(model::serialise(*document)),
+        !isListed(call.request.ifMatch, entityTag(model::serialise(*document)),
                   Comparison::strong)) {
-        answer(errorResponse(Message::preconditionFailed));
+        respond(errorResponse(Message::preconditionFailed));
         return;
     }
     const model::AccountChange change = checked.value;
     if (!change.password) {
-        applyChange(call.member, change, {}, call, answer);
+        applyChange(call.member, change, {}, call, respond);
         return;
     }
     withHash(
         *change.password,
-        [this, call, change, answer](const std::string& hash) {
-            applyChange(call.member, change, hash, call, answer);
+        [this, call, change, respond](const std::string& hash) {
+            applyChange(call.member, change, hash, call, respond);
         },
-        answer);
+        respond);
 }
 
 void Service::applyChange(const std::string& name, const model::AccountChange& change,
-                          const std::string& hash, const Call& call, const Answer& answer) {
+                          const std::string& hash, const Call& call, const Respond& respond) {
     const Account* const present = parts_.accounts.find(name);
     if (present == nullptr) {
-        answer(notFound(name));
+        respond(notFound(name));
         return;
     }
     const model::Problems problems = problemsOfChange(call, *present, change);
     if (!problems.empty()) {
-        answer(errorResponse(problems));
+        respond(errorResponse(problems));
         return;
     }
     Account account = *present;
@@ -199,7 +200,7 @@ void Service::applyChange(const std::string& name, const model::AccountChange& c
     try {
         parts_.accounts.put(account);
     } catch (const std::exception& error) {
-        answer(cannotBeKept(error));
+        respond(cannotBeKept(error));
         return;
     }
     parts_.authenticator.forget(name);
@@ -207,29 +208,29 @@ void Service::applyChange(const std::string& name, const model::AccountChange& c
         // Whoever signed in with the old password is out, but for the one who changes it.
         parts_.sessions.endAllOf(name, call.identity.sessionId);
     }
-    answerDocument(call, accountDocument(call, name).value(), answer);
+    answerDocument(call, accountDocument(call, name).value(), respond);
 }
 
-void Service::deleteAccount(const Call& call, const Answer& answer) {
+void Service::deleteAccount(const Call& call, const Respond& respond) {
     const Account* const account = parts_.accounts.find(call.member);
     if (account == nullptr) {
-        answer(notFound(call.member));
+        respond(notFound(call.member));
         return;
     }
     if (account->isEnabled && account->role == Role::administrator &&
         !parts_.accounts.hasOtherAdministrator(account->name)) {
-        answer(errorResponse(Message::lastAdministrator));
+        respond(errorResponse(Message::lastAdministrator));
         return;
     }
     try {
         parts_.accounts.remove(call.member);
     } catch (const std::exception& error) {
-        answer(cannotBeKept(error));
+        respond(cannotBeKept(error));
         return;
     }
     parts_.authenticator.forget(call.member);
     parts_.sessions.endAllOf(call.member, {});
-    answer(jsonResponse(model::successBody(Message::accountRemoved)));
+    respond(jsonResponse(model::successBody(Message::accountRemoved)));
 }
 
 } // namespace redfish

@@ -1,5 +1,7 @@
 // The resources that say something about the service itself, and the files that describe it.
 // What they say is left to the model.
+#include "redfish/http/entity_tag.h"
+#include "redfish/http/media_type.h"
 #include "redfish/model/addresses.h"
 #include "redfish/model/messages.h"
 #include "redfish/model/schemas.h"
@@ -12,30 +14,27 @@ namespace redfish {
 
 namespace {
 
-constexpr std::string_view kXml = "application/xml; charset=utf-8";
-constexpr std::string_view kSchemaJson = "application/schema+json; charset=utf-8";
-
 struct File {
     std::string_view address;
     std::string_view type;
     std::string (*text)();
 };
 constexpr std::array kFiles{
-    File{.address = model::kMetadata, .type = kXml, .text = [] { return model::metadata(); }},
+    File{.address = model::kMetadata, .type = kXmlType, .text = [] { return model::metadata(); }},
     File{.address = model::kMessageRegistry,
          .type = kJsonType,
          .text = [] { return model::serialise(model::messageRegistry()); }},
     File{.address = model::kWebGuiSchema,
-         .type = kSchemaJson,
+         .type = kJsonSchemaType,
          .text = [] { return std::string(model::kWebGuiJsonSchema); }},
     File{.address = model::kManagerSchema,
-         .type = kSchemaJson,
+         .type = kJsonSchemaType,
          .text = [] { return std::string(model::kManagerJsonSchema); }},
     File{.address = model::kWebGuiCsdlFile,
-         .type = kXml,
+         .type = kXmlType,
          .text = [] { return std::string(model::kWebGuiCsdl); }},
     File{.address = model::kManagerCsdlFile,
-         .type = kXml,
+         .type = kXmlType,
          .text = [] { return std::string(model::kManagerCsdl); }},
 };
 
@@ -68,16 +67,16 @@ model::ServiceFacts Service::facts() const {
 }
 
 void Service::answerDocument(const Call& call, const model::Json& document,
-                             const Answer& answer) const {
+                             const Respond& respond) const {
     Response response = call.query.isPlain()
                             ? jsonResponse(document)
                             : jsonResponse(model::applyQuery(
                                   document, call.query, [this, &call](const std::string& address) {
                                       return lookUp(call, address);
                                   }));
-    response.headers.emplace_back("ETag", model::entityTag(*response.body));
+    response.headers.emplace_back("ETag", entityTag(*response.body));
     response.headers.emplace_back("Allow", router_.allow(addressOf(call.request)));
-    answer(std::move(response));
+    respond(std::move(response));
 }
 
 std::optional<model::Json> Service::lookUp(const Call& call, const std::string& address) const {
@@ -98,25 +97,25 @@ std::optional<model::Json> Service::lookUp(const Call& call, const std::string& 
     return model::fixedDocument(address, facts());
 }
 
-void Service::getFixed(const Call& call, const Answer& answer) {
+void Service::getFixed(const Call& call, const Respond& respond) {
     const std::string address = addressOf(call.request);
     const std::optional<model::Json> document = model::fixedDocument(address, facts());
     if (!document) {
-        answer(errorResponse(model::Message::resourceMissingAtUri, {address}));
+        respond(errorResponse(model::Message::resourceMissingAtUri, {address}));
         return;
     }
-    answerDocument(call, *document, answer);
+    answerDocument(call, *document, respond);
 }
 
 // The manager tells whether the provider is there, so that is found out first.
-void Service::getManager(const Call& call, const Answer& answer) {
-    parts_.gateway.read([this, call, answer](const Reading& reading) {
+void Service::getManager(const Call& call, const Respond& respond) {
+    parts_.gateway.read([this, call, respond](const Reading& reading) {
         isProviderThere_ = reading.problems.empty();
-        answerDocument(call, model::manager(facts()), answer);
+        answerDocument(call, model::manager(facts()), respond);
     });
 }
 
-void Service::getFile(const Call& call, const Answer& answer) {
+void Service::getFile(const Call& call, const Respond& respond) {
     const std::string address = addressOf(call.request);
     for (const File& file : kFiles) {
         if (file.address == address) {
@@ -125,13 +124,13 @@ void Service::getFile(const Call& call, const Answer& answer) {
                               .contentType = file.type,
                               .body = makeText(file.text()),
                               .feed = nullptr};
-            response.headers.emplace_back("ETag", model::entityTag(*response.body));
+            response.headers.emplace_back("ETag", entityTag(*response.body));
             response.headers.emplace_back("Allow", router_.allow(address));
-            answer(std::move(response));
+            respond(std::move(response));
             return;
         }
     }
-    answer(errorResponse(model::Message::resourceMissingAtUri, {address}));
+    respond(errorResponse(model::Message::resourceMissingAtUri, {address}));
 }
 
 } // namespace redfish

@@ -1,4 +1,5 @@
 // The event stream's beginning. What flows in it is left to event_hub.cpp.
+#include "redfish/http/media_type.h"
 #include "redfish/http/target.h"
 #include "redfish/service/responses.h"
 #include "redfish/service/service.h"
@@ -7,37 +8,37 @@ namespace redfish {
 
 using model::Message;
 
-void Service::openStream(const Call& call, const Answer& answer) {
+void Service::openStream(const Call& call, const Respond& respond) {
     std::string filterText;
     const auto parameters = parseQuery(call.request.query);
     if (!parameters) {
-        answer(errorResponse(Message::queryParameterValueFormatError, {"%", "$filter"}));
+        respond(errorResponse(Message::queryParameterValueFormatError, {"%", "$filter"}));
         return;
     }
     for (const auto& [name, value] : *parameters) {
         if (name == "$filter") {
             filterText = value;
         } else if (name.starts_with('$')) {
-            answer(errorResponse(Message::queryParameterUnsupported, {name}));
+            respond(errorResponse(Message::queryParameterUnsupported, {name}));
             return;
         }
     }
     std::optional<EventFilter> filter = EventFilter::parse(filterText);
     if (!filter) {
-        answer(errorResponse(Message::queryParameterValueFormatError, {filterText, "$filter"}));
+        respond(errorResponse(Message::queryParameterValueFormatError, {filterText, "$filter"}));
         return;
     }
     std::optional<EventId> since;
     if (!call.request.lastEventId.empty()) {
         since = EventId::parse(std::string(call.request.lastEventId));
         if (!since) {
-            answer(errorResponse(Message::headerInvalid, {"Last-Event-ID"}));
+            respond(errorResponse(Message::headerInvalid, {"Last-Event-ID"}));
             return;
         }
     }
     Response response{.status = 200,
                       .headers = {},
-                      .contentType = "text/event-stream; charset=utf-8",
+                      .contentType = kEventStreamType,
                       .body = nullptr,
                       .feed = nullptr};
     if (call.request.method == Method::get) {
@@ -46,11 +47,11 @@ void Service::openStream(const Call& call, const Answer& answer) {
                                             .filter = std::move(*filter)},
                                            since);
         if (!response.feed) {
-            answer(errorResponse(Message::eventSubscriptionLimitExceeded));
+            respond(errorResponse(Message::eventSubscriptionLimitExceeded));
             return;
         }
     }
-    answer(std::move(response));
+    respond(std::move(response));
 }
 
 } // namespace redfish

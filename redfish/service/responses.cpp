@@ -1,6 +1,8 @@
 // Turns documents and problems of the model into answers.
 #include "redfish/service/responses.h"
 
+#include "redfish/http/media_type.h"
+
 #include <utility>
 
 namespace redfish {

@@ -2,6 +2,8 @@
 // lies in the other files of this folder.
 #include "redfish/service/service.h"
 
+#include "redfish/http/entity_tag.h"
+#include "redfish/http/media_type.h"
 #include "redfish/http/target.h"
 #include "redfish/model/addresses.h"
 #include "redfish/service/responses.h"
@@ -28,20 +30,6 @@ std::string_view withoutSlash(std::string_view path) {
     return path;
 }
 
-bool isJson(std::string_view contentType) {
-    const std::string_view type = contentType.substr(0, contentType.find(';'));
-    return type == "application/json" || type == "application/json ";
-}
-
-// A header Accept names types with "*" for any part; whatever else it says is passed over.
-bool accepts(std::string_view accept, std::string_view contentType) {
-    const std::string_view type = contentType.substr(0, contentType.find(';'));
-    const std::string anyOfKind = std::string(type.substr(0, type.find('/'))) + "/*";
-    return accept.empty() || accept.find("*/*") != std::string_view::npos ||
-           accept.find(type) != std::string_view::npos ||
-           accept.find(anyOfKind) != std::string_view::npos;
-}
-
 const std::string* findHeader(const Response& response, std::string_view name) {
     for (const auto& [each, value] : response.headers) {
         if (each == name) {
@@ -49,10 +37,6 @@ const std::string* findHeader(const Response& response, std::string_view name) {
         }
     }
     return nullptr;
-}
-
-bool isReading(Method method) {
-    return method == Method::get || method == Method::head;
 }
 
 } // namespace
@@ -65,89 +49,89 @@ Service::Service(ServiceParts parts, ServiceOptions options)
     : parts_(std::move(parts)), options_(std::move(options)), router_(makeRoutes()),
       files_(options_.web) {}
 
-void Service::handle(const Request& request, const Answer& answer) {
-    dispatch(request, [&request, answer](Response response) {
+void Service::handle(const Request& request, const Respond& respond) {
+    dispatch(request, [&request, respond](Response response) {
         complete(request, response);
-        answer(std::move(response));
+        respond(std::move(response));
     });
 }
 
-void Service::dispatch(const Request& request, const Answer& answer) {
+void Service::dispatch(const Request& request, const Respond& respond) {
     if (request.path != kPrefix && !request.path.starts_with("/redfish/")) {
         std::optional<Response> file = isReading(request.method)
                                            ? files_.find(request.path, request.acceptEncoding)
                                            : std::nullopt;
-        answer(file ? std::move(*file)
-                    : errorResponse(Message::resourceMissingAtUri, {request.path}));
+        respond(file ? std::move(*file)
+                     : errorResponse(Message::resourceMissingAtUri, {request.path}));
         return;
     }
     if (!request.odataVersion.empty() && request.odataVersion != "4.0") {
-        answer(errorResponse(Message::preconditionFailed));
+        respond(errorResponse(Message::preconditionFailed));
         return;
     }
     const std::string_view path = withoutSlash(request.path);
     const auto match = router_.find(path, request.method);
     if (!match.isPathKnown) {
-        answer(errorResponse(Message::resourceMissingAtUri, {request.path}));
+        respond(errorResponse(Message::resourceMissingAtUri, {request.path}));
     } else if (match.route == nullptr) {
         Response response =
             errorResponse(Message::operationNotAllowed, {std::string(nameOf(request.method))});
         response.headers.emplace_back("Allow", router_.allow(path));
-        answer(std::move(response));
+        respond(std::move(response));
     } else {
-        authorize(request, match, answer);
+        authorize(request, match, respond);
     }
 }
 
 void Service::authorize(const Request& request, const Router<Handle>::Match& match,
-                        const Answer& answer) {
+                        const Respond& respond) {
     if (match.route->privilege == Privilege::none) {
-        run(request, match, {}, answer);
+        run(request, match, {}, respond);
         return;
     }
     parts_.authenticator.identify(
-        request, [this, &request, match, answer](const Identity& identity) {
+        request, [this, &request, match, respond](const Identity& identity) {
             switch (identity.result) {
             case Identification::signedIn:
                 if (!hasPrivilege(identity.role, match.route->privilege)) {
-                    answer(errorResponse(Message::insufficientPrivilege));
+                    respond(errorResponse(Message::insufficientPrivilege));
                 } else {
-                    run(request, match, identity, answer);
+                    run(request, match, identity, respond);
                 }
                 break;
             case Identification::busy:
-                answer(errorResponse(Message::providerUnavailable,
-                                     {std::to_string(model::kRetryAfterSeconds)}));
+                respond(errorResponse(Message::providerUnavailable,
+                                      {std::to_string(model::kRetryAfterSeconds)}));
                 break;
             default:
-                answer(errorResponse(Message::noValidSession));
+                respond(errorResponse(Message::noValidSession));
             }
         });
 }
 
 void Service::run(const Request& request, const Router<Handle>::Match& match,
-                  const Identity& identity, const Answer& answer) {
+                  const Identity& identity, const Respond& respond) {
     Call call{
         .request = request, .identity = identity, .member = std::string(match.member), .query = {}};
     if (isReading(request.method)) {
         if (!request.query.empty() && match.route->path != model::kEventStream) {
             const auto parameters = parseQuery(request.query);
             if (!parameters) {
-                answer(errorResponse(Message::queryParameterValueFormatError, {"%", "?"}));
+                respond(errorResponse(Message::queryParameterValueFormatError, {"%", "?"}));
                 return;
             }
             model::Checked<model::Query> query = model::checkQuery(*parameters);
             if (!query.isGood()) {
-                answer(errorResponse(query.problems));
+                respond(errorResponse(query.problems));
                 return;
             }
             call.query = std::move(query.value);
         }
     } else if (!request.body.empty() && !isJson(request.contentType)) {
-        answer(errorResponse(Message::unsupportedMediaType, {std::string(request.contentType)}));
+        respond(errorResponse(Message::unsupportedMediaType, {std::string(request.contentType)}));
         return;
     }
-    (this->*match.route->handle)(call, answer);
+    (this->*match.route->handle)(call, respond);
 }
 
 void Service::complete(const Request& request, Response& response) {

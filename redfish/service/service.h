@@ -41,7 +41,7 @@ public:
     Service(ServiceParts parts, ServiceOptions options);
 
     // Answers a request, at once or later.
-    void handle(const Request& request, const Answer& answer);
+    void handle(const Request& request, const Respond& respond);
 
 private:
     struct Call {
@@ -50,59 +50,60 @@ private:
         std::string member; // last segment of the path, where the route leaves it open
         model::Query query; // of a GET
     };
-    using Handle = void (Service::*)(const Call&, const Answer&);
+    using Handle = void (Service::*)(const Call&, const Respond&);
     static std::vector<Route<Handle>> makeRoutes();
 
     // service.cpp
-    void dispatch(const Request& request, const Answer& answer);
+    void dispatch(const Request& request, const Respond& respond);
     void authorize(const Request& request, const Router<Handle>::Match& match,
-                   const Answer& answer);
+                   const Respond& respond);
     void run(const Request& request, const Router<Handle>::Match& match, const Identity& identity,
-             const Answer& answer);
+             const Respond& respond);
     static void complete(const Request& request, Response& response);
 
     // documents.cpp
-    void getFixed(const Call& call, const Answer& answer);
-    void getManager(const Call& call, const Answer& answer);
-    void getFile(const Call& call, const Answer& answer);
-    void answerDocument(const Call& call, const model::Json& document, const Answer& answer) const;
+    void getFixed(const Call& call, const Respond& respond);
+    void getManager(const Call& call, const Respond& respond);
+    void getFile(const Call& call, const Respond& respond);
+    void answerDocument(const Call& call, const model::Json& document,
+                        const Respond& respond) const;
     std::optional<model::Json> lookUp(const Call& call, const std::string& address) const;
     model::ServiceFacts facts() const;
 
     // webgui_handlers.cpp
-    void getWebGui(const Call& call, const Answer& answer);
-    void patchWebGui(const Call& call, const Answer& answer);
-    void turnOffLcd(const Call& call, const Answer& answer);
-    void guiReady(const Call& call, const Answer& answer);
-    void act(const Call& call, const char* action, const Answer& answer);
+    void getWebGui(const Call& call, const Respond& respond);
+    void patchWebGui(const Call& call, const Respond& respond);
+    void turnOffLcd(const Call& call, const Respond& respond);
+    void guiReady(const Call& call, const Respond& respond);
+    void act(const Call& call, const char* action, const Respond& respond);
 
     // session_handlers.cpp
-    void patchSessionService(const Call& call, const Answer& answer);
-    void getSessions(const Call& call, const Answer& answer);
-    void postSession(const Call& call, const Answer& answer);
-    void getSession(const Call& call, const Answer& answer);
-    void deleteSession(const Call& call, const Answer& answer);
+    void patchSessionService(const Call& call, const Respond& respond);
+    void getSessions(const Call& call, const Respond& respond);
+    void postSession(const Call& call, const Respond& respond);
+    void getSession(const Call& call, const Respond& respond);
+    void deleteSession(const Call& call, const Respond& respond);
     std::optional<model::Json> sessionDocument(const Call& call, const std::string& id) const;
     model::Json sessionsDocument(const Call& call) const;
-    void signIn(const Request& request, const Identity& identity, const Answer& answer);
+    void signIn(const Request& request, const Identity& identity, const Respond& respond);
 
     // account_handlers.cpp
-    void getAccounts(const Call& call, const Answer& answer);
-    void postAccount(const Call& call, const Answer& answer);
-    void getAccount(const Call& call, const Answer& answer);
-    void patchAccount(const Call& call, const Answer& answer);
-    void deleteAccount(const Call& call, const Answer& answer);
+    void getAccounts(const Call& call, const Respond& respond);
+    void postAccount(const Call& call, const Respond& respond);
+    void getAccount(const Call& call, const Respond& respond);
+    void patchAccount(const Call& call, const Respond& respond);
+    void deleteAccount(const Call& call, const Respond& respond);
     std::optional<model::Json> accountDocument(const Call& call, const std::string& name) const;
     model::Json accountsDocument(const Call& call) const;
     model::Problems problemsOfChange(const Call& call, const Account& account,
                                      const model::AccountChange& change) const;
     void applyChange(const std::string& name, const model::AccountChange& change,
-                     const std::string& hash, const Call& call, const Answer& answer);
+                     const std::string& hash, const Call& call, const Respond& respond);
     void withHash(const std::string& password, std::function<void(const std::string&)> done,
-                  const Answer& answer);
+                  const Respond& respond);
 
     // event_handlers.cpp
-    void openStream(const Call& call, const Answer& answer);
+    void openStream(const Call& call, const Respond& respond);
 
     ServiceParts parts_;
     ServiceOptions options_;

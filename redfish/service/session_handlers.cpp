@@ -29,14 +29,14 @@ bool maySee(const Identity& identity, const Session& session) {
 
 } // namespace
 
-void Service::patchSessionService(const Call& call, const Answer& answer) {
+void Service::patchSessionService(const Call& call, const Respond& respond) {
     const auto change = model::checkSessionServicePatch(call.request.body);
     if (!change.isGood()) {
-        answer(errorResponse(change.problems));
+        respond(errorResponse(change.problems));
         return;
     }
     parts_.sessions.setIdleLimit(change.value);
-    answerDocument(call, model::sessionService(facts()), answer);
+    answerDocument(call, model::sessionService(facts()), respond);
 }
 
 model::Json Service::sessionsDocument(const Call& call) const {
@@ -63,64 +63,64 @@ std::optional<model::Json> Service::sessionDocument(const Call& call, const std:
          .created = session->created});
 }
 
-void Service::getSessions(const Call& call, const Answer& answer) {
-    answerDocument(call, sessionsDocument(call), answer);
+void Service::getSessions(const Call& call, const Respond& respond) {
+    answerDocument(call, sessionsDocument(call), respond);
 }
 
-void Service::getSession(const Call& call, const Answer& answer) {
+void Service::getSession(const Call& call, const Respond& respond) {
     const std::optional<model::Json> document = sessionDocument(call, call.member);
     if (!document) {
-        answer(errorResponse(Message::resourceNotFound, {"Session", call.member}));
+        respond(errorResponse(Message::resourceNotFound, {"Session", call.member}));
         return;
     }
-    answerDocument(call, *document, answer);
+    answerDocument(call, *document, respond);
 }
 
-void Service::postSession(const Call& call, const Answer& answer) {
+void Service::postSession(const Call& call, const Respond& respond) {
     const auto credentials = model::checkNewSession(call.request.body);
     if (!credentials.isGood()) {
-        answer(errorResponse(credentials.problems));
+        respond(errorResponse(credentials.problems));
         return;
     }
     parts_.authenticator.checkPassword(
         credentials.value.userName, credentials.value.password,
-        [this, &request = call.request, answer](const Identity& identity) {
-            signIn(request, identity, answer);
+        [this, &request = call.request, respond](const Identity& identity) {
+            signIn(request, identity, respond);
         });
 }
 
-void Service::signIn(const Request& request, const Identity& identity, const Answer& answer) {
+void Service::signIn(const Request& request, const Identity& identity, const Respond& respond) {
     if (identity.result == Identification::busy) {
-        answer(errorResponse(Message::providerUnavailable,
-                             {std::to_string(model::kRetryAfterSeconds)}));
+        respond(errorResponse(Message::providerUnavailable,
+                              {std::to_string(model::kRetryAfterSeconds)}));
         return;
     }
     if (identity.result != Identification::signedIn) {
-        answer(errorResponse(Message::resourceAtUriUnauthorized,
-                             {std::string(model::kSessions), "the credentials are not accepted"}));
+        respond(errorResponse(Message::resourceAtUriUnauthorized,
+                              {std::string(model::kSessions), "the credentials are not accepted"}));
         return;
     }
     const auto made =
         parts_.sessions.make(identity.user, std::string(request.peer), timeText(), Clock::now());
     if (!made) {
-        answer(errorResponse(Message::sessionLimitExceeded));
+        respond(errorResponse(Message::sessionLimitExceeded));
         return;
     }
     const Call call{.request = request, .identity = identity, .member = made->id, .query = {}};
     Response response = jsonResponse(sessionDocument(call, made->id).value(), 201);
     response.headers.emplace_back("Location", model::memberOf(model::kSessions, made->id));
     response.headers.emplace_back("X-Auth-Token", made->token);
-    answer(std::move(response));
+    respond(std::move(response));
 }
 
-void Service::deleteSession(const Call& call, const Answer& answer) {
+void Service::deleteSession(const Call& call, const Respond& respond) {
     const Session* const session = parts_.sessions.find(call.member, Clock::now());
     if (session == nullptr || !maySee(call.identity, *session)) {
-        answer(errorResponse(Message::resourceNotFound, {"Session", call.member}));
+        respond(errorResponse(Message::resourceNotFound, {"Session", call.member}));
         return;
     }
     parts_.sessions.end(call.member);
-    answer({.status = 204, .headers = {}, .contentType = {}, .body = nullptr, .feed = nullptr});
+    respond({.status = 204, .headers = {}, .contentType = {}, .body = nullptr, .feed = nullptr});
 }
 
 } // namespace redfish

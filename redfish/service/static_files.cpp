@@ -1,10 +1,10 @@
 // Serves files with the headers that a browser needs. The page itself is built elsewhere.
 #include "redfish/service/static_files.h"
 
-#include "redfish/security/random.h"
+#include "redfish/http/entity_tag.h"
+#include "redfish/http/media_type.h"
 
 #include <algorithm>
-#include <array>
 #include <fstream>
 #include <sstream>
 #include <system_error>
@@ -15,40 +15,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct FileType {
-    std::string_view extension;
-    std::string_view type;
-};
-constexpr std::array kTypes{
-    FileType{.extension = ".html", .type = "text/html; charset=utf-8"},
-    FileType{.extension = ".js", .type = "text/javascript; charset=utf-8"},
-    FileType{.extension = ".css", .type = "text/css; charset=utf-8"},
-    FileType{.extension = ".json", .type = "application/json; charset=utf-8"},
-    FileType{.extension = ".map", .type = "application/json; charset=utf-8"},
-    FileType{.extension = ".webmanifest", .type = "application/manifest+json"},
-    FileType{.extension = ".svg", .type = "image/svg+xml"},
-    FileType{.extension = ".png", .type = "image/png"},
-    FileType{.extension = ".jpg", .type = "image/jpeg"},
-    FileType{.extension = ".webp", .type = "image/webp"},
-    FileType{.extension = ".ico", .type = "image/x-icon"},
-    FileType{.extension = ".woff2", .type = "font/woff2"},
-    FileType{.extension = ".txt", .type = "text/plain; charset=utf-8"},
-};
-constexpr std::string_view kUnknownType = "application/octet-stream";
-
 // Files and requests of the page's own only, and no script or style that stands in its markup.
 constexpr const char* kPolicy =
     "default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self'; font-src 'self'; "
     "connect-src 'self'; manifest-src 'self'; base-uri 'none'; form-action 'none'; "
     "frame-ancestors 'none'";
-
-std::string_view typeOf(const fs::path& file) {
-    const std::string extension = file.extension();
-    const auto* const found = std::find_if(kTypes.begin(), kTypes.end(), [&](const FileType& each) {
-        return each.extension == extension;
-    });
-    return found == kTypes.end() ? kUnknownType : found->type;
-}
 
 } // namespace
 
@@ -74,7 +45,7 @@ const StaticFiles::Known* StaticFiles::load(const fs::path& file) {
     std::ostringstream text;
     text << std::ifstream(file, std::ios::binary).rdbuf();
     known.body = makeText(std::move(text).str());
-    known.entityTag = "\"" + shortHex(sha256(*known.body)) + "\"";
+    known.entityTag = entityTag(*known.body);
     known.changed = changed;
     known.size = size;
     return &known;
@@ -108,7 +79,7 @@ std::optional<Response> StaticFiles::find(const std::string& path,
                                   {"X-Content-Type-Options", "nosniff"},
                                   {"Referrer-Policy", "no-referrer"},
                                   {"Content-Security-Policy", kPolicy}},
-                      .contentType = typeOf(file),
+                      .contentType = typeOfExtension(file.extension().string()),
                       .body = known->body,
                       .feed = nullptr};
     if (isPacked) {

@@ -1,6 +1,7 @@
 // The WebGUI resource: read, changed, acted on. How the provider is asked is left to
 // redfish/gateway/, what the bodies mean to the model.
 #include "client/names.h"
+#include "redfish/http/media_type.h"
 #include "redfish/model/addresses.h"
 #include "redfish/model/settings_change.h"
 #include "redfish/service/responses.h"
@@ -30,11 +31,11 @@ Response partlyChanged(const Reading& reading, const model::Problems& problems) 
 
 } // namespace
 
-void Service::getWebGui(const Call& call, const Answer& answer) {
-    parts_.gateway.read([this, query = call.query, answer](const Reading& reading) {
+void Service::getWebGui(const Call& call, const Respond& respond) {
+    parts_.gateway.read([this, query = call.query, respond](const Reading& reading) {
         isProviderThere_ = reading.problems.empty();
         if (!reading.problems.empty()) {
-            answer(errorResponse(reading.problems));
+            respond(errorResponse(reading.problems));
             return;
         }
         Response response = readingResponse(reading);
@@ -43,52 +44,52 @@ void Service::getWebGui(const Call& call, const Answer& answer) {
                 model::applyQuery(model::Json::parse(*reading.body), query,
                                   [](const std::string&) { return std::nullopt; })));
         }
-        answer(std::move(response));
+        respond(std::move(response));
     });
 }
 
-void Service::patchWebGui(const Call& call, const Answer& answer) {
+void Service::patchWebGui(const Call& call, const Respond& respond) {
     model::Checked<client::SettingValues> changes = model::checkSettingsPatch(call.request.body);
     if (!changes.isGood()) {
-        answer(errorResponse(changes.problems));
+        respond(errorResponse(changes.problems));
         return;
     }
     parts_.gateway.change(std::move(changes.value), call.identity.user,
                           std::string(call.request.ifMatch),
-                          [this, answer](const ChangeResult& result) {
+                          [this, respond](const ChangeResult& result) {
                               if (!result.problems.empty() && !result.isAnythingChanged) {
-                                  answer(errorResponse(result.problems));
+                                  respond(errorResponse(result.problems));
                                   return;
                               }
-                              parts_.gateway.read([answer, result](const Reading& reading) {
+                              parts_.gateway.read([respond, result](const Reading& reading) {
                                   if (!reading.problems.empty()) {
-                                      answer(errorResponse(reading.problems));
+                                      respond(errorResponse(reading.problems));
                                   } else if (!result.problems.empty()) {
-                                      answer(partlyChanged(reading, result.problems));
+                                      respond(partlyChanged(reading, result.problems));
                                   } else {
-                                      answer(readingResponse(reading));
+                                      respond(readingResponse(reading));
                                   }
                               });
                           });
 }
 
-void Service::turnOffLcd(const Call& call, const Answer& answer) {
-    act(call, client::kTurnOffLcd, answer);
+void Service::turnOffLcd(const Call& call, const Respond& respond) {
+    act(call, client::kTurnOffLcd, respond);
 }
 
-void Service::guiReady(const Call& call, const Answer& answer) {
-    act(call, client::kGuiReady, answer);
+void Service::guiReady(const Call& call, const Respond& respond) {
+    act(call, client::kGuiReady, respond);
 }
 
-void Service::act(const Call& call, const char* action, const Answer& answer) {
+void Service::act(const Call& call, const char* action, const Respond& respond) {
     const model::Problems problems = model::checkActionBody(action, call.request.body);
     if (!problems.empty()) {
-        answer(errorResponse(problems));
+        respond(errorResponse(problems));
         return;
     }
-    parts_.gateway.act(action, [answer](const model::Problems& failed) {
-        answer(failed.empty() ? jsonResponse(model::successBody(model::Message::success))
-                              : errorResponse(failed));
+    parts_.gateway.act(action, [respond](const model::Problems& failed) {
+        respond(failed.empty() ? jsonResponse(model::successBody(model::Message::success))
+                               : errorResponse(failed));
     });
 }
 

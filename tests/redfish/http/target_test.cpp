@@ -8,6 +8,7 @@ using redfish::parseQuery;
 using redfish::parseTarget;
 using redfish::percentDecode;
 using redfish::segmentsOf;
+using redfish::withoutTrailingSlash;
 using testing::ElementsAre;
 using testing::Pair;
 
@@ -39,6 +40,13 @@ TEST(AQuery, IsSplitIntoNamesAndValues) {
                 ElementsAre(Pair("$filter", "A eq 'b&c'"), Pair("x", ""), Pair("y", "1=2")));
     EXPECT_TRUE(parseQuery("")->empty());
     EXPECT_FALSE(parseQuery("a=%0"));
+}
+
+TEST(APath, IsTheSameWithoutTheSlashAtItsEnd) {
+    EXPECT_EQ(withoutTrailingSlash("/a/b/"), "/a/b");
+    EXPECT_EQ(withoutTrailingSlash("/a/b"), "/a/b");
+    EXPECT_EQ(withoutTrailingSlash("/a//"), "/a/") << "one slash only";
+    EXPECT_EQ(withoutTrailingSlash("/"), "/");
 }
 
 TEST(APath, HasSegmentsBetweenItsSlashes) {

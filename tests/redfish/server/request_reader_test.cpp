@@ -1,6 +1,5 @@
 #include "redfish/server/request_reader.h"
 
-#include <algorithm>
 #include <cstring>
 #include <gtest/gtest.h>
 
@@ -15,13 +14,9 @@ constexpr std::size_t kHeader = 512;
 constexpr std::size_t kBody = 16;
 
 void put(ReadBuffer& buffer, std::string_view text) {
-    while (!text.empty()) {
-        const std::span<char> space = buffer.space();
-        const std::size_t count = std::min(space.size(), text.size());
-        std::memcpy(space.data(), text.data(), count);
-        buffer.commit(count);
-        text.remove_prefix(count);
-    }
+    const auto space = buffer.prepare(text.size());
+    std::memcpy(space.data(), text.data(), text.size());
+    buffer.commit(text.size());
 }
 
 // The status of a request that is there as a whole; -1: not complete.

@@ -15,8 +15,8 @@
 
 namespace {
 
-using redfish::Answer;
 using redfish::Request;
+using redfish::Respond;
 using redfish::Response;
 using std::chrono::milliseconds;
 using testing::HasSubstr;
@@ -114,9 +114,9 @@ protected:
                                    .limits = limits},
             [](unsigned int status) { return text("refused", status); });
         thread = std::thread([this] {
-            server->run(
-                [this](const Request& request, const Answer& answer) { handle(request, answer); },
-                false);
+            server->run([this](const Request& request,
+                               const Respond& respond) { handle(request, respond); },
+                        false);
         });
     }
     void stop() {
@@ -133,19 +133,19 @@ protected:
                 .feed = nullptr};
     }
     // "/later" is answered by the test, "/feed" is a stream, everything else its own path.
-    void handle(const Request& request, const Answer& answer) {
+    void handle(const Request& request, const Respond& respond) {
         if (request.path == "/later") {
             const std::lock_guard guard(mutex);
-            waiting.push_back(answer);
+            waiting.push_back(respond);
         } else if (request.path == "/feed") {
             Response response;
             response.contentType = "text/event-stream";
             response.feed = feed;
-            answer(std::move(response));
+            respond(std::move(response));
         } else if (request.path == "/large") {
-            answer(text(std::string(100'000, 'x') + "end"));
+            respond(text(std::string(100'000, 'x') + "end"));
         } else {
-            answer(text(request.path + "|" + std::string(request.body) + "!"));
+            respond(text(request.path + "|" + std::string(request.body) + "!"));
         }
     }
     std::size_t waitingCount() {
@@ -157,7 +157,7 @@ protected:
     std::shared_ptr<TestFeed> feed = std::make_shared<TestFeed>();
     std::unique_ptr<redfish::Server> server; // outlives the answers
     std::mutex mutex;
-    std::vector<Answer> waiting;
+    std::vector<Respond> waiting;
     std::thread thread;
 };
 

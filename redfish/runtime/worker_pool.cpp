@@ -1,11 +1,10 @@
-// Threads that take work from one bounded queue, oldest first.
-#include "redfish/gateway/worker_pool.h"
+#include "redfish/runtime/worker_pool.h"
 
 #include <utility>
 
 namespace redfish {
 
-WorkerPool::WorkerPool(std::size_t threads, std::size_t mostWaiting) : mostWaiting_(mostWaiting) {
+WorkerPool::WorkerPool(std::size_t threads, std::size_t maxWaiting) : maxWaiting_(maxWaiting) {
     for (std::size_t i = 0; i < threads; ++i) {
         threads_.emplace_back([this] { run(); });
     }
@@ -26,7 +25,7 @@ WorkerPool::~WorkerPool() {
 bool WorkerPool::submit(std::function<void()> work) {
     {
         const std::lock_guard guard(mutex_);
-        if (isStopping_ || waiting_.size() >= mostWaiting_) {
+        if (isStopping_ || waiting_.size() >= maxWaiting_) {
             return false;
         }
         waiting_.push_back(std::move(work));
@@ -46,7 +45,7 @@ void WorkerPool::run() {
         waiting_.pop_front();
         lock.unlock();
         work();
-        work = nullptr; // what it holds may take a while to end, too
+        work = nullptr; // destroys what it captured outside of the lock
         lock.lock();
     }
 }

@@ -1,15 +1,20 @@
-// Keeps posted work from reaching an object that has ended meanwhile.
+// The way back to the loop: work of other threads is posted to the one thread that runs all
+// connections and the service, so that their objects need no lock.
 #pragma once
 
-#include "redfish/http/message.h"
-
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <utility>
 
 namespace redfish {
 
-// A member of the object that posts. Ends on the thread of the connections, or after it.
+// Runs a piece of work on the loop's thread, later, in the order of the calls. Any thread. Work
+// that is posted after the loop has ended is dropped.
+using Post = std::function<void(std::function<void()>)>;
+
+// Keeps posted work from reaching an object that has ended. The object owns the guard as a member
+// and posts through guard(). Must end on the loop's thread, or after the loop.
 class PostGuard {
 public:
     PostGuard() = default;
@@ -17,7 +22,7 @@ public:
     PostGuard(const PostGuard&) = delete;
     PostGuard& operator=(const PostGuard&) = delete;
 
-    // `post`, of which the work is dropped once this guard has ended.
+    // Wraps `post` so that its work is dropped once this guard has ended.
     Post guard(Post post) const {
         return [isAlive = isAlive_, post = std::move(post)](std::function<void()> work) {
             post([isAlive, work = std::move(work)] {
