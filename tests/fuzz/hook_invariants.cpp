@@ -22,13 +22,18 @@ bool isNameLetter(char letter) {
            (letter >= '0' && letter <= '9') || letter == '_';
 }
 
+bool isControl(char letter) {
+    return (letter >= '\0' && letter < ' ' && letter != '\t') || letter == '\x7f';
+}
+
 bool isLogLine(std::string_view line) {
-    if (!line.starts_with('[')) {
+    line.remove_suffix(1); // its end
+    if (!line.starts_with('[') || std::ranges::any_of(line, isControl)) {
         return false;
     }
     const auto* const end = std::ranges::find_if_not(line.substr(1), isNameLetter);
     const std::string_view rest = line.substr(static_cast<std::size_t>(end - line.begin()));
-    return end != line.begin() + 1 && rest.starts_with("]: ") && rest.size() > 4;
+    return end != line.begin() + 1 && rest.starts_with("]: ") && rest.size() > 3;
 }
 
 bool isCallOf(const std::string& call, std::string_view function) {

@@ -46,7 +46,7 @@ TEST_F(HookFunction, PassesEmptyAndLongTextsOnUnchanged) {
 
 TEST_F(HookFunction, RefusesAnyOtherMessageIdAtOnce) {
     for (const char* msgId : {"0001", "00001 ", "1", "", "00005", "00010", " 00001", "000001",
-                              "00001\n", "abcde", "99999", "ActionNotSupported"}) {
+                              "abcde", "99999", "ActionNotSupported"}) {
         const std::string uuid = doubles::uuid(1);
         doubles::reset();
         doubles::context();
@@ -61,6 +61,14 @@ TEST_F(HookFunction, RefusesAnyOtherMessageIdAtOnce) {
         EXPECT_EQ(errors(), "");
         expectEmptyQueues();
     }
+}
+
+TEST_F(HookFunction, LogsNoForgedLineForAMessageIdOfControlCharacters) {
+    call("0\n[main]: All is well.\x1b[2J");
+    EXPECT_EQ(output(), "[OrvaneWebGUI_OVRHookFunction]: The msgId is invalid: "
+                        "0\\x0a[main]: All is well.\\x1b[2J.\n");
+    EXPECT_THAT(doubles::callsOf("osselCreateReturnMessage"), // the answer has it as it came
+                ElementsAre(testing::HasSubstr("\"0\n[main]: All is well.\x1b[2J\", null")));
 }
 
 TEST_F(HookFunction, LogsARefusalThatCannotBePublishedAndTriesNoSecondTime) {

@@ -51,6 +51,40 @@ TEST_F(LogLine, ShowsIntegersOnStandardErrorInDecimalAlways) {
     EXPECT_EQ(errors(), "[n]: 20 -1\n");
 }
 
+TEST_F(LogLine, ShowsPrintableTextAsItIs) {
+    for (const char* text : {"plain", "a\\b", "a\tb", "\"quoted\"", "~", "\u00e9", "\u00c0",
+                             "\u20ac", "\U0001f600", "\u00a0", "\u65e5\u672c"}) {
+        logLine("n", text);
+        EXPECT_EQ(output(), "[n]: " + std::string(text) + '\n');
+        writeErrorLine(text);
+        EXPECT_EQ(errors(), text + std::string("\n"));
+    }
+}
+
+TEST_F(LogLine, ShowsControlCharactersAsTheirNumbers) {
+    const std::pair<std::string, const char*> cases[] = {
+        {"a\nb", R"(a\x0ab)"},
+        {"a\r\nb", R"(a\x0d\x0ab)"},
+        {"\x1b[2J", R"(\x1b[2J)"},
+        {std::string(1, '\0'), R"(\x00)"},
+        {"\x7f\x1f\b", R"(\x7f\x1f\x08)"},
+        {"\x9b"
+         "31m",
+         R"(\x9b31m)"}, // as 8-bit terminals read it
+        {"\x9b\x85", R"(\x9b\x85)"},
+        {"\xc2\x9b"
+         "31m",
+         "\xc2"
+         R"(\x9b31m)"}, // and as UTF-8 has it
+    };
+    for (const auto& [text, shown] : cases) {
+        logLine("n", text);
+        EXPECT_EQ(output(), "[n]: " + std::string(shown) + '\n');
+        writeErrorLine(text, '|');
+        EXPECT_EQ(errors(), std::string(shown) + "|\n");
+    }
+}
+
 TEST_F(LogLine, NeverChangesTheBaseOfTheStream) {
     hexStream();
     const auto flags = std::cout.flags();

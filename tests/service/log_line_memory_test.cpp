@@ -1,0 +1,77 @@
+// A line that runs out of memory on the way. Operator new is replaced for the whole program, which
+// is why this is one of its own: include/log_line.h.
+#include "log_line.h"
+
+#include <array>
+#include <cstdlib>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <new>
+
+namespace {
+
+thread_local bool g_outOfMemory = false;
+
+} // namespace
+
+void* operator new(std::size_t size) {
+    void* const memory = g_outOfMemory ? nullptr : std::malloc(size);
+    if (memory == nullptr) {
+        throw std::bad_alloc();
+    }
+    return memory;
+}
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t /*size*/) noexcept {
+    std::free(memory);
+}
+
+namespace {
+
+// Keeps what is written to it without asking for memory.
+class FixedBuffer : public std::streambuf {
+public:
+    FixedBuffer() { setp(text_.begin(), text_.end()); }
+    std::string text() const { return {pbase(), pptr()}; }
+
+private:
+    std::array<char, 4096> text_{};
+};
+
+// The line that a stream gets when memory is gone from its first byte on.
+template <typename... Parts>
+std::string lineWithoutMemory(const Parts&... parts) {
+    FixedBuffer buffer;
+    std::streambuf* const output = std::cout.rdbuf(&buffer);
+    g_outOfMemory = true;
+    logLine(parts...);
+    g_outOfMemory = false;
+    std::cout.rdbuf(output);
+    return buffer.text();
+}
+
+TEST(LogLineWithoutMemory, HasItsEndWhereverItIsCut) {
+    const std::string text(1000, 'x');
+    const std::string line = lineWithoutMemory("name", text);
+    EXPECT_THAT(line, testing::MatchesRegex("\\[name\\]: x*\n"));
+    EXPECT_LT(line.size(), text.size());
+    for (std::size_t length = 0; length < 20; ++length) { // cut in each part, and in an escape
+        EXPECT_THAT(lineWithoutMemory(std::string(length, 'n'), 123456, "\n", text),
+                    testing::MatchesRegex("\\[n*]?[^\n]*\n"));
+    }
+}
+
+TEST(LogLineWithoutMemory, IsWholeWhenItNeedsNone) {
+    EXPECT_EQ(lineWithoutMemory("n", "text"), "[n]: text\n");
+}
+
+TEST(LogLineWithoutMemory, IsFollowedByAWholeOne) {
+    lineWithoutMemory("name", std::string(1000, 'x'));
+    testing::internal::CaptureStdout();
+    logLine("name", std::string(1000, 'y'));
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "[name]: " + std::string(1000, 'y') + '\n');
+}
+
+} // namespace
