@@ -6,6 +6,7 @@
 #include "text.h"
 
 #include <cstdio>
+#include <cstring>
 
 void WebGUI_RedfishSendBackendUpdatedEvent(redisContext* context, std::string eventType,
                                            std::string origin, int messageNumber,
@@ -16,7 +17,8 @@ void WebGUI_RedfishSendBackendUpdatedEvent(redisContext* context, std::string ev
     std::snprintf(arguments[0], sizeof arguments[0], "%s%02d", argumentPrefix.c_str(),
                   argumentNumber);
 
-    OsselEvent event{};
+    OsselEvent event;
+    std::memset(&event, 0, sizeof event); // with the padding: the store gets it as bytes
     copyBounded(event.eventType, eventType);
     copyBounded(event.kind, "MESSAGE");
     copyBounded(event.origin, origin);

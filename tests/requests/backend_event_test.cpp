@@ -4,6 +4,7 @@
 #include "tests/requests/request_test.h"
 
 #include <algorithm>
+#include <cstring>
 #include <iterator>
 
 namespace {
@@ -63,6 +64,24 @@ TEST_F(BackendEvent, LeavesTheOtherFieldsAndTheRestOfEachTextZero) {
     EXPECT_TRUE(isZeroFrom(record.message, 16));
     EXPECT_TRUE(isZeroFrom(record.messageId, 17));
     EXPECT_TRUE(isZeroFrom(record.origin, 36));
+}
+
+// The double copies the record as bytes, and only clears its pointer.
+TEST_F(BackendEvent, LeavesEveryOtherByteZeroThePaddingIncluded) {
+    OsselEvent expected;
+    std::memset(&expected, 0, sizeof expected);
+    std::strcpy(expected.eventType, "ResourceUpdated");
+    std::strcpy(expected.kind, "MESSAGE");
+    std::strcpy(expected.message, "Resource updated");
+    std::strcpy(expected.messageId, "Orvane.1.0.Msg000");
+    std::strcpy(expected.origin, kInstance);
+    expected.argumentCount = 1;
+    const OsselEvent& sent = send().record;
+    for (std::size_t i = 0; i < sizeof expected; ++i) {
+        EXPECT_EQ(reinterpret_cast<const unsigned char*>(&sent)[i],
+                  reinterpret_cast<const unsigned char*>(&expected)[i])
+            << "byte " << i;
+    }
 }
 
 TEST_F(BackendEvent, CutsTheOriginTo36Characters) {
