@@ -13,8 +13,7 @@
 #include <mutex>
 #include <unistd.h>
 
-// Until `main` has read the mode the scale is not touched.
-std::int32_t G_ManagingMode = 2;
+std::int32_t G_ManagingMode = kUnknownManagingMode;
 
 namespace {
 
@@ -41,10 +40,10 @@ enum DisplayValue {
 };
 static_assert(std::size(kDisplayNames) == kDisplayValueCount, "a name without a position");
 
-// Serialises what the handlers do to the settings and to the record of the last query. A read takes
-// it only when it has something to change, so that it never waits behind an update's pauses
-// otherwise. Such a read may have asked the unit just before an update changed the scale; the
-// settings then hold the older text until the next read.
+// Serialises the handlers: they share the settings and the record of the last query. A read locks
+// it only when it has something to change and so never waits out an update's pauses otherwise. Such
+// a read may have asked the unit just before an update changed the scale; the settings then keep
+// the older text until the next read.
 std::mutex handlerMutex;
 
 int fail(ReturnMessage* answer) {
@@ -180,7 +179,8 @@ int OrvaneWebGUI_Agent_ACTION_TurnOffLCD(redisContext*, std::string, FieldValueP
 
 int OrvaneWebGUI_Agent_ACTION_GUIReady(redisContext*, std::string, FieldValuePair*, ReturnMessage*,
                                        std::string*) {
-    // No marker is no failure: the buzzer is not silenced.
+    const std::lock_guard lock(handlerMutex);
+    // A missing marker is fine: the buzzer is not silenced.
     ::unlink(kBuzzerSilenceMarker);
     return 0;
 }

@@ -10,8 +10,11 @@
 #include <cstdint>
 #include <iterator>
 
-// How the cooling unit is managed. The unit's temperature scale is read and written only while
-// this is 0. Written by `main` before any worker exists.
+// The managing mode of a unit that has not been told how it is managed.
+inline constexpr std::int32_t kUnknownManagingMode = 2;
+
+// How the cooling unit is managed. Its temperature scale is read and written only while this is 0.
+// Unknown until `main` sets it, before it registers any worker; `main` turns unknown into 0.
 extern std::int32_t G_ManagingMode;
 
 // "00001", a read: brings the instance's MeasurementSystem in line with the cooling unit.

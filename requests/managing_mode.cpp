@@ -1,23 +1,35 @@
-// The managing mode: environment first, then the file. Nothing is logged.
+// The managing mode, from the environment or else the file.
 #include "requests/managing_mode.h"
 
+#include "agent/handler_tables.h"
 #include "text.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
-#include <memory>
+#include <ext/stdio_filebuf.h>
+#include <fcntl.h>
+#include <iomanip>
+#include <istream>
+#include <string>
 
 namespace {
 
 constexpr char kVariable[] = "ManagingMode";
 constexpr char kFile[] = "/var/database/CoolingUnitManagingMode.txt";
-constexpr int kUnknownMode = 2;
 
-struct FileClose {
-    void operator()(std::FILE* file) const noexcept { std::fclose(file); }
-};
+// More than either word has, so that a longer word cannot pass for one of them.
+constexpr int kMaxWordLength = 16;
+
+// The first word, with whatever bytes but white space it has; empty if it cannot be read.
+// O_NONBLOCK: a FIFO in the file's place must not delay start-up.
+std::string firstWordOfFile() {
+    __gnu_cxx::stdio_filebuf<char> file(::open(kFile, O_RDONLY | O_NONBLOCK | O_CLOEXEC),
+                                        std::ios::in);
+    std::string word;
+    std::istream(&file) >> std::setw(kMaxWordLength) >> word;
+    return word;
+}
 
 int keepInEnvironment(int mode) {
     char text[12] = {};
@@ -30,22 +42,14 @@ int keepInEnvironment(int mode) {
 
 int getManagingMode() {
     if (const char* value = std::getenv(kVariable); value != nullptr) {
-        return std::min(parseDecimal(value), kUnknownMode);
+        return std::min(parseDecimal(value), kUnknownManagingMode);
     }
-    const std::unique_ptr<std::FILE, FileClose> file(std::fopen(kFile, "r"));
-    if (!file) {
-        return kUnknownMode;
-    }
-    // Longer than both words, so that a longer word cannot pass for one of them.
-    char word[16] = {};
-    if (std::fscanf(file.get(), "%15s", word) != 1) {
-        return kUnknownMode;
-    }
-    if (std::strcmp(word, "Tinvale") == 0) {
+    const std::string word = firstWordOfFile();
+    if (word == "Tinvale") {
         return keepInEnvironment(0);
     }
-    if (std::strcmp(word, "Varrow") == 0) {
+    if (word == "Varrow") {
         return keepInEnvironment(1);
     }
-    return kUnknownMode;
+    return kUnknownManagingMode;
 }

@@ -19,12 +19,11 @@ constexpr char kSchemaType[] = "#OrvaneWebGUI.1.0.0.WebGUI";
 constexpr int kOption = 1;
 
 void readManagingMode() {
-    constexpr int kUnknownMode = 2;
     const int mode = getManagingMode();
-    G_ManagingMode = mode == kUnknownMode ? 0 : mode;
+    G_ManagingMode = mode == kUnknownManagingMode ? 0 : mode;
 }
 
-// Whether or not the lookup succeeded, start-up goes on with what it found.
+// Start-up goes on even if the lookup failed.
 void readSchemaTypeIds() {
     G_Plugin.m_option = kOption;
     G_Plugin.lookupSchemaTypeIds(kSchemaType);
@@ -34,17 +33,19 @@ void readSchemaTypeIds() {
 }
 
 // The workers first, in the order of their fnTypes, then the hook.
-void registerWithHost(char* name) {
-    G_Binding.ovrAddRunningThread(OrvaneWebGUI_CreateObject, name);
-    G_Binding.ovrAddRunningThread(OrvaneWebGUI_ReadObject, name);
-    G_Binding.ovrAddRunningThread(OrvaneWebGUI_UpdateObject, name);
+//   name   kept by the host, which may read it until the process ends
+void registerWithHost(char** name) {
+    G_Binding.ovrAddRunningThread(OrvaneWebGUI_CreateObject, *name);
+    G_Binding.ovrAddRunningThread(OrvaneWebGUI_ReadObject, *name);
+    G_Binding.ovrAddRunningThread(OrvaneWebGUI_UpdateObject, *name);
     G_Binding.ovrcbIdSet(G_ResourceTypeIds.schemaTypeId);
     G_Binding.ovrRedisContextSet(G_Plugin.m_redis);
     G_Binding.ovrHookFnSet(OrvaneWebGUI_OVRHookFunction);
-    G_Binding.ovrHookFnRedisRegister(&name);
+    G_Binding.ovrHookFnRedisRegister(name);
 }
 
-// Every path ends here: the status tells a supervisor nothing. No other thread runs by then.
+// Every path ends here, so the exit status tells a supervisor nothing. Threads that a host started
+// at registration may still run: after a failed OrvaneWebGUI_Init nobody waits for them.
 [[noreturn]] void leave() {
     std::exit(0); // NOLINT(concurrency-mt-unsafe)
 }
@@ -52,14 +53,15 @@ void registerWithHost(char* name) {
 } // namespace
 
 int main() {
-    char name[] = "OrvaneWebGUI";
+    char nameText[] = "OrvaneWebGUI";
+    char* name = nameText;
     readManagingMode();
     readSchemaTypeIds();
     redisContext* context = G_Plugin.m_redis;
     if (loadDefinitionTypeIds(context) != 0) {
         leave();
     }
-    registerWithHost(name);
+    registerWithHost(&name);
     if (OrvaneWebGUI_Init(context) == 0) {
         leave();
     }

@@ -1,12 +1,15 @@
-// The run marker. What a supervisor makes of it is left to the supervisor.
+// The run marker. The flags are those of fopen's mode "w+", plus O_NOFOLLOW: where others may write
+// to the folder, a symbolic link must not have the daemon empty another file.
 #include "service/run_marker.h"
 
-#include <cstdio>
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace {
 
 constexpr char kRunMarker[] = "/tmp/run/Stidre.run";
+constexpr int kOpenFlags = O_RDWR | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC;
+constexpr mode_t kPermissions = 0666; // less the umask
 constexpr int kAttempts = 6;
 constexpr unsigned int kPauseSeconds = 2;
 
@@ -14,8 +17,8 @@ constexpr unsigned int kPauseSeconds = 2;
 
 void createRunMarker() {
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
-        if (std::FILE* file = std::fopen(kRunMarker, "w+"); file != nullptr) {
-            std::fclose(file);
+        if (const int file = ::open(kRunMarker, kOpenFlags, kPermissions); file >= 0) {
+            ::close(file);
             return;
         }
         // Meant: after the last attempt too.

@@ -84,6 +84,11 @@ int turnOffLcd() {
     return OrvaneWebGUI_Agent_ACTION_TurnOffLCD(g_context, kInstance, nullptr, &answer, nullptr);
 }
 
+int guiReady() {
+    ReturnMessage answer = kSuccessTemplate;
+    return OrvaneWebGUI_Agent_ACTION_GUIReady(g_context, kInstance, nullptr, &answer, nullptr);
+}
+
 class HandlerLock : public agent_test::AgentTest {
 protected:
     HandlerLock() {
@@ -152,9 +157,10 @@ TEST_F(HandlerLock, IsTakenByAReadOnlyAfterItHasWrittenTheInstance) {
     EXPECT_EQ(second.get(), 0);
 }
 
-TEST_F(HandlerLock, KeepsUpdatesAndTurnOffLcdApart) {
+// GUIReady never pauses, so it cannot hold another one up.
+TEST_F(HandlerLock, KeepsUpdatesAndActionsApart) {
     for (const auto holder : {updateLanguage, updateDisplay, updateBoot, turnOffLcd}) {
-        for (const auto other : {updateLanguage, updateDisplay, updateBoot, turnOffLcd}) {
+        for (const auto other : {updateLanguage, updateDisplay, updateBoot, turnOffLcd, guiReady}) {
             EXPECT_FALSE(endsWhile(holder, other));
         }
     }
@@ -169,7 +175,8 @@ TEST_F(HandlerLock, IsHeldByAReadWhileItWritesTheSettings) {
 TEST_F(HandlerLock, LeavesAWholeRowAfterManyHandlersAtOnce) {
     constexpr int kRounds = 40;
     std::vector<std::thread> threads;
-    for (const auto handler : {updateLanguage, updateDisplay, updateBoot, turnOffLcd, read}) {
+    for (const auto handler :
+         {updateLanguage, updateDisplay, updateBoot, turnOffLcd, guiReady, read}) {
         threads.emplace_back([handler] {
             for (int i = 0; i < kRounds; ++i) {
                 EXPECT_EQ(handler(), 0);

@@ -5,7 +5,11 @@
 #include "tests/doubles/recorder.h"
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 namespace doubles {
 
@@ -55,55 +59,70 @@ unsigned int onSleep(unsigned int seconds) {
 
 namespace {
 
-std::FILE* noFile(int error) {
-    errno = error;
-    return nullptr;
+struct Flag {
+    int value;
+    const char* name;
+};
+constexpr Flag kFlags[] = {{O_CREAT, "O_CREAT"},
+                           {O_TRUNC, "O_TRUNC"},
+                           {O_NOFOLLOW, "O_NOFOLLOW"},
+                           {O_NONBLOCK, "O_NONBLOCK"},
+                           {O_CLOEXEC, "O_CLOEXEC"}};
+constexpr const char* kAccess[] = {"O_RDONLY", "O_WRONLY", "O_RDWR"};
+
+// As code writes them, "O_RDWR | O_CREAT".
+Plain showFlags(int flags) {
+    std::string text = kAccess[flags & O_ACCMODE];
+    for (const Flag& flag : kFlags) {
+        if ((flags & flag.value) != 0) {
+            text += std::string(" | ") + flag.name;
+        }
+    }
+    return {text};
 }
 
-std::FILE* fileWith(const std::string& contents) {
-    std::FILE* const file = std::tmpfile();
-    if (file != nullptr) {
-        std::fwrite(contents.data(), 1, contents.size(), file);
-        std::rewind(file);
+int fileWith(const std::string& contents) {
+    const int file = ::memfd_create("contents", MFD_CLOEXEC);
+    if (::write(file, contents.data(), contents.size()) < 0 || ::lseek(file, 0, SEEK_SET) < 0) {
+        std::abort();
     }
     return file;
 }
 
-} // namespace
-
-namespace {
-
-std::FILE* openMarker(const char* mode, const Fault& fault) {
+int openMarker(int flags, mode_t mode, const Fault& fault) {
     if (fault) {
-        return noFile(fault.code);
+        return giveErrno(fault.code);
     }
-    return files().markerFailures-- > 0 ? noFile(refused(ENOENT))
-                                        : openFile(files().markerPath.c_str(), mode);
+    return files().markerFailures-- > 0 ? giveErrno(refused(ENOENT))
+                                        : openFile(files().markerPath.c_str(), flags, mode);
 }
 
-std::FILE* openManagingMode(const Fault& fault) {
+int openManagingMode(int flags, const Fault& fault) {
     switch (fault.shape) {
     case Shape::emptyText:
         return fileWith({});
     case Shape::unreadable:
-        return openFile("/", "r"); // a directory opens, and cannot be read
+        return openFile("/", flags, 0); // a directory opens, and cannot be read
     case Shape::none:
-        return files().managingMode ? fileWith(*files().managingMode) : noFile(refused(ENOENT));
+        if (!files().managingModePath.empty()) {
+            return openFile(files().managingModePath.c_str(), flags, 0);
+        }
+        return files().managingMode ? fileWith(*files().managingMode) : giveErrno(refused(ENOENT));
     default:
-        return noFile(fault.code);
+        return giveErrno(fault.code);
     }
 }
 
 } // namespace
 
-std::FILE* onFopen(const char* path, const char* mode) {
+int onOpen(const char* path, int flags, mode_t mode) {
     const bool isMarker = std::strcmp(path, kRunMarkerFile) == 0;
     if (!isMarker && std::strcmp(path, kManagingModeFile) != 0) {
-        return openFile(path, mode);
+        return openFile(path, flags, mode);
     }
     const Lock lock(mutex());
-    const Fault fault = enterCall("fopen", arguments(path, mode));
-    return isMarker ? openMarker(mode, fault) : openManagingMode(fault);
+    const Fault fault = enterCall("open", arguments(path, showFlags(flags)));
+    return isMarker ? openMarker(flags, mode, fault) : openManagingMode(flags, fault);
 }
 
 int onUnlink(const char* path) {

@@ -8,8 +8,8 @@
 
 namespace doubles {
 
-// `fopen` is taken over for two paths, `unlink` for the first and the last of the three;
-// these calls are recorded and can fail. All other paths reach the real function unrecorded.
+// `open` is taken over for the first two paths, `unlink` for the first and the last; these calls
+// are recorded and can fail. All other paths reach the real function unrecorded.
 inline constexpr const char* kRunMarkerFile = "/tmp/run/Stidre.run";
 inline constexpr const char* kManagingModeFile = "/var/database/CoolingUnitManagingMode.txt";
 inline constexpr const char* kBuzzerSilenceFile = "/tmp/buzzer.silence";
@@ -18,6 +18,7 @@ struct Files {
     int markerFailures = 0;                  // so many opens of the run marker fail
     std::string markerPath = "/dev/null";    // what the others open instead of it
     std::optional<std::string> managingMode; // contents of the file; nothing: there is none
+    std::string managingModePath;            // opened instead of the file unless it is empty
     int unlinkResult = 0;                    // -1 sets errno to ENOENT
 };
 Files& files();

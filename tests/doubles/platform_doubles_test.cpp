@@ -510,6 +510,38 @@ TEST_F(PlatformDouble, HandsAPostToTheWorkerAndThenEndsIt) {
                             "ovrThreadInstructionPost(lockTake, fnRead)"));
 }
 
+TEST_F(PlatformDouble, ServesRequestsOnThreadsStartedAtRegistration) {
+    g_handled = 0;
+    doubles::host().startsThreadsAtRegistration = true;
+    ovrBindCAPIToOssel binding;
+    binding.ovrAddRunningThread(takeForEver, "reader");
+    binding.ovrAddRunningThread(endAtOnce, "gone");
+    RequestTriple request{"00001", "key", "channel"};
+    binding.ovrThreadInstructionPost(lockPost, &request, fnRead);
+    binding.ovrThreadInstructionPost(lockPost, &request, fnRead);
+    doubles::waitUntilWorkersAreIdle();
+    EXPECT_EQ(g_handled, 2);
+    binding.ovrThreadWaitForExit(); // joins them
+}
+
+void ignoreRequest(char* /*msgId*/, char* /*reqArg*/, char* /*replyChannel*/) {}
+
+TEST_F(PlatformDouble, RecordsARegistrationNameThatDoesNotLast) {
+    char first[] = "OrvaneWebGUI";
+    char second[] = "other";
+    char* name = first;
+    ovrBindCAPIToOssel binding;
+    binding.ovrHookFnSet(ignoreRequest);
+    binding.ovrHookFnRedisRegister(&name);
+    binding.ovrThreadWaitForExit();
+    EXPECT_THAT(callsOf("registration name"), IsEmpty());
+    name = second;
+    doubles::callHook("00001", "key", "channel");
+    binding.ovrThreadWaitForExit();
+    EXPECT_THAT(callsOf("registration name"),
+                ElementsAre("registration name(\"other\")", "registration name(\"other\")"));
+}
+
 TEST_F(PlatformDouble, RunsTheGivenFunctionDuringTheWaitForExit) {
     ovrBindCAPIToOssel binding;
     bool ran = false;
@@ -537,11 +569,13 @@ TEST_F(PlatformDouble, LetsAPauseLastAsLongAsTheTestWants) {
 
 TEST_F(PlatformDouble, RefusesTheRunMarkerAsOftenAsAsked) {
     doubles::files().markerFailures = 1;
-    EXPECT_EQ(std::fopen(doubles::kRunMarkerFile, "w+"), nullptr);
-    std::FILE* const file = std::fopen(doubles::kRunMarkerFile, "w+");
-    ASSERT_NE(file, nullptr);
-    std::fclose(file);
-    EXPECT_EQ(callsOf("fopen").size(), 2U);
+    EXPECT_EQ(::open(doubles::kRunMarkerFile, O_RDWR), -1);
+    const int file = ::open(doubles::kRunMarkerFile, O_RDWR | O_CREAT | O_TRUNC, 0666);
+    ASSERT_GE(file, 0);
+    ::close(file);
+    EXPECT_THAT(callsOf("open"),
+                ElementsAre("open(\"/tmp/run/Stidre.run\", O_RDWR)",
+                            "open(\"/tmp/run/Stidre.run\", O_RDWR | O_CREAT | O_TRUNC)"));
 }
 
 TEST_F(PlatformDouble, FailsCallsOfTheCLibraryWithTheAskedError) {
@@ -551,8 +585,8 @@ TEST_F(PlatformDouble, FailsCallsOfTheCLibraryWithTheAskedError) {
     const auto failsWithTheError = [](bool failed) {
         return failed && std::exchange(errno, 0) == EACCES;
     };
-    EXPECT_TRUE(failsWithTheError(std::fopen(doubles::kRunMarkerFile, "w+") == nullptr));
-    EXPECT_TRUE(failsWithTheError(std::fopen(doubles::kManagingModeFile, "r") == nullptr));
+    EXPECT_TRUE(failsWithTheError(::open(doubles::kRunMarkerFile, O_RDWR) == -1));
+    EXPECT_TRUE(failsWithTheError(::open(doubles::kManagingModeFile, O_RDONLY) == -1));
     EXPECT_TRUE(failsWithTheError(::unlink(doubles::kBuzzerSilenceFile) == -1));
     EXPECT_TRUE(failsWithTheError(::usleep(1) == -1));
     EXPECT_EQ(::sleep(20), static_cast<unsigned int>(EACCES)); // seconds left
@@ -560,26 +594,34 @@ TEST_F(PlatformDouble, FailsCallsOfTheCLibraryWithTheAskedError) {
 
 TEST_F(PlatformDouble, HandsOutAnEmptyAndAnUnreadableManagingModeFile) {
     doubles::files().managingMode = "Varrow";
-    std::array<char, 32> text{};
     for (const auto shape : {doubles::Shape::emptyText, doubles::Shape::unreadable}) {
         doubles::failCall(1, {shape, 0});
-        std::FILE* const file = std::fopen(doubles::kManagingModeFile, "r");
-        ASSERT_NE(file, nullptr);
-        EXPECT_EQ(std::fgets(text.data(), 32, file), nullptr);
-        EXPECT_EQ(std::ferror(file) != 0, shape == doubles::Shape::unreadable);
-        std::fclose(file);
+        const int file = ::open(doubles::kManagingModeFile, O_RDONLY);
+        ASSERT_GE(file, 0);
+        char byte = 0;
+        EXPECT_EQ(::read(file, &byte, 1), shape == doubles::Shape::unreadable ? -1 : 0);
+        ::close(file);
     }
 }
 
 TEST_F(PlatformDouble, HandsOutTheGivenManagingModeFile) {
-    EXPECT_EQ(std::fopen(doubles::kManagingModeFile, "r"), nullptr);
+    EXPECT_EQ(::open(doubles::kManagingModeFile, O_RDONLY), -1);
     doubles::files().managingMode = "Varrow on";
-    std::FILE* const file = std::fopen(doubles::kManagingModeFile, "r");
-    ASSERT_NE(file, nullptr);
+    const int file = ::open(doubles::kManagingModeFile, O_RDONLY);
+    ASSERT_GE(file, 0);
     std::array<char, 32> text{};
-    EXPECT_NE(std::fgets(text.data(), 32, file), nullptr);
+    EXPECT_EQ(::read(file, text.data(), text.size()), 9);
     EXPECT_STREQ(text.data(), "Varrow on");
-    std::fclose(file);
+    ::close(file);
+}
+
+TEST_F(PlatformDouble, OpensAnotherPathInsteadOfTheManagingModeFile) {
+    doubles::files().managingModePath = "/dev/null";
+    const int file = ::open(doubles::kManagingModeFile, O_RDONLY);
+    ASSERT_GE(file, 0);
+    char byte = 0;
+    EXPECT_EQ(::read(file, &byte, 1), 0);
+    ::close(file);
 }
 
 TEST_F(PlatformDouble, PassesOtherFilesOnUnrecorded) {
@@ -587,9 +629,9 @@ TEST_F(PlatformDouble, PassesOtherFilesOnUnrecorded) {
     const int descriptor = ::mkstemp(path.data());
     ASSERT_GE(descriptor, 0);
     ::close(descriptor);
-    std::FILE* const file = std::fopen(path.c_str(), "r");
-    ASSERT_NE(file, nullptr);
-    std::fclose(file);
+    const int file = ::open(path.c_str(), O_RDONLY);
+    ASSERT_GE(file, 0);
+    ::close(file);
     EXPECT_EQ(::unlink(path.c_str()), 0);
     EXPECT_NE(::access(path.c_str(), F_OK), 0);
     EXPECT_THAT(doubles::calls(), IsEmpty());

@@ -1,8 +1,11 @@
-// The double of the plugin host's two classes. When the hook and the workers run is left
-// to the test.
+// The double of the plugin host's two classes.
 #include "tests/doubles/plugin_host_double.h"
 
 #include "tests/doubles/recorder.h"
+
+#include <algorithm>
+#include <condition_variable>
+#include <thread>
 
 struct ovrComSupport::Threads {};
 struct ovrBindCAPIToOssel::Subscription {};
@@ -13,6 +16,19 @@ namespace {
 
 // Ends a worker; no body can name it, so none can catch it by type.
 struct TakeFromEmptyQueue {};
+
+// The threads that were started at registration; under the doubles' lock.
+struct Running {
+    std::vector<std::thread> threads;
+    std::size_t alive = 0;   // bodies that have not returned
+    std::size_t waiting = 0; // of these, in a take
+    bool ending = false;
+    std::condition_variable_any changed;
+};
+Running& running() {
+    static auto* const running = new Running;
+    return *running;
+}
 
 const char* nameOf(fnTypes function) {
     switch (function) {
@@ -30,6 +46,13 @@ void take(RequestTriple* request, fnTypes function) {
     const detail::Lock lock(detail::mutex());
     detail::record("ovrThreadInstructionPost", std::string("lockTake, ") + nameOf(function));
     std::deque<RequestTriple>& queue = host().queues.at(function);
+    if (host().startsThreadsAtRegistration) {
+        ++running().waiting;
+        running().changed.notify_all();
+        running().changed.wait(detail::mutex(),
+                               [&queue] { return !queue.empty() || running().ending; });
+        --running().waiting;
+    }
     if (queue.empty()) {
         throw TakeFromEmptyQueue{};
     }
@@ -44,6 +67,37 @@ void post(const RequestTriple& request, fnTypes function) {
                                                    detail::arguments(msgId, reqArg, replyChannel) +
                                                    "}, " + nameOf(function));
     host().queues.at(function).push_back(request);
+    running().changed.notify_all();
+}
+
+void startThread(WorkerBody body, const std::string& name) {
+    ++running().alive;
+    running().threads.emplace_back([body, name] {
+        runWorker(body, name);
+        const detail::Lock lock(detail::mutex());
+        --running().alive;
+        running().changed.notify_all();
+    });
+}
+
+void endThreads() {
+    {
+        const detail::Lock lock(detail::mutex());
+        running().ending = true;
+    }
+    running().changed.notify_all();
+    for (std::thread& thread : running().threads) {
+        thread.join();
+    }
+    running().threads.clear();
+    running().ending = false;
+}
+
+// The daemon has to keep the name for as long as it runs.
+void readNameAgain() {
+    if (host().name != nullptr && *host().name != host().registrationName) {
+        detail::record("registration name", detail::arguments(*host().name));
+    }
 }
 
 } // namespace
@@ -62,6 +116,7 @@ Host& host() {
 }
 
 void callHook(std::string msgId, std::string reqArg, std::string replyChannel) {
+    readNameAgain();
     host().hook(msgId.data(), reqArg.data(), replyChannel.data());
 }
 
@@ -77,6 +132,14 @@ void runWorkers() {
     for (const auto& [body, name] : host().threads) {
         runWorker(body, name);
     }
+}
+
+void waitUntilWorkersAreIdle() {
+    std::unique_lock lock(detail::mutex());
+    running().changed.wait(lock, [] {
+        return running().waiting == running().alive &&
+               std::ranges::all_of(host().queues, [](const auto& queue) { return queue.empty(); });
+    });
 }
 
 } // namespace doubles
@@ -102,6 +165,9 @@ void ovrComSupport::ovrAddRunningThread(void* (*body)(std::string), std::string 
     const Lock lock(mutex());
     record("ovrAddRunningThread", arguments(name));
     host().threads.emplace_back(body, name);
+    if (host().startsThreadsAtRegistration) {
+        doubles::startThread(body, name);
+    }
 }
 
 void ovrComSupport::ovrThreadInstructionPost(lockType lock, RequestTriple* request,
@@ -115,9 +181,11 @@ void ovrComSupport::ovrThreadInstructionPost(lockType lock, RequestTriple* reque
 
 void ovrComSupport::ovrThreadWaitForExit() {
     record("ovrThreadWaitForExit", "");
+    doubles::readNameAgain();
     if (host().duringWaitForExit) {
         host().duringWaitForExit();
     }
+    doubles::endThreads();
 }
 
 // NOLINTEND(readability-convert-member-functions-to-static)
@@ -152,9 +220,15 @@ void ovrBindCAPIToOssel::ovrHookFnSet(void (*hook)(char* msgId, char* reqArg, ch
 }
 
 void ovrBindCAPIToOssel::ovrHookFnRedisRegister(char** name) {
-    const Lock lock(mutex());
-    record("ovrHookFnRedisRegister", arguments(*name));
-    host().registrationName = *name;
+    {
+        const Lock lock(mutex());
+        record("ovrHookFnRedisRegister", arguments(*name));
+        host().name = name;
+        host().registrationName = *name;
+    }
+    if (host().duringRegistration) {
+        host().duringRegistration();
+    }
 }
 
 // NOLINTEND(readability-convert-member-functions-to-static)

@@ -1,5 +1,5 @@
-// The double of the plugin host: no thread is started by itself. A test calls the hook and
-// the registered bodies when it wants to.
+// The double of the plugin host. It starts no thread unless told to: a test calls the hook and the
+// registered bodies when it wants to.
 #pragma once
 
 #include "platform/plugin_host.h"
@@ -21,18 +21,25 @@ struct Host {
     std::string callbackId;
     redisContext* context = nullptr;
     Hook hook = nullptr;
-    std::string registrationName;
+    char** name = nullptr;        // as given; read again at the wait and at each request
+    std::string registrationName; // what it pointed to at registration
     std::vector<std::pair<WorkerBody, std::string>> threads;
 
     // What a take answers next, by fnTypes. A post is queued here, too.
     std::array<std::deque<RequestTriple>, 3> queues;
 
-    // Runs inside ovrThreadWaitForExit.
+    // Run inside ovrHookFnRedisRegister, at its end, and inside ovrThreadWaitForExit.
+    std::function<void()> duringRegistration;
     std::function<void()> duringWaitForExit;
+
+    // Each body runs on a thread of its own from its registration to the end of
+    // ovrThreadWaitForExit; a take waits for a request.
+    bool startsThreadsAtRegistration = false;
 };
 Host& host();
 
-// Calls the registered hook with copies of the texts.
+// Calls the registered hook with copies of the texts. A registration name that has changed since
+// the registration, or is gone, is recorded as a call of its own.
 void callHook(std::string msgId, std::string reqArg, std::string replyChannel);
 
 // Runs a body until it returns or takes from an empty queue. A take from an empty queue
@@ -45,5 +52,8 @@ WorkerEnd runWorker(WorkerBody body, const std::string& name = "OrvaneWebGUI");
 
 // Runs the registered bodies, in order.
 void runWorkers();
+
+// Waits until the threads that were started at registration have served every request.
+void waitUntilWorkersAreIdle();
 
 } // namespace doubles

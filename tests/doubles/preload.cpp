@@ -12,14 +12,18 @@
 //   sql STATEMENT                     run on the settings database when it is opened
 //   open-result NUMBER                result of open_database
 //   managing-mode-file TEXT           contents of the managing-mode file
-//   fopen-fail NUMBER                 so many opens of the run marker fail
+//   open-fail NUMBER                  so many opens of the run marker fail
 //   marker-file PATH                  what is opened instead of the run marker
 //   request MSGID REQARG CHANNEL      handed to the hook inside ovrThreadWaitForExit, after
 //                                     which the workers run until their queues are empty
+//   threads-at-registration           the workers run on threads of their own from their
+//                                     registration on
+//   early-request MSGID REQARG CHANNEL  served inside ovrHookFnRedisRegister by such workers
 #include "tests/doubles/platform_doubles.h"
 #include "tests/doubles/recorder.h"
 
 #include <algorithm>
+#include <cstdarg>
 #include <cstdlib>
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -51,13 +55,32 @@ void writeToLog(const std::string& line) {
     }
 }
 
-std::vector<RequestTriple>& requests() {
-    static auto* const requests = new std::vector<RequestTriple>;
+struct Requests {
+    std::vector<RequestTriple> early;
+    std::vector<RequestTriple> later;
+};
+Requests& requests() {
+    static auto* const requests = new Requests;
     return *requests;
 }
 
+void serveOneByOne(const std::vector<RequestTriple>& list) {
+    for (const auto& [msgId, reqArg, replyChannel] : list) {
+        callHook(msgId, reqArg, replyChannel);
+        waitUntilWorkersAreIdle();
+    }
+}
+
+void serveEarly() {
+    serveOneByOne(requests().early);
+}
+
 void serve() {
-    for (const auto& [msgId, reqArg, replyChannel] : requests()) {
+    if (host().startsThreadsAtRegistration) {
+        serveOneByOne(requests().later);
+        return;
+    }
+    for (const auto& [msgId, reqArg, replyChannel] : requests().later) {
         callHook(msgId, reqArg, replyChannel);
     }
     runWorkers();
@@ -130,6 +153,11 @@ bool readDatabase(const std::string& command, std::istringstream& words) {
     return true;
 }
 
+void readRequest(std::istringstream& words, std::vector<RequestTriple>& list) {
+    auto& [msgId, reqArg, replyChannel] = list.emplace_back();
+    words >> msgId >> reqArg >> replyChannel;
+}
+
 bool readLine(const std::string& line) {
     std::istringstream words(line);
     std::string command;
@@ -148,13 +176,16 @@ bool readLine(const std::string& line) {
         readFailure(words, {});
     } else if (command == "managing-mode-file") {
         files().managingMode = rest(words) + '\n';
-    } else if (command == "fopen-fail") {
+    } else if (command == "open-fail") {
         words >> files().markerFailures;
     } else if (command == "marker-file") {
         files().markerPath = rest(words);
     } else if (command == "request") {
-        auto& [msgId, reqArg, replyChannel] = requests().emplace_back();
-        words >> msgId >> reqArg >> replyChannel;
+        readRequest(words, requests().later);
+    } else if (command == "early-request") {
+        readRequest(words, requests().early);
+    } else if (command == "threads-at-registration") {
+        host().startsThreadsAtRegistration = true;
     } else {
         return false;
     }
@@ -163,6 +194,7 @@ bool readLine(const std::string& line) {
 
 // Runs before the constructors of the daemon's own objects.
 __attribute__((constructor)) void begin() {
+    host().duringRegistration = serveEarly;
     host().duringWaitForExit = serve;
     if (const char* const log = std::getenv("DOUBLE_LOG")) {
         g_log = ::open(log, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
@@ -215,8 +247,8 @@ int execute(sqlite3* connection, const char* statement, RowCallback callback, vo
 
 void handOut(void* /*memory*/) {}
 
-std::FILE* openFile(const char* path, const char* mode) {
-    return theReal<std::FILE*(const char*, const char*)>("fopen")(path, mode);
+int openFile(const char* path, int flags, mode_t mode) {
+    return theReal<int(const char*, int, ...)>("open")(path, flags, mode);
 }
 
 int removeFile(const char* path) {
@@ -230,8 +262,16 @@ int removeFile(const char* path) {
 // parameters with reserved words
 extern "C" {
 
-std::FILE* fopen(const char* path, const char* mode) {
-    return doubles::detail::onFopen(path, mode);
+// Under a name of its own: <fcntl.h> may define `open` inline.
+int openInFront(const char* path, int flags, ...) __asm__("open");
+
+// NOLINTNEXTLINE(cert-dcl50-cpp): as the C library has it
+int openInFront(const char* path, int flags, ...) {
+    std::va_list rest;
+    va_start(rest, flags);
+    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(rest, mode_t) : 0;
+    va_end(rest);
+    return doubles::detail::onOpen(path, flags, mode);
 }
 
 int unlink(const char* path) noexcept {

@@ -140,8 +140,8 @@ TEST_F(PreloadedDaemon, FailsTheNthCallOfAnyFunction) {
 }
 
 TEST_F(PreloadedDaemon, RefusesTheRunMarkerAsOftenAsAsked) {
-    run("provision\nfopen-fail 2\n");
-    EXPECT_EQ(callsOf("fopen").size(), 4U); // the managing-mode file, then the marker
+    run("provision\nopen-fail 2\n");
+    EXPECT_EQ(callsOf("open").size(), 4U); // the managing-mode file, then the marker
     EXPECT_THAT(callsOf("sleep"), ElementsAre("sleep(2)", "sleep(2)"));
 }
 

@@ -6,10 +6,10 @@
 #include "tests/doubles/fault.h"
 
 #include <cstddef>
-#include <cstdio>
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <sys/types.h>
 
 struct redisContext;
 struct sqlite3;
@@ -65,13 +65,13 @@ int execute(sqlite3* connection, const char* statement, RowCallback callback, vo
             char** message);
 void* allocate(std::size_t size);
 void handOut(void* memory); // counts what another allocator made
-std::FILE* openFile(const char* path, const char* mode);
+int openFile(const char* path, int flags, mode_t mode);
 int removeFile(const char* path);
 
 // What the taken-over functions do.
 int onUsleep(unsigned int microseconds);
 unsigned int onSleep(unsigned int seconds);
-std::FILE* onFopen(const char* path, const char* mode);
+int onOpen(const char* path, int flags, mode_t mode);
 int onUnlink(const char* path);
 int onExecute(sqlite3* connection, const char* statement, RowCallback callback, void* user,
               char** message);

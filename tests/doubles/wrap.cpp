@@ -5,6 +5,8 @@
 
 #include <atomic>
 #include <cerrno>
+#include <cstdarg>
+#include <fcntl.h>
 #include <mutex>
 #include <sqlite3.h>
 #include <unordered_set>
@@ -17,7 +19,7 @@ void __real_free(void* memory);
 void __real_sqlite3_free(void* memory);
 int __real_sqlite3_exec(sqlite3* connection, const char* statement,
                         doubles::detail::RowCallback callback, void* user, char** message);
-std::FILE* __real_fopen(const char* path, const char* mode);
+int __real_open(const char* path, int flags, ...);
 int __real_unlink(const char* path);
 
 void* __wrap_malloc(std::size_t size);
@@ -26,7 +28,7 @@ void __wrap_free(void* memory);
 void __wrap_sqlite3_free(void* memory);
 int __wrap_sqlite3_exec(sqlite3* connection, const char* statement,
                         doubles::detail::RowCallback callback, void* user, char** message);
-std::FILE* __wrap_fopen(const char* path, const char* mode);
+int __wrap_open(const char* path, int flags, ...);
 int __wrap_unlink(const char* path);
 int __wrap_usleep(unsigned int microseconds);
 unsigned int __wrap_sleep(unsigned int seconds);
@@ -129,8 +131,8 @@ int execute(sqlite3* connection, const char* statement, RowCallback callback, vo
     return __real_sqlite3_exec(connection, statement, callback, user, message);
 }
 
-std::FILE* openFile(const char* path, const char* mode) {
-    return __real_fopen(path, mode);
+int openFile(const char* path, int flags, mode_t mode) {
+    return __real_open(path, flags, mode);
 }
 
 int removeFile(const char* path) {
@@ -169,8 +171,13 @@ int __wrap_sqlite3_exec(sqlite3* connection, const char* statement,
     return doubles::detail::onExecute(connection, statement, callback, user, message);
 }
 
-std::FILE* __wrap_fopen(const char* path, const char* mode) {
-    return doubles::detail::onFopen(path, mode);
+// NOLINTNEXTLINE(cert-dcl50-cpp): as the C library has it
+int __wrap_open(const char* path, int flags, ...) {
+    std::va_list rest;
+    va_start(rest, flags);
+    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(rest, mode_t) : 0;
+    va_end(rest);
+    return doubles::detail::onOpen(path, flags, mode);
 }
 
 int __wrap_unlink(const char* path) {

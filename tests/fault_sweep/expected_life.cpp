@@ -67,7 +67,7 @@ private:
 
     void main() {
         construct();
-        replay_.take("fopen", {"/var/database/CoolingUnitManagingMode.txt"});
+        replay_.take("open", {"/var/database/CoolingUnitManagingMode.txt"});
         lookUpSchemaType();
         replay_.line("OrvaneWebGUI", "The typeId is " + schemaType_ + ".");
         if (!loadDefinitions()) {
@@ -77,7 +77,7 @@ private:
         if (!init()) {
             return;
         }
-        for (int i = 0; i < kMarkerAttempts && !replay_.done("fopen", {"/tmp/run/Stidre.run"});
+        for (int i = 0; i < kMarkerAttempts && !replay_.done("open", {"/tmp/run/Stidre.run"});
              ++i) {
             replay_.take("sleep");
         }

@@ -34,11 +34,9 @@ Input readInput(std::string_view text) {
     return input;
 }
 
-// As a C text, whose end is a NUL.
 std::string firstWord(std::string_view file) {
     file.remove_prefix(std::min(file.find_first_not_of(kBlanks), file.size()));
-    const std::string_view word = file.substr(0, file.find_first_of(kBlanks));
-    return std::string(word.substr(0, word.find('\0')));
+    return std::string(file.substr(0, file.find_first_of(kBlanks)));
 }
 
 void checkVariable(const Input& input, int mode) {

@@ -2,16 +2,20 @@
 #include "requests/managing_mode.h"
 
 #include "tests/doubles/platform_test.h"
+#include "tests/support/temporary_folder.h"
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <iterator>
 #include <limits>
 #include <ranges>
 #include <string>
+#include <sys/stat.h>
 
 namespace {
 
+using namespace std::string_literals;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -82,8 +86,8 @@ TEST_F(ManagingMode, KeepsAKnownWordInTheEnvironment) {
 TEST_F(ManagingMode, OpensTheFileForReadingOnceAndThenAsksTheEnvironment) {
     EXPECT_EQ(withFile("Varrow"), 1);
     EXPECT_EQ(getManagingMode(), 1);
-    EXPECT_THAT(doubles::calls(),
-                ElementsAre("fopen(\"/var/database/CoolingUnitManagingMode.txt\", \"r\")"));
+    EXPECT_THAT(doubles::calls(), ElementsAre("open(\"/var/database/CoolingUnitManagingMode.txt\", "
+                                              "O_RDONLY | O_NONBLOCK | O_CLOEXEC)"));
 }
 
 TEST_F(ManagingMode, ReadsOnlyTheFirstWord) {
@@ -93,13 +97,36 @@ TEST_F(ManagingMode, ReadsOnlyTheFirstWord) {
 }
 
 TEST_F(ManagingMode, IsTwoForAnyOtherWordAndLeavesTheEnvironmentAlone) {
-    for (const std::string text :
-         {"", " \n", "varrow", "TINVALE", "Varrows", "Tinval", "0", "1", "Varrow,", "Other Varrow",
-          "Varrowxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx"}) {
-        SCOPED_TRACE(text);
+    for (const std::string& text :
+         {""s, " \n"s, "varrow"s, "TINVALE"s, "Varrows"s, "Tinval"s, "0"s, "1"s, "Varrow,"s,
+          "Other Varrow"s, "Varrowxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx"s, "Varrow\0more"s,
+          "Varrow\0"s, "\0Varrow"s, "Tinvale\0 Tinvale"s}) {
+        SCOPED_TRACE(testing::PrintToString(text));
         EXPECT_EQ(withFile(text), 2);
         EXPECT_EQ(environment(), "(unset)");
     }
+}
+
+TEST_F(ManagingMode, IsTwoAtOnceForAFifoThatNobodyWritesTo) {
+    const test::TemporaryFolder folder;
+    ASSERT_EQ(::mkfifo(folder.file("fifo").c_str(), 0600), 0);
+    doubles::files().managingModePath = folder.file("fifo");
+    EXPECT_EQ(getManagingMode(), 2); // would not return otherwise
+    EXPECT_EQ(environment(), "(unset)");
+}
+
+TEST_F(ManagingMode, IsTwoAtOnceForAFifoWhoseWriterIsSilent) {
+    const test::TemporaryFolder folder;
+    ASSERT_EQ(::mkfifo(folder.file("fifo").c_str(), 0600), 0);
+    const std::fstream writer(folder.file("fifo"));
+    ASSERT_TRUE(writer.is_open());
+    doubles::files().managingModePath = folder.file("fifo");
+    EXPECT_EQ(getManagingMode(), 2);
+}
+
+TEST_F(ManagingMode, IsTwoForAFolder) {
+    doubles::files().managingModePath = "/";
+    EXPECT_EQ(getManagingMode(), 2);
 }
 
 TEST_F(ManagingMode, IsTwoWithoutAFile) {

@@ -111,16 +111,17 @@ Lines callsBeforeMain() {
 }
 
 Lines callsOfLookup() {
-    return {"fopen(\"/var/database/CoolingUnitManagingMode.txt\", \"r\")",
-            ("olGetSchemaTypeIdByField(\"OsselSchemaInstances\", \"title\", "
-             "\"#OrvaneWebGUI.1.0.0.WebGUI\")"),
-            "olObjGetProperty(\"schema-type\", \"instanceCollection\")",
-            readField("schema-type", "definitions"),
-            readField("definitions", "WebGUI"),
-            readField("webgui-type", "Actions"),
-            readField("actions-type", "Oem"),
-            readField("actions-type", "#WebGUI.TurnOffLCD"),
-            readField("actions-type", "#WebGUI.GUIReady")};
+    return {
+        "open(\"/var/database/CoolingUnitManagingMode.txt\", O_RDONLY | O_NONBLOCK | O_CLOEXEC)",
+        ("olGetSchemaTypeIdByField(\"OsselSchemaInstances\", \"title\", "
+         "\"#OrvaneWebGUI.1.0.0.WebGUI\")"),
+        "olObjGetProperty(\"schema-type\", \"instanceCollection\")",
+        readField("schema-type", "definitions"),
+        readField("definitions", "WebGUI"),
+        readField("webgui-type", "Actions"),
+        readField("actions-type", "Oem"),
+        readField("actions-type", "#WebGUI.TurnOffLCD"),
+        readField("actions-type", "#WebGUI.GUIReady")};
 }
 
 Lines callsOfRegistration() {

@@ -25,7 +25,8 @@ using testing::ElementsAreArray;
 using testing::IsEmpty;
 
 constexpr char kInstance[] = "80000000-0000-0000-0000-008000000000";
-constexpr char kOpenMarker[] = "fopen(\"/tmp/run/Stidre.run\", \"w+\")";
+constexpr char kOpenMarker[] = "open(\"/tmp/run/Stidre.run\", "
+                               "O_RDWR | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC)";
 constexpr char kSleep[] = "sleep(2)";
 constexpr char kWait[] = "ovrThreadWaitForExit()";
 constexpr char kTypeLine[] = "[OrvaneWebGUI]: The typeId is schema-type.\n";
@@ -212,7 +213,7 @@ TEST(Main, ShowsTheCodeOfAFailedOpenInDecimal) {
 TEST(Main, TriesTheRunMarkerAgainAfterASleepForEachFailure) {
     for (int failures = 1; failures <= 5; ++failures) {
         const Life life = live({"provision", "sql INSERT INTO Misc VALUES ('Theme', 'dark')",
-                                "fopen-fail " + std::to_string(failures)});
+                                "open-fail " + std::to_string(failures)});
         EXPECT_EQ(life.status, 0);
         EXPECT_THAT(life.calls, ElementsAreArray(wholeLife(withSleeps(failures, true))))
             << failures;
@@ -222,7 +223,7 @@ TEST(Main, TriesTheRunMarkerAgainAfterASleepForEachFailure) {
 
 TEST(Main, GoesOnWithoutARunMarkerAfterSixFailuresAndSixSleeps) {
     const Life life =
-        live({"provision", "sql INSERT INTO Misc VALUES ('Theme', 'dark')", "fopen-fail 100"});
+        live({"provision", "sql INSERT INTO Misc VALUES ('Theme', 'dark')", "open-fail 100"});
     EXPECT_EQ(life.status, 0);
     EXPECT_THAT(life.calls, ElementsAreArray(wholeLife(withSleeps(6, false))));
     EXPECT_EQ(life.outputAfterConstruction(), std::string(kTypeLine) + kReadyLine);
@@ -238,6 +239,17 @@ TEST(Main, EmptiesAnOldRunMarkerAndLeavesItBehind) {
     EXPECT_TRUE(std::filesystem::exists(path));
     EXPECT_EQ(std::filesystem::file_size(path), 0U);
     EXPECT_THAT(life.callsOf("unlink"), IsEmpty());
+}
+
+TEST(Main, GoesOnWithoutARunMarkerThatIsASymbolicLink) {
+    const test::TemporaryFolder folder;
+    test::writeFile(folder.file("target"), "not ours");
+    std::filesystem::create_symlink(folder.file("target"), folder.file("marker"));
+    const Life life = live({"provision", "marker-file " + folder.file("marker")});
+    EXPECT_EQ(life.status, 0);
+    EXPECT_EQ(life.callsOf(kSleep).size(), 6U);
+    EXPECT_EQ(life.callsOf(kWait).size(), 1U);
+    EXPECT_EQ(test::readFile(folder.file("target")), "not ours");
 }
 
 // --- The managing mode ----------------------------------------------------------------
@@ -274,7 +286,7 @@ TEST(Main, UsesTheTemperatureScaleOnlyInManagingModeZero) {
                                  (mode.file == nullptr ? "-" : mode.file);
         EXPECT_EQ(life.status, 0) << name;
         EXPECT_EQ(life.callsOf("CoolGetTempScale").size(), mode.usesScale ? 1U : 0U) << name;
-        EXPECT_EQ(life.callsOf("fopen(\"/var/database").size(), mode.opensFile ? 1U : 0U) << name;
+        EXPECT_EQ(life.callsOf("open(\"/var/database").size(), mode.opensFile ? 1U : 0U) << name;
         EXPECT_THAT(life.callsOf("osselCreateReturnMessage"),
                     ElementsAre(testing::HasSubstr("\"Success\"")))
             << name;
@@ -350,6 +362,40 @@ TEST(Main, ServesRequestsOfEachKindThroughHookAndWorkers) {
     EXPECT_THAT(life.callsOf("unlink"), ElementsAre("unlink(\"/tmp/buzzer.silence\")"));
     EXPECT_EQ(life.callsOf("osselCreateEventObject").size(), 3U);
     EXPECT_EQ(Lines(life.calls.end() - 17, life.calls.end()).front(), callsOfCleanUp().front());
+}
+
+// A host may start the workers at their registration. Until the tree stands there is no instance.
+TEST(Main, RefusesRequestsThatComeBeforeTheTreeStands) {
+    const std::string instance = kInstance;
+    const Life life = live(
+        {"provision", "threads-at-registration", target("Request:language"),
+         request("Request:language", "Language=Deutsch"), target("Request:lcd"),
+         request("Request:lcd", "Action=WebGUI.TurnOffLCD"),
+         "early-request 00001 " + instance + " Early:read",
+         "early-request 00002 Request:language Early:update",
+         "early-request 00000 Request:lcd Early:action", "early-request 00005 x Early:unknown",
+         "request 00001 " + instance + " Reply:read", "request 00002 Request:language Reply:update",
+         "request 00000 Request:lcd Reply:action"});
+    EXPECT_EQ(life.status, 0);
+    EXPECT_EQ(life.errors, "");
+    EXPECT_THAT(answersOf(life),
+                ElementsAre("Early:read: \"InvalidObject\", \"" + instance + "\", null)",
+                            "Early:update: \"InvalidObject\", \"Request:language\", null)",
+                            "Early:action: \"InvalidObject\", \"Request:lcd\", null)",
+                            "Early:unknown: \"ActionNotSupported\", \"00005\", null)",
+                            "Reply:read: \"Success\", null)", "Reply:update: \"Success\", null)",
+                            "Reply:action: \"Success\", null)"));
+    EXPECT_LT(life.positionOf("osselPublishToChannel(ctx1, \"Early:unknown\""),
+              life.positionOf("open_database("));
+}
+
+// Nobody waits for threads that run already: the process ends under them.
+TEST(Main, EndsWhileThreadsRunWhenTheTreeCannotBeBuilt) {
+    const Life life = live({"provision", "threads-at-registration", "fail osselCreateHashTable 1",
+                            "early-request 00001 " + std::string(kInstance) + " Early:read"});
+    EXPECT_EQ(life.status, 0);
+    EXPECT_THAT(life.callsOf(kWait), IsEmpty());
+    EXPECT_THAT(answersOf(life), ElementsAre(testing::StartsWith("Early:read: \"InvalidObject\"")));
 }
 
 TEST(Main, ShowsTheCountOfAFailedUpdateInHexadecimalAndATimeToLiveInDecimal) {

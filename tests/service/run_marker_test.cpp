@@ -4,13 +4,15 @@
 #include "tests/support/temporary_folder.h"
 
 #include <filesystem>
+#include <sys/stat.h>
 
 namespace {
 
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 
-constexpr char kOpen[] = "fopen(\"/tmp/run/Stidre.run\", \"w+\")";
+constexpr char kOpen[] = "open(\"/tmp/run/Stidre.run\", "
+                         "O_RDWR | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC)";
 constexpr char kSleep[] = "sleep(2)";
 
 class RunMarker : public doubles::PlatformTest {};
@@ -51,6 +53,27 @@ TEST_F(RunMarker, IsEmptiedWhenItIsThereAlready) {
     createRunMarker();
     EXPECT_TRUE(std::filesystem::exists(path));
     EXPECT_EQ(std::filesystem::file_size(path), 0U);
+}
+
+TEST_F(RunMarker, IsNotCreatedThroughASymbolicLink) {
+    const test::TemporaryFolder folder;
+    const std::string target = folder.file("target");
+    test::writeFile(target, "not ours");
+    doubles::files().markerPath = folder.file("marker");
+    std::filesystem::create_symlink(target, folder.file("marker"));
+    createRunMarker();
+    EXPECT_EQ(test::readFile(target), "not ours");
+    EXPECT_EQ(doubles::callsOf("sleep").size(), 6U);
+}
+
+TEST_F(RunMarker, MayBeReadAndWrittenByEverybodyTheUmaskLets) {
+    const test::TemporaryFolder folder;
+    doubles::files().markerPath = folder.file("marker");
+    const mode_t umask = ::umask(0022);
+    createRunMarker();
+    ::umask(umask);
+    EXPECT_EQ(std::filesystem::status(folder.file("marker")).permissions(),
+              std::filesystem::perms{0644});
 }
 
 TEST_F(RunMarker, IsClosedAtOnce) {
