@@ -1,7 +1,5 @@
 // Which fixed document lies where. The documents are made elsewhere.
 #include "redfish/model/addresses.h"
-#include "redfish/model/messages.h"
-#include "redfish/model/schemas.h"
 #include "redfish/model/services.h"
 
 #include <algorithm>
@@ -22,14 +20,6 @@ Json constant(const ServiceFacts& /*facts*/) {
     return make();
 }
 
-Json webGuiSchema() {
-    return Json::parse(kWebGuiJsonSchema);
-}
-
-Json managerSchema() {
-    return Json::parse(kManagerJsonSchema);
-}
-
 // clang-format off
 constexpr std::array kRows{
     Row{kVersions,          constant<versions>},
@@ -43,12 +33,9 @@ constexpr std::array kRows{
     Row{kEventService,      eventService},
     Row{kRegistries,        constant<registries>},
     Row{kRegistryFile,      constant<registryFile>},
-    Row{kMessageRegistry,   constant<messageRegistry>},
     Row{kJsonSchemas,       constant<jsonSchemas>},
     Row{kWebGuiSchemaFile,  constant<webGuiSchemaFile>},
-    Row{kWebGuiSchema,      constant<webGuiSchema>},
     Row{kManagerSchemaFile, constant<managerSchemaFile>},
-    Row{kManagerSchema,     constant<managerSchema>},
 };
 // clang-format on
 

@@ -1,11 +1,10 @@
-// Accounts: who there is, with which role. Everyone may look at his own and change its
-// password; all else is for those who may manage users.
+#include "redfish/service/account_handlers.h"
+
 #include "redfish/http/entity_tag.h"
-#include "redfish/model/accounts.h"
 #include "redfish/model/addresses.h"
+#include "redfish/model/services.h"
 #include "redfish/security/passwords.h"
 #include "redfish/service/responses.h"
-#include "redfish/service/service.h"
 
 #include <iostream>
 #include <utility>
@@ -22,12 +21,16 @@ model::AccountRules accountRules() {
             .isAccountName = isAccountName};
 }
 
-bool maySee(const Identity& identity, const std::string& name) {
+bool mayManageUsers(const Identity& identity) {
+    return hasPrivilege(identity.role, Privilege::configureUsers);
+}
+
+bool maySee(const Identity& identity, std::string_view name) {
     return identity.user == name || mayManageUsers(identity);
 }
 
-Response notFound(const std::string& name) {
-    return errorResponse(Message::resourceNotFound, {"ManagerAccount", name});
+bool isEnabledAdministrator(const Account& account) {
+    return account.isEnabled && account.role == Role::administrator;
 }
 
 Response cannotBeKept(const std::exception& error) {
@@ -37,51 +40,74 @@ Response cannotBeKept(const std::exception& error) {
 
 } // namespace
 
-std::optional<model::Json> Service::accountDocument(const Call& call,
-                                                    const std::string& name) const {
-    const Account* const account = parts_.accounts.find(name);
-    if (account == nullptr || !maySee(call.identity, name)) {
-        return std::nullopt;
-    }
-    return model::account({.userName = account->name,
-                           .roleId = std::string(nameOf(account->role)),
-                           .isEnabled = account->isEnabled,
-                           .isLocked = parts_.authenticator.isLocked(name)});
+AccountHandlers::AccountHandlers(Accounts& accounts, Sessions& sessions,
+                                 Authenticator& authenticator, WorkerPool& hashing, Post post)
+    : accounts_(accounts), sessions_(sessions), authenticator_(authenticator), hashing_(hashing),
+      post_(std::move(post)) {}
+
+Routes AccountHandlers::routes() {
+    using H = AccountHandlers;
+    const std::string all(model::kAccounts);
+    // clang-format off
+    return {
+        {all,        Method::get,    Privilege::login,          handleBy(this, &H::get)},
+        {all,        Method::post,   Privilege::configureUsers, handleBy(this, &H::post)},
+        {all + "/*", Method::get,    Privilege::login,          handleBy(this, &H::get)},
+        {all + "/*", Method::patch,  Privilege::configureSelf,  handleBy(this, &H::patch)},
+        {all + "/*", Method::remove, Privilege::configureUsers, handleBy(this, &H::remove)},
+    };
+    // clang-format on
 }
 
-model::Json Service::accountsDocument(const Call& call) const {
+std::optional<model::Json> AccountHandlers::document(const Identity& identity,
+                                                     std::string_view address) const {
+    if (address == model::kAccounts) {
+        return collection(identity);
+    }
+    const std::string prefix = model::memberOf(model::kAccounts, "");
+    return address.starts_with(prefix) ? member(identity, address.substr(prefix.size()))
+                                       : std::nullopt;
+}
+
+model::Json AccountHandlers::collection(const Identity& identity) const {
     std::vector<std::string> names;
-    for (const Account& account : parts_.accounts.all()) {
-        if (maySee(call.identity, account.name)) {
+    for (const Account& account : accounts_.all()) {
+        if (maySee(identity, account.name)) {
             names.push_back(account.name);
         }
     }
     return model::accounts(names);
 }
 
-void Service::getAccounts(const Call& call, const Respond& respond) {
-    answerDocument(call, accountsDocument(call), respond);
-}
-
-void Service::getAccount(const Call& call, const Respond& respond) {
-    const std::optional<model::Json> document = accountDocument(call, call.member);
-    if (!document) {
-        respond(notFound(call.member));
-        return;
+std::optional<model::Json> AccountHandlers::member(const Identity& identity,
+                                                   std::string_view name) const {
+    const Account* const account = accounts_.find(name);
+    if (account == nullptr || !maySee(identity, name)) {
+        return std::nullopt;
     }
-    answerDocument(call, *document, respond);
+    return model::account({.userName = account->name,
+                           .roleId = std::string(nameOf(account->role)),
+                           .isEnabled = account->isEnabled,
+                           .isLocked = authenticator_.isLocked(account->name)});
 }
 
-void Service::withHash(const std::string& password, std::function<void(const std::string&)> done,
-                       const Respond& respond) {
-    const bool isTaken = parts_.checks.submit([this, password, done = std::move(done), respond] {
+void AccountHandlers::get(const Call& call, const Respond& respond) {
+    const std::optional<model::Json> found = document(call.identity, call.address);
+    respond(found ? documentResponse(call, *found)
+                  : notFoundResponse("ManagerAccount", call.member));
+}
+
+void AccountHandlers::withHash(const std::string& password,
+                               std::function<void(const std::string& hash)> done,
+                               const Respond& respond) {
+    const bool isTaken = hashing_.submit([this, password, done = std::move(done), respond] {
         std::string hash;
         try {
             hash = hashPassword(password);
         } catch (const std::exception&) {
             hash.clear();
         }
-        parts_.post([done, hash, respond] {
+        post_([done, hash, respond] {
             if (hash.empty()) {
                 respond(errorResponse(Message::internalError));
             } else {
@@ -90,12 +116,11 @@ void Service::withHash(const std::string& password, std::function<void(const std
         });
     });
     if (!isTaken) {
-        respond(errorResponse(Message::providerUnavailable,
-                              {std::to_string(model::kRetryAfterSeconds)}));
+        respond(busyResponse());
     }
 }
 
-void Service::postAccount(const Call& call, const Respond& respond) {
+void AccountHandlers::post(const Call& call, const Respond& respond) {
     const auto checked = model::checkNewAccount(call.request.body, accountRules());
     if (!checked.isGood()) {
         respond(errorResponse(checked.problems));
@@ -105,56 +130,56 @@ void Service::postAccount(const Call& call, const Respond& respond) {
     withHash(
         wanted.password,
         [this, call, wanted, respond](const std::string& hash) {
-            // Looked at only now: another request may have made it meanwhile.
-            if (parts_.accounts.find(wanted.userName) != nullptr) {
-                respond(errorResponse(Message::resourceAlreadyExists,
-                                      {"ManagerAccount", "UserName", wanted.userName}));
-                return;
-            }
-            if (parts_.accounts.all().size() >= kMaxAccounts) {
-                respond(errorResponse(Message::createLimitReachedForResource));
-                return;
-            }
-            try {
-                parts_.accounts.put({.name = wanted.userName,
-                                     .role = roleNamed(wanted.roleId).value(),
-                                     .isEnabled = wanted.isEnabled,
-                                     .hash = hash});
-            } catch (const std::exception& error) {
-                respond(cannotBeKept(error));
-                return;
-            }
-            parts_.authenticator.forget(wanted.userName);
-            Response response = jsonResponse(accountDocument(call, wanted.userName).value(), 201);
-            response.headers.emplace_back("Location",
-                                          model::memberOf(model::kAccounts, wanted.userName));
-            respond(std::move(response));
+            respond(create(wanted, hash, call.identity));
         },
         respond);
 }
 
+// Runs after hashing: another request may have created the account meanwhile.
+Response AccountHandlers::create(const model::NewAccount& wanted, const std::string& hash,
+                                 const Identity& identity) {
+    if (accounts_.find(wanted.userName) != nullptr) {
+        return errorResponse(Message::resourceAlreadyExists,
+                             {"ManagerAccount", "UserName", wanted.userName});
+    }
+    if (accounts_.all().size() >= kMaxAccounts) {
+        return errorResponse(Message::createLimitReachedForResource);
+    }
+    try {
+        accounts_.put({.name = wanted.userName,
+                       .role = roleNamed(wanted.roleId).value(),
+                       .isEnabled = wanted.isEnabled,
+                       .hash = hash});
+    } catch (const std::exception& error) {
+        return cannotBeKept(error);
+    }
+    authenticator_.forget(wanted.userName);
+    Response response = jsonResponse(member(identity, wanted.userName).value(), 201);
+    response.headers.emplace_back("Location", model::memberOf(model::kAccounts, wanted.userName));
+    return response;
+}
+
 // A user who may not manage others may change his own password and nothing else.
-model::Problems Service::problemsOfChange(const Call& call, const Account& account,
-                                          const model::AccountChange& change) const {
+model::Problems AccountHandlers::problemsOfChange(const Identity& identity, const Account& account,
+                                                  const model::AccountChange& change) const {
     const bool isMore = change.roleId || change.isEnabled || change.unlocks;
-    if (isMore && !mayManageUsers(call.identity)) {
+    if (isMore && !mayManageUsers(identity)) {
         return {{.message = Message::insufficientPrivilege, .arguments = {}, .property = {}}};
     }
     const bool staysAdministrator =
         change.isEnabled.value_or(account.isEnabled) &&
         roleNamed(change.roleId.value_or(std::string(nameOf(account.role)))) == Role::administrator;
-    const bool isAdministrator = account.isEnabled && account.role == Role::administrator;
-    if (isAdministrator && !staysAdministrator &&
-        !parts_.accounts.hasOtherAdministrator(account.name)) {
+    if (isEnabledAdministrator(account) && !staysAdministrator &&
+        !accounts_.hasOtherAdministrator(account.name)) {
         return {{.message = Message::lastAdministrator, .arguments = {}, .property = {}}};
     }
     return {};
 }
 
-void Service::patchAccount(const Call& call, const Respond& respond) {
-    const std::optional<model::Json> document = accountDocument(call, call.member);
+void AccountHandlers::patch(const Call& call, const Respond& respond) {
+    const std::optional<model::Json> document = member(call.identity, call.member);
     if (!document) {
-        respond(notFound(call.member));
+        respond(notFoundResponse("ManagerAccount", call.member));
         return;
     }
     const auto checked = model::checkAccountPatch(call.request.body, accountRules());
@@ -168,68 +193,65 @@ void Service::patchAccount(const Call& call, const Respond& respond) {
         respond(errorResponse(Message::preconditionFailed));
         return;
     }
-    const model::AccountChange change = checked.value;
-    if (!change.password) {
-        applyChange(call.member, change, {}, call, respond);
+    const model::AccountChange wanted = checked.value;
+    if (!wanted.password) {
+        respond(change(call, wanted, {}));
         return;
     }
     withHash(
-        *change.password,
-        [this, call, change, respond](const std::string& hash) {
-            applyChange(call.member, change, hash, call, respond);
+        *wanted.password,
+        [this, call, wanted, respond](const std::string& hash) {
+            respond(change(call, wanted, hash));
         },
         respond);
 }
 
-void Service::applyChange(const std::string& name, const model::AccountChange& change,
-                          const std::string& hash, const Call& call, const Respond& respond) {
-    const Account* const present = parts_.accounts.find(name);
+Response AccountHandlers::change(const Call& call, const model::AccountChange& change,
+                                 const std::string& hash) {
+    const std::string& name = call.member;
+    const Account* const present = accounts_.find(name);
     if (present == nullptr) {
-        respond(notFound(name));
-        return;
+        return notFoundResponse("ManagerAccount", name);
     }
-    const model::Problems problems = problemsOfChange(call, *present, change);
+    const model::Problems problems = problemsOfChange(call.identity, *present, change);
     if (!problems.empty()) {
-        respond(errorResponse(problems));
-        return;
+        return errorResponse(problems);
     }
     Account account = *present;
     account.hash = hash.empty() ? account.hash : hash;
     account.isEnabled = change.isEnabled.value_or(account.isEnabled);
     account.role = change.roleId ? roleNamed(*change.roleId).value() : account.role;
     try {
-        parts_.accounts.put(account);
+        accounts_.put(account);
     } catch (const std::exception& error) {
-        respond(cannotBeKept(error));
-        return;
+        return cannotBeKept(error);
     }
-    parts_.authenticator.forget(name);
+    authenticator_.forget(name);
     if (!hash.empty() || !account.isEnabled) {
-        // Whoever signed in with the old password is out, but for the one who changes it.
-        parts_.sessions.endAllOf(name, call.identity.sessionId);
+        // Ends every session of the old password but the one that changes it.
+        sessions_.endAllOf(name, call.identity.sessionId);
     }
-    answerDocument(call, accountDocument(call, name).value(), respond);
+    return documentResponse(call, member(call.identity, name).value());
 }
 
-void Service::deleteAccount(const Call& call, const Respond& respond) {
-    const Account* const account = parts_.accounts.find(call.member);
+void AccountHandlers::remove(const Call& call, const Respond& respond) {
+    const Account* const account = accounts_.find(call.member);
     if (account == nullptr) {
-        respond(notFound(call.member));
+        respond(notFoundResponse("ManagerAccount", call.member));
         return;
     }
-    if (account->isEnabled && account->role == Role::administrator &&
-        !parts_.accounts.hasOtherAdministrator(account->name)) {
+    if (isEnabledAdministrator(*account) && !accounts_.hasOtherAdministrator(account->name)) {
         respond(errorResponse(Message::lastAdministrator));
         return;
     }
     try {
-        parts_.accounts.remove(call.member);
+        accounts_.remove(call.member);
     } catch (const std::exception& error) {
         respond(cannotBeKept(error));
         return;
     }
-    parts_.authenticator.forget(call.member);
-    parts_.sessions.endAllOf(call.member, {});
+    authenticator_.forget(call.member);
+    sessions_.endAllOf(call.member, {});
     respond(jsonResponse(model::successBody(Message::accountRemoved)));
 }
 

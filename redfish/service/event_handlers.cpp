@@ -1,14 +1,22 @@
-// The event stream's beginning. What flows in it is left to event_hub.cpp.
+#include "redfish/service/event_handlers.h"
+
 #include "redfish/http/media_type.h"
 #include "redfish/http/target.h"
+#include "redfish/model/addresses.h"
 #include "redfish/service/responses.h"
-#include "redfish/service/service.h"
+
+#include <utility>
 
 namespace redfish {
 
 using model::Message;
 
-void Service::openStream(const Call& call, const Respond& respond) {
+Routes EventHandlers::routes() {
+    return {{std::string(model::kEventStream), Method::get, Privilege::login,
+             handleBy(this, &EventHandlers::openStream)}};
+}
+
+void EventHandlers::openStream(const Call& call, const Respond& respond) {
     std::string filterText;
     const auto parameters = parseQuery(call.request.query);
     if (!parameters) {
@@ -42,10 +50,10 @@ void Service::openStream(const Call& call, const Respond& respond) {
                       .body = nullptr,
                       .feed = nullptr};
     if (call.request.method == Method::get) {
-        response.feed = parts_.events.open({.user = call.identity.user,
-                                            .sessionId = call.identity.sessionId,
-                                            .filter = std::move(*filter)},
-                                           since);
+        response.feed = events_.open({.user = call.identity.user,
+                                      .sessionId = call.identity.sessionId,
+                                      .filter = std::move(*filter)},
+                                     since);
         if (!response.feed) {
             respond(errorResponse(Message::eventSubscriptionLimitExceeded));
             return;

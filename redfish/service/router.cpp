@@ -1,7 +1,7 @@
-// Compares paths with the patterns of the routes.
 #include "redfish/service/router.h"
 
 #include <algorithm>
+#include <stdexcept>
 
 namespace redfish {
 
@@ -24,6 +24,11 @@ std::string allowOf(const std::vector<Method>& methods) {
         }
     }
     return text;
+}
+
+void refuseUnreachableRoute(Method method, const std::string& path) {
+    throw std::logic_error("an earlier route takes all requests of " + std::string(nameOf(method)) +
+                           " " + path);
 }
 
 } // namespace redfish

@@ -1,5 +1,5 @@
-// Which handler serves a path and a method, and who may ask it. What the handlers do is left
-// to the service.
+// Finds the handler of a path and a method, and the privilege that it requires. Immutable after
+// construction, so any thread may ask.
 #pragma once
 
 #include "redfish/http/message.h"
@@ -7,36 +7,58 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace redfish {
 
-// `Handle` is whatever the owner of the table calls.
+// One row of the table of routes. `Handle` is whatever the owner of the table calls.
 template <typename Handle>
 struct Route {
-    std::string path; // ends with "/*" where any last segment will do
+    // An address; with "/*" at the end any last segment matches.
+    std::string path;
+    // HEAD needs no row: it is served by the row of GET.
     Method method = Method::get;
     Privilege privilege = Privilege::login;
     Handle handle{};
 };
 
+// Whether a path matches the path of a route. "/a/*" matches "/a/b", but neither "/a/" nor
+// "/a/b/c".
 bool matchesPath(std::string_view pattern, std::string_view path);
 
-// "GET, HEAD, PATCH": HEAD goes along with GET.
+// The value of an Allow header, "GET, HEAD, PATCH": HEAD comes with GET.
 std::string allowOf(const std::vector<Method>& methods);
+
+// Throws std::logic_error, naming the route: an earlier one takes all of its requests.
+[[noreturn]] void refuseUnreachableRoute(Method method, const std::string& path);
 
 template <typename Handle>
 class Router {
 public:
     struct Match {
-        const Route<Handle>* route = nullptr; // null: none for this method
-        std::string_view member;              // what the "*" stands for
+        // Null: the path has no route for this method. Valid as long as the router.
+        const Route<Handle>* route = nullptr;
+        // What the "*" stands for; borrowed from the path.
+        std::string_view member;
+        // Whether the path has a route for any method.
         bool isPathKnown = false;
     };
 
-    explicit Router(std::vector<Route<Handle>> routes) : routes_(std::move(routes)) {}
+    // The first row that matches wins, so a row that can never win is refused: throws
+    // std::logic_error.
+    explicit Router(std::vector<Route<Handle>> routes) : routes_(std::move(routes)) {
+        for (std::size_t i = 0; i < routes_.size(); ++i) {
+            for (std::size_t earlier = 0; earlier < i; ++earlier) {
+                if (routes_[earlier].method == routes_[i].method &&
+                    matchesPath(routes_[earlier].path, routes_[i].path)) {
+                    refuseUnreachableRoute(routes_[i].method, routes_[i].path);
+                }
+            }
+        }
+    }
 
-    // The first row whose path and method match; HEAD is asked of the row of GET.
+    // The first row whose path and method match; HEAD finds the row of GET.
     Match find(std::string_view path, Method method) const {
         Match match;
         const Method asked = method == Method::head ? Method::get : method;
@@ -55,7 +77,7 @@ public:
         return match;
     }
 
-    // The methods of a path, for the header Allow.
+    // The methods of a path as the value of an Allow header; empty for an unknown path.
     std::string allow(std::string_view path) const {
         std::vector<Method> methods;
         for (const Route<Handle>& route : routes_) {

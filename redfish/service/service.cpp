@@ -1,5 +1,3 @@
-// The road of a request: path, rights, body's type, handler, headers. What each resource is
-// lies in the other files of this folder.
 #include "redfish/service/service.h"
 
 #include "redfish/http/entity_tag.h"
@@ -8,6 +6,7 @@
 #include "redfish/model/addresses.h"
 #include "redfish/service/responses.h"
 
+#include <iterator>
 #include <utility>
 
 namespace redfish {
@@ -18,16 +17,14 @@ using model::Message;
 
 constexpr std::string_view kPrefix = "/redfish";
 
-// "/redfish/v1/" is the service root's own address; everywhere else a slash at the end is one
-// too many, and harmless.
-std::string_view withoutSlash(std::string_view path) {
-    if (path == "/redfish/v1") {
-        return model::kServiceRoot;
-    }
-    if (path != model::kServiceRoot && path.size() > 1 && path.ends_with('/')) {
-        path.remove_suffix(1);
-    }
-    return path;
+// The path as the model spells addresses: the service root ends with a slash, nothing else does.
+std::string_view addressOf(std::string_view path) {
+    const std::string_view address = withoutTrailingSlash(path);
+    return address == withoutTrailingSlash(model::kServiceRoot) ? model::kServiceRoot : address;
+}
+
+bool isRedfish(std::string_view path) {
+    return path == kPrefix || path.starts_with("/redfish/");
 }
 
 const std::string* findHeader(const Response& response, std::string_view name) {
@@ -41,23 +38,35 @@ const std::string* findHeader(const Response& response, std::string_view name) {
 
 } // namespace
 
-bool mayManageUsers(const Identity& identity) {
-    return hasPrivilege(identity.role, Privilege::configureUsers);
+Service::Service(const ServiceParts& parts, const ServiceOptions& options)
+    : authenticator_(parts.authenticator),
+      facts_(options.uuid, options.version, parts.sessions, parts.authenticator),
+      webGui_(parts.webGui, facts_),
+      sessions_(parts.sessions, parts.accounts, parts.authenticator, facts_),
+      accounts_(parts.accounts, parts.sessions, parts.authenticator, parts.hashing, parts.post),
+      events_(parts.events), documents_(facts_, parts.webGui.read), router_(allRoutes()),
+      files_(options.web) {}
+
+Routes Service::allRoutes() {
+    Routes all;
+    // The WebGUI resource is asked for most, so it comes first.
+    for (Routes routes : {webGui_.routes(), sessions_.routes(), accounts_.routes(),
+                          events_.routes(), documents_.routes()}) {
+        std::move(routes.begin(), routes.end(), std::back_inserter(all));
+    }
+    return all;
 }
 
-Service::Service(ServiceParts parts, ServiceOptions options)
-    : parts_(std::move(parts)), options_(std::move(options)), router_(makeRoutes()),
-      files_(options_.web) {}
-
 void Service::handle(const Request& request, const Respond& respond) {
-    dispatch(request, [&request, respond](Response response) {
-        complete(request, response);
+    const std::string_view address = addressOf(request.path);
+    dispatch(request, address, [this, &request, address, respond](Response response) {
+        complete(request, address, response);
         respond(std::move(response));
     });
 }
 
-void Service::dispatch(const Request& request, const Respond& respond) {
-    if (request.path != kPrefix && !request.path.starts_with("/redfish/")) {
+void Service::dispatch(const Request& request, std::string_view address, const Respond& respond) {
+    if (!isRedfish(request.path)) {
         std::optional<Response> file = isReading(request.method)
                                            ? files_.find(request.path, request.acceptEncoding)
                                            : std::nullopt;
@@ -69,51 +78,54 @@ void Service::dispatch(const Request& request, const Respond& respond) {
         respond(errorResponse(Message::preconditionFailed));
         return;
     }
-    const std::string_view path = withoutSlash(request.path);
-    const auto match = router_.find(path, request.method);
+    const Match match = router_.find(address, request.method);
     if (!match.isPathKnown) {
         respond(errorResponse(Message::resourceMissingAtUri, {request.path}));
     } else if (match.route == nullptr) {
         Response response =
             errorResponse(Message::operationNotAllowed, {std::string(nameOf(request.method))});
-        response.headers.emplace_back("Allow", router_.allow(path));
+        response.headers.emplace_back("Allow", router_.allow(address));
         respond(std::move(response));
     } else {
-        authorize(request, match, respond);
+        authorise(request, address, match, respond);
     }
 }
 
-void Service::authorize(const Request& request, const Router<Handle>::Match& match,
+void Service::authorise(const Request& request, std::string_view address, const Match& match,
                         const Respond& respond) {
     if (match.route->privilege == Privilege::none) {
-        run(request, match, {}, respond);
+        call(request, address, match, {}, respond);
         return;
     }
-    parts_.authenticator.identify(
-        request, [this, &request, match, respond](const Identity& identity) {
-            switch (identity.result) {
-            case Identification::signedIn:
-                if (!hasPrivilege(identity.role, match.route->privilege)) {
-                    respond(errorResponse(Message::insufficientPrivilege));
-                } else {
-                    run(request, match, identity, respond);
-                }
-                break;
-            case Identification::busy:
-                respond(errorResponse(Message::providerUnavailable,
-                                      {std::to_string(model::kRetryAfterSeconds)}));
-                break;
-            default:
-                respond(errorResponse(Message::noValidSession));
-            }
-        });
+    authenticator_.identify(request,
+                            [this, &request, address, match, respond](const Identity& identity) {
+                                switch (identity.result) {
+                                case Identification::signedIn:
+                                    if (!hasPrivilege(identity.role, match.route->privilege)) {
+                                        respond(errorResponse(Message::insufficientPrivilege));
+                                    } else {
+                                        call(request, address, match, identity, respond);
+                                    }
+                                    break;
+                                case Identification::busy:
+                                    respond(busyResponse());
+                                    break;
+                                default:
+                                    respond(errorResponse(Message::noValidSession));
+                                }
+                            });
 }
 
-void Service::run(const Request& request, const Router<Handle>::Match& match,
-                  const Identity& identity, const Respond& respond) {
-    Call call{
-        .request = request, .identity = identity, .member = std::string(match.member), .query = {}};
+void Service::call(const Request& request, std::string_view address, const Match& match,
+                   const Identity& identity, const Respond& respond) const {
+    Call call{.request = request,
+              .address = address,
+              .member = std::string(match.member),
+              .identity = identity,
+              .query = {},
+              .lookUp = {}};
     if (isReading(request.method)) {
+        // The event stream reads its own query.
         if (!request.query.empty() && match.route->path != model::kEventStream) {
             const auto parameters = parseQuery(request.query);
             if (!parameters) {
@@ -126,15 +138,37 @@ void Service::run(const Request& request, const Router<Handle>::Match& match,
                 return;
             }
             call.query = std::move(query.value);
+            call.lookUp = [this, identity](const std::string& link) {
+                return lookUp(identity, link);
+            };
         }
     } else if (!request.body.empty() && !isJson(request.contentType)) {
         respond(errorResponse(Message::unsupportedMediaType, {std::string(request.contentType)}));
         return;
     }
-    (this->*match.route->handle)(call, respond);
+    match.route->handle(call, respond);
 }
 
-void Service::complete(const Request& request, Response& response) {
+std::optional<model::Json> Service::lookUp(const Identity& identity,
+                                           const std::string& address) const {
+    if (std::optional<model::Json> found = sessions_.document(identity, address)) {
+        return found;
+    }
+    if (std::optional<model::Json> found = accounts_.document(identity, address)) {
+        return found;
+    }
+    return documents_.document(address);
+}
+
+void Service::complete(const Request& request, std::string_view address, Response& response) const {
+    const std::string* const entityTag = findHeader(response, "ETag");
+    const bool isNotModified = response.status == 200 && isReading(request.method) &&
+                               entityTag != nullptr && !request.ifNoneMatch.empty() &&
+                               isListed(request.ifNoneMatch, *entityTag, Comparison::weak);
+    const bool isOfAddress = entityTag != nullptr && isRedfish(request.path);
+    if (isOfAddress) {
+        response.headers.emplace_back("Allow", router_.allow(address));
+    }
     if (request.path.starts_with(kPrefix)) {
         response.headers.emplace_back("OData-Version", "4.0");
         response.headers.emplace_back("Cache-Control", "no-cache");
@@ -143,9 +177,7 @@ void Service::complete(const Request& request, Response& response) {
     if (response.status != 200 || !isReading(request.method)) {
         return;
     }
-    const std::string* const entityTag = findHeader(response, "ETag");
-    if (entityTag != nullptr && !request.ifNoneMatch.empty() &&
-        isListed(request.ifNoneMatch, *entityTag, Comparison::weak)) {
+    if (isNotModified) {
         response.status = 304;
         response.body = nullptr;
         response.contentType = {};

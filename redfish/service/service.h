@@ -1,118 +1,75 @@
-// The Redfish service: everything between a request that was read and its answer. Routes,
-// rights, headers that hold for all, and the handlers of each resource, which lie in the other
-// .cpp files of this folder. Thread of the connections only.
+// The Redfish service: everything between a parsed request and its response. Thread of the loop
+// only.
 #pragma once
 
-#include "redfish/gateway/gateway.h"
-#include "redfish/http/message.h"
-#include "redfish/model/accounts.h"
-#include "redfish/model/query.h"
-#include "redfish/model/services.h"
-#include "redfish/security/authenticator.h"
-#include "redfish/service/event_hub.h"
+#include "redfish/service/account_handlers.h"
+#include "redfish/service/document_handlers.h"
+#include "redfish/service/event_handlers.h"
 #include "redfish/service/router.h"
+#include "redfish/service/session_handlers.h"
 #include "redfish/service/static_files.h"
+#include "redfish/service/webgui_handlers.h"
 
+#include <filesystem>
 #include <optional>
 #include <string>
-#include <vector>
+#include <string_view>
 
 namespace redfish {
 
-// Borrowed; all of it lives longer than the service.
+// What the service works on. Borrowed: everything here must outlive the service.
 struct ServiceParts {
     Accounts& accounts;
     Sessions& sessions;
     Authenticator& authenticator;
-    WorkerPool& checks; // where passwords are hashed
-    Gateway& gateway;
+    // Where passwords are hashed.
+    WorkerPool& hashing;
+    WebGuiAccess webGui;
     EventHub& events;
     Post post;
 };
 
 struct ServiceOptions {
-    std::string uuid;          // of this installation; empty: none
-    std::string version;       // of the product
-    std::filesystem::path web; // folder of the web page; empty: none
+    // Of this installation; empty: none.
+    std::string uuid;
+    // Of the product.
+    std::string version;
+    // Folder of the web page; empty: no page is served.
+    std::filesystem::path web;
 };
 
+// Finds the handler of a request, checks that the caller may use it, and completes the response
+// with what all have in common. The resources themselves are in the classes of handlers.
 class Service {
 public:
-    Service(ServiceParts parts, ServiceOptions options);
+    Service(const ServiceParts& parts, const ServiceOptions& options);
+    Service(const Service&) = delete;
+    Service& operator=(const Service&) = delete;
 
-    // Answers a request, at once or later.
+    // Answers a request, at once or later. The request must stay valid until then.
     void handle(const Request& request, const Respond& respond);
 
 private:
-    struct Call {
-        const Request& request;
-        Identity identity;
-        std::string member; // last segment of the path, where the route leaves it open
-        model::Query query; // of a GET
-    };
-    using Handle = void (Service::*)(const Call&, const Respond&);
-    static std::vector<Route<Handle>> makeRoutes();
+    using Match = Router<Handle>::Match;
 
-    // service.cpp
-    void dispatch(const Request& request, const Respond& respond);
-    void authorize(const Request& request, const Router<Handle>::Match& match,
+    Routes allRoutes();
+    void dispatch(const Request& request, std::string_view address, const Respond& respond);
+    void authorise(const Request& request, std::string_view address, const Match& match,
                    const Respond& respond);
-    void run(const Request& request, const Router<Handle>::Match& match, const Identity& identity,
-             const Respond& respond);
-    static void complete(const Request& request, Response& response);
+    void call(const Request& request, std::string_view address, const Match& match,
+              const Identity& identity, const Respond& respond) const;
+    void complete(const Request& request, std::string_view address, Response& response) const;
+    std::optional<model::Json> lookUp(const Identity& identity, const std::string& address) const;
 
-    // documents.cpp
-    void getFixed(const Call& call, const Respond& respond);
-    void getManager(const Call& call, const Respond& respond);
-    void getFile(const Call& call, const Respond& respond);
-    void answerDocument(const Call& call, const model::Json& document,
-                        const Respond& respond) const;
-    std::optional<model::Json> lookUp(const Call& call, const std::string& address) const;
-    model::ServiceFacts facts() const;
-
-    // webgui_handlers.cpp
-    void getWebGui(const Call& call, const Respond& respond);
-    void patchWebGui(const Call& call, const Respond& respond);
-    void turnOffLcd(const Call& call, const Respond& respond);
-    void guiReady(const Call& call, const Respond& respond);
-    void act(const Call& call, const char* action, const Respond& respond);
-
-    // session_handlers.cpp
-    void patchSessionService(const Call& call, const Respond& respond);
-    void getSessions(const Call& call, const Respond& respond);
-    void postSession(const Call& call, const Respond& respond);
-    void getSession(const Call& call, const Respond& respond);
-    void deleteSession(const Call& call, const Respond& respond);
-    std::optional<model::Json> sessionDocument(const Call& call, const std::string& id) const;
-    model::Json sessionsDocument(const Call& call) const;
-    void signIn(const Request& request, const Identity& identity, const Respond& respond);
-
-    // account_handlers.cpp
-    void getAccounts(const Call& call, const Respond& respond);
-    void postAccount(const Call& call, const Respond& respond);
-    void getAccount(const Call& call, const Respond& respond);
-    void patchAccount(const Call& call, const Respond& respond);
-    void deleteAccount(const Call& call, const Respond& respond);
-    std::optional<model::Json> accountDocument(const Call& call, const std::string& name) const;
-    model::Json accountsDocument(const Call& call) const;
-    model::Problems problemsOfChange(const Call& call, const Account& account,
-                                     const model::AccountChange& change) const;
-    void applyChange(const std::string& name, const model::AccountChange& change,
-                     const std::string& hash, const Call& call, const Respond& respond);
-    void withHash(const std::string& password, std::function<void(const std::string&)> done,
-                  const Respond& respond);
-
-    // event_handlers.cpp
-    void openStream(const Call& call, const Respond& respond);
-
-    ServiceParts parts_;
-    ServiceOptions options_;
+    Authenticator& authenticator_;
+    Facts facts_;
+    WebGuiHandlers webGui_;
+    SessionHandlers sessions_;
+    AccountHandlers accounts_;
+    EventHandlers events_;
+    DocumentHandlers documents_;
     Router<Handle> router_;
     StaticFiles files_;
-    bool isProviderThere_ = true; // as far as the last read told
 };
-
-// Whether the identity may see or change what is another user's.
-bool mayManageUsers(const Identity& identity);
 
 } // namespace redfish

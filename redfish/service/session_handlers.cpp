@@ -1,10 +1,11 @@
-// Sessions: signing in, looking who is there, signing out.
+#include "redfish/service/session_handlers.h"
+
 #include "redfish/model/accounts.h"
 #include "redfish/model/addresses.h"
 #include "redfish/service/responses.h"
-#include "redfish/service/service.h"
 
 #include <array>
+#include <chrono>
 #include <ctime>
 
 namespace redfish {
@@ -29,32 +30,51 @@ bool maySee(const Identity& identity, const Session& session) {
 
 } // namespace
 
-void Service::patchSessionService(const Call& call, const Respond& respond) {
-    const auto change = model::checkSessionServicePatch(call.request.body);
-    if (!change.isGood()) {
-        respond(errorResponse(change.problems));
-        return;
-    }
-    parts_.sessions.setIdleLimit(change.value);
-    answerDocument(call, model::sessionService(facts()), respond);
+SessionHandlers::SessionHandlers(Sessions& sessions, const Accounts& accounts,
+                                 Authenticator& authenticator, const Facts& facts)
+    : sessions_(sessions), accounts_(accounts), authenticator_(authenticator), facts_(facts) {}
+
+Routes SessionHandlers::routes() {
+    using H = SessionHandlers;
+    const std::string all(model::kSessions);
+    // clang-format off
+    return {
+        {std::string(model::kSessionService), Method::patch,  Privilege::configureManager, handleBy(this, &H::patchService)},
+        {all,                                 Method::get,    Privilege::login,            handleBy(this, &H::get)},
+        {all,                                 Method::post,   Privilege::none,             handleBy(this, &H::post)},
+        {all + "/*",                          Method::get,    Privilege::login,            handleBy(this, &H::get)},
+        {all + "/*",                          Method::remove, Privilege::configureSelf,    handleBy(this, &H::remove)},
+    };
+    // clang-format on
 }
 
-model::Json Service::sessionsDocument(const Call& call) const {
+std::optional<model::Json> SessionHandlers::document(const Identity& identity,
+                                                     std::string_view address) const {
+    if (address == model::kSessions) {
+        return collection(identity);
+    }
+    const std::string prefix = model::memberOf(model::kSessions, "");
+    return address.starts_with(prefix) ? member(identity, address.substr(prefix.size()))
+                                       : std::nullopt;
+}
+
+model::Json SessionHandlers::collection(const Identity& identity) const {
     std::vector<std::string> ids;
-    for (const Session* const session : parts_.sessions.all(Clock::now())) {
-        if (maySee(call.identity, *session)) {
+    for (const Session* const session : sessions_.all(Clock::now())) {
+        if (maySee(identity, *session)) {
             ids.push_back(session->id);
         }
     }
     return model::sessions(ids);
 }
 
-std::optional<model::Json> Service::sessionDocument(const Call& call, const std::string& id) const {
-    const Session* const session = parts_.sessions.find(id, Clock::now());
-    if (session == nullptr || !maySee(call.identity, *session)) {
+std::optional<model::Json> SessionHandlers::member(const Identity& identity,
+                                                   std::string_view id) const {
+    const Session* const session = sessions_.find(id, Clock::now());
+    if (session == nullptr || !maySee(identity, *session)) {
         return std::nullopt;
     }
-    const Account* const account = parts_.accounts.find(session->user);
+    const Account* const account = accounts_.find(session->user);
     return model::session(
         {.id = session->id,
          .userName = session->user,
@@ -63,63 +83,58 @@ std::optional<model::Json> Service::sessionDocument(const Call& call, const std:
          .created = session->created});
 }
 
-void Service::getSessions(const Call& call, const Respond& respond) {
-    answerDocument(call, sessionsDocument(call), respond);
-}
-
-void Service::getSession(const Call& call, const Respond& respond) {
-    const std::optional<model::Json> document = sessionDocument(call, call.member);
-    if (!document) {
-        respond(errorResponse(Message::resourceNotFound, {"Session", call.member}));
+void SessionHandlers::patchService(const Call& call, const Respond& respond) {
+    const auto change = model::checkSessionServicePatch(call.request.body);
+    if (!change.isGood()) {
+        respond(errorResponse(change.problems));
         return;
     }
-    answerDocument(call, *document, respond);
+    sessions_.setIdleLimit(change.value);
+    respond(documentResponse(call, model::sessionService(facts_.now())));
 }
 
-void Service::postSession(const Call& call, const Respond& respond) {
+void SessionHandlers::get(const Call& call, const Respond& respond) {
+    const std::optional<model::Json> found = document(call.identity, call.address);
+    respond(found ? documentResponse(call, *found) : notFoundResponse("Session", call.member));
+}
+
+void SessionHandlers::post(const Call& call, const Respond& respond) {
     const auto credentials = model::checkNewSession(call.request.body);
     if (!credentials.isGood()) {
         respond(errorResponse(credentials.problems));
         return;
     }
-    parts_.authenticator.checkPassword(
+    authenticator_.checkPassword(
         credentials.value.userName, credentials.value.password,
-        [this, &request = call.request, respond](const Identity& identity) {
-            signIn(request, identity, respond);
-        });
+        [this, call, respond](const Identity& identity) { respond(signIn(call, identity)); });
 }
 
-void Service::signIn(const Request& request, const Identity& identity, const Respond& respond) {
+Response SessionHandlers::signIn(const Call& call, const Identity& identity) {
     if (identity.result == Identification::busy) {
-        respond(errorResponse(Message::providerUnavailable,
-                              {std::to_string(model::kRetryAfterSeconds)}));
-        return;
+        return busyResponse();
     }
     if (identity.result != Identification::signedIn) {
-        respond(errorResponse(Message::resourceAtUriUnauthorized,
-                              {std::string(model::kSessions), "the credentials are not accepted"}));
-        return;
+        return errorResponse(Message::resourceAtUriUnauthorized,
+                             {std::string(model::kSessions), "the credentials are not accepted"});
     }
     const auto made =
-        parts_.sessions.make(identity.user, std::string(request.peer), timeText(), Clock::now());
+        sessions_.make(identity.user, std::string(call.request.peer), timeText(), Clock::now());
     if (!made) {
-        respond(errorResponse(Message::sessionLimitExceeded));
-        return;
+        return errorResponse(Message::sessionLimitExceeded);
     }
-    const Call call{.request = request, .identity = identity, .member = made->id, .query = {}};
-    Response response = jsonResponse(sessionDocument(call, made->id).value(), 201);
+    Response response = jsonResponse(member(identity, made->id).value(), 201);
     response.headers.emplace_back("Location", model::memberOf(model::kSessions, made->id));
     response.headers.emplace_back("X-Auth-Token", made->token);
-    respond(std::move(response));
+    return response;
 }
 
-void Service::deleteSession(const Call& call, const Respond& respond) {
-    const Session* const session = parts_.sessions.find(call.member, Clock::now());
+void SessionHandlers::remove(const Call& call, const Respond& respond) {
+    const Session* const session = sessions_.find(call.member, Clock::now());
     if (session == nullptr || !maySee(call.identity, *session)) {
-        respond(errorResponse(Message::resourceNotFound, {"Session", call.member}));
+        respond(notFoundResponse("Session", call.member));
         return;
     }
-    parts_.sessions.end(call.member);
+    sessions_.end(call.member);
     respond({.status = 204, .headers = {}, .contentType = {}, .body = nullptr, .feed = nullptr});
 }
 

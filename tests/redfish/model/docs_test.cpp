@@ -43,9 +43,10 @@ TEST(RedfishPage, HasEveryMessageWithItsStatusAndText) {
 
 TEST(RedfishPage, HasEveryAddress) {
     const std::string text = page();
-    std::set<std::string> addresses{std::string(kMetadata), std::string(kEventStream),
-                                    std::string(kSessions), std::string(kAccounts),
-                                    std::string(kWebGui)};
+    std::set<std::string> addresses{std::string(kMetadata),     std::string(kEventStream),
+                                    std::string(kSessions),     std::string(kAccounts),
+                                    std::string(kWebGui),       std::string(kMessageRegistry),
+                                    std::string(kWebGuiSchema), std::string(kManagerSchema)};
     for (const std::string& address : fixedAddresses()) {
         addresses.insert(address);
     }

@@ -1,6 +1,8 @@
 #include "tests/redfish/model/sample_documents.h"
 
 #include "redfish/model/addresses.h"
+#include "redfish/model/messages.h"
+#include "redfish/model/schemas.h"
 
 using namespace redfish::model;
 
@@ -42,6 +44,9 @@ std::map<std::string, Json> sampleDocuments() {
     for (const std::string& address : fixedAddresses()) {
         documents[address] = *fixedDocument(address, sampleFacts());
     }
+    documents[std::string(kMessageRegistry)] = messageRegistry();
+    documents[std::string(kWebGuiSchema)] = Json::parse(kWebGuiJsonSchema);
+    documents[std::string(kManagerSchema)] = Json::parse(kManagerJsonSchema);
     documents[std::string(kSessions)] = sessions({"1"});
     documents[memberOf(kSessions, "1")] =
         session({"1", "admin", "Administrator", "192.0.2.1", "2026-01-31T12:00:00Z"});

@@ -1,6 +1,7 @@
 #include "redfish/service/router.h"
 
 #include <gtest/gtest.h>
+#include <stdexcept>
 
 namespace {
 
@@ -41,6 +42,21 @@ TEST(ARouter, KnowsAPathWithoutThatMethod) {
     EXPECT_EQ(kRouter.allow("/a"), "GET, HEAD, PATCH");
     EXPECT_EQ(kRouter.allow("/a/b"), "GET, HEAD, DELETE");
     EXPECT_EQ(kRouter.allow("/none"), "");
+}
+
+TEST(ARouter, RefusesARouteThatAnEarlierOneHides) {
+    using Routes = std::vector<redfish::Route<int>>;
+    const auto at = [](const std::string& path, Method method) {
+        return redfish::Route<int>{
+            .path = path, .method = method, .privilege = Privilege::login, .handle = 1};
+    };
+    for (const Routes& hidden : {Routes{at("/a", Method::get), at("/a", Method::get)},
+                                 Routes{at("/a/*", Method::get), at("/a/b", Method::get)},
+                                 Routes{at("/a/*", Method::get), at("/a/*", Method::get)}}) {
+        EXPECT_THROW(redfish::Router<int>{hidden}, std::logic_error) << hidden.back().path;
+    }
+    EXPECT_NO_THROW(redfish::Router<int>({at("/a/b", Method::get), at("/a/*", Method::get)}));
+    EXPECT_NO_THROW(redfish::Router<int>({at("/a", Method::get), at("/a", Method::patch)}));
 }
 
 TEST(Privileges, AreThoseOfTheRoles) {

@@ -1,0 +1,47 @@
+// The handlers of the WebGUI resource: reading it, changing settings, running its actions. Thread
+// of the loop only.
+#pragma once
+
+#include "redfish/gateway/gateway.h"
+#include "redfish/service/call.h"
+#include "redfish/service/facts.h"
+
+#include <functional>
+#include <string>
+
+namespace redfish {
+
+// How the handlers reach the resource: the calls of Gateway that they need, with its contracts.
+struct WebGuiAccess {
+    std::function<void(Gateway::Read)> read;
+    std::function<void(client::SettingValues, std::string user, std::string ifMatch,
+                       Gateway::Changed)>
+        change;
+    std::function<void(std::string action, Gateway::Done)> act;
+};
+
+// Borrows the gateway, which must outlive the result.
+WebGuiAccess accessTo(Gateway& gateway);
+
+class WebGuiHandlers {
+public:
+    // Borrows `facts`, to which each read reports whether the provider is there.
+    WebGuiHandlers(WebGuiAccess access, Facts& facts);
+    WebGuiHandlers(const WebGuiHandlers&) = delete;
+    WebGuiHandlers& operator=(const WebGuiHandlers&) = delete;
+
+    // GET and PATCH of the resource, POST on its two actions. The routes borrow this object.
+    Routes routes();
+
+private:
+    void get(const Call& call, const Respond& respond);
+    void patch(const Call& call, const Respond& respond);
+    void turnOffLcd(const Call& call, const Respond& respond);
+    void guiReady(const Call& call, const Respond& respond);
+    void act(const Call& call, const char* action, const Respond& respond);
+
+    WebGuiAccess access_;
+    Facts& facts_;
+};
+
+} // namespace redfish
