@@ -310,6 +310,32 @@ TEST_F(Handlers, OfDisplayLogARefusedBrightnessAndStoreTheOtherValues) {
     expectAnswer("Success");
 }
 
+TEST_F(Handlers, OfDisplayStoreTenNewValuesBesideARefusedBrightness) {
+    start("dark");
+    EXPECT_EQ(updateDisplay({"9", "Off After 2 Minutes", "Disabled", "1 Minute", "Imperial",
+                             "DD.MM", "12", "false", "1 Hour", "light", "operator"}),
+              0);
+    EXPECT_EQ(output(), "[setScreenBrightness]: Incorrect screen brightness(9).\n");
+    EXPECT_EQ(errors(), "");
+    EXPECT_THAT(doubles::calls(),
+                ElementsAreArray(joined(
+                    {alertCheckThen({"LCDBlankTimeOutSet(120)"}),
+                     {"CoolSetTempScale(0, 0, \"operator\", 0)", kCountThemes,
+                      "sqlite3_exec(\"UPDATE Misc SET Data = 'light' WHERE Key = 'Theme'\")",
+                      updateCall({{"BacklightOff", "Off After 2 Minutes"}, // Brightness stays 5
+                                  {"Screensaver", "Disabled"},
+                                  {"Timer", "1 Minute"},
+                                  {"Measurement", "Imperial"},
+                                  {"DateFormat", "DD.MM"},
+                                  {"TimeFormat", "12"},
+                                  {"RoomAverage", "false"},
+                                  {"HiLoPeriod", "1 Hour"}}),
+                      kPause}})));
+    EXPECT_EQ(agent().getScreenBrightness(), 5);
+    EXPECT_EQ(agent().getTheme(), "light");
+    expectAnswer("Success");
+}
+
 TEST_F(Handlers, OfDisplayTakeTheNumberInFrontOfTheBrightness) {
     start();
     EXPECT_EQ(updateDisplay(displayValues(0, " 6 of 7")), 0);

@@ -96,14 +96,19 @@ TEST_F(SetTheme, RefusesAnyOtherValue) {
     EXPECT_EQ(themeInMemory(), "dark");
 }
 
-TEST_F(SetTheme, NeedsSchemaLevelTwo) {
-    startWithSchemaLevel(1);
-    start();
-    agent().setTheme("light");
-    EXPECT_EQ(output(), "[setTheme]: Database is not support Theme\n");
-    EXPECT_THAT(doubles::calls(), IsEmpty());
-    EXPECT_EQ(agent().getTheme(), ""); // not even in memory
-    EXPECT_EQ(doubles::runSql(kStoredThemes), "dark");
+TEST_F(SetTheme, KeepsAValidValueNowhereBelowSchemaLevelTwo) {
+    for (const int level : {0, 1}) {
+        doubles::reset();
+        startWithSchemaLevel(level);
+        start();
+        agent().setTheme("light");
+        EXPECT_EQ(output(), "[setTheme]: Database is not support Theme\n") << level;
+        EXPECT_EQ(errors(), "");
+        EXPECT_THAT(doubles::calls(), IsEmpty());
+        EXPECT_EQ(agent().getTheme(), ""); // not even in memory
+        EXPECT_EQ(doubles::runSql(kStoredThemes), "dark");
+        output();
+    }
 }
 
 TEST_F(SetTheme, AsksForTheSchemaLevelBeforeAnythingElse) {
@@ -268,12 +273,15 @@ TEST_F(GetTheme, GivesTheDefaultEvenWhenItCannotBeStored) {
 }
 
 TEST_F(GetTheme, NeedsSchemaLevelTwo) {
-    startWithSchemaLevel(1);
-    start();
-    EXPECT_EQ(agent().getTheme(), "");
-    EXPECT_EQ(output(), "[getTheme]: Database is not support Theme\n");
-    EXPECT_EQ(errors(), "");
-    EXPECT_THAT(doubles::calls(), IsEmpty());
+    for (const int level : {0, 1}) {
+        doubles::reset();
+        startWithSchemaLevel(level);
+        start("light");
+        EXPECT_EQ(agent().getTheme(), "") << level;
+        EXPECT_EQ(output(), "[getTheme]: Database is not support Theme\n");
+        EXPECT_EQ(errors(), "");
+        EXPECT_THAT(doubles::calls(), IsEmpty());
+    }
 }
 
 TEST_F(GetTheme, NeedsAReadyDatabase) {

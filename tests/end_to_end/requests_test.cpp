@@ -57,6 +57,25 @@ TEST_F(Requests, AnUnknownMessageIdIsAnsweredWithTheId) {
     }
 }
 
+TEST_F(Requests, ForgeNoLogLineWithControlCharacters) {
+    const std::string forged = "0\n[main]: All is well.\x1b[2J";
+    const std::string shown = "0\\x0a[main]: All is well.\\x1b[2J";
+    EXPECT_EQ(ask(forged, kWebGui), (Answer{"ActionNotSupported", {forged}}));
+    EXPECT_EQ(ask("00000", requestObject({{"Action", forged}})),
+              (Answer{"ActionNotSupported", {forged}}));
+    EXPECT_EQ(ask("00003", displayRequest({{"Theme", forged}})).messageId, "Success");
+    EXPECT_EQ(ask("00002", forged), (Answer{"InvalidObject", {forged}}));
+    for (const std::string& line :
+         {"[OrvaneWebGUI_OVRHookFunction]: The msgId is invalid: " + shown + ".\n",
+          "[actionObject]: Unsupported action: " + shown + ".\n",
+          "[setTheme]: Invalided Theme value (" + shown + ") \n",
+          "[getInputData]: Failed to call osselHashGetAll( " + shown + " ). uiCount is 0.\n"}) {
+        EXPECT_NE(output().find(line), std::string::npos) << line << output();
+    }
+    EXPECT_EQ(output().find("\n[main]"), std::string::npos);
+    EXPECT_EQ((output() + errors()).find('\x1b'), std::string::npos);
+}
+
 TEST_F(Requests, AnUpdateOfAnUnknownTargetIsAnsweredWithTheKeyOfTheRequest) {
     const std::string request = requestObject({{"Language", "Deutsch"}}, "no-such-target");
     EXPECT_EQ(ask("00002", request), (Answer{"InvalidObject", {request}}));

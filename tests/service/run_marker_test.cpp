@@ -1,6 +1,7 @@
 // The run marker: attempts, pauses, and what is left of an old one: service/run_marker.cpp.
 #include "service/run_marker.h"
 #include "tests/doubles/platform_test.h"
+#include "tests/support/mount_namespace.h"
 #include "tests/support/temporary_folder.h"
 
 #include <filesystem>
@@ -43,6 +44,22 @@ TEST_F(RunMarker, IsGivenUpSilentlyAfterSixFailuresAndSixSleeps) {
     EXPECT_THAT(doubles::calls(), ElementsAre(kOpen, kSleep, kOpen, kSleep, kOpen, kSleep, kOpen,
                                               kSleep, kOpen, kSleep, kOpen, kSleep));
     EXPECT_EQ(output() + errors(), "");
+}
+
+// The real path, below a "/tmp" of the test's own.
+TEST_F(RunMarker, IsGivenUpWhenItsFolderIsMissingWhichStaysSo) {
+    EXPECT_PASSED(test::inMountNamespace([] {
+        test::mountTmpfs("/tmp", "size=1m");
+        doubles::files().markerPath = doubles::kRunMarkerFile;
+        createRunMarker();
+        EXPECT_THAT(doubles::calls(), ElementsAre(kOpen, kSleep, kOpen, kSleep, kOpen, kSleep,
+                                                  kOpen, kSleep, kOpen, kSleep, kOpen, kSleep));
+        EXPECT_FALSE(std::filesystem::exists("/tmp/run"));
+        std::filesystem::create_directory("/tmp/run");
+        createRunMarker();
+        EXPECT_THAT(doubles::calls(), ElementsAre(kOpen));
+        EXPECT_TRUE(std::filesystem::exists(doubles::kRunMarkerFile));
+    }));
 }
 
 TEST_F(RunMarker, IsEmptiedWhenItIsThereAlready) {

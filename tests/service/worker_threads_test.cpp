@@ -262,6 +262,23 @@ TEST_F(WorkersAtOnce, AReadOfAnotherUnitsModeIsServedAtOnceToo) {
     action.join();
 }
 
+TEST_F(WorkersAtOnce, TwoUpdatesNeverOverlap) {
+    post(fnUpdate, "00002", "Request:language", "Reply:1");
+    post(fnUpdate, "00004", "Request:boot", "Reply:2");
+    std::thread update([] { doubles::runWorker(OrvaneWebGUI_UpdateObject); });
+    reached_.get_future().wait();
+    Calls calls = doubles::calls();
+    EXPECT_EQ(std::ranges::count(calls, take("fnUpdate")), 1);
+    EXPECT_EQ(std::ranges::count(calls, "usleep(200000)"), 1); // the first is inside its pause
+    EXPECT_THAT(answersSent(calls), IsEmpty());
+    released_.set_value();
+    update.join();
+    calls = doubles::calls();
+    const auto secondTake = std::ranges::find(calls, take("fnUpdate"));
+    EXPECT_THAT(answersSent(Calls(calls.begin(), secondTake)), ElementsAre("Reply:1: Success"));
+    EXPECT_THAT(answersSent(Calls(secondTake, calls.end())), ElementsAre("Reply:2: Success"));
+}
+
 TEST_F(WorkersAtOnce, UseAConnectionEach) {
     released_.set_value();
     for (int i = 0; i < 20; ++i) {
