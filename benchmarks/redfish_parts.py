@@ -7,7 +7,7 @@ import time
 
 from parts import CLIENTS, load, median, memory, processor_nanoseconds
 from stack import DAEMON_CHANNEL, Failure, Stack
-from web_servers import WEBGUI, Streams, front, nginx, wrk
+from web_servers import WEBGUI, Streams, front, nginx, state_of, wrk
 
 STREAMS = 500
 EVENTS = "Events:Zolan Event"
@@ -48,7 +48,7 @@ def redfish(rounds, scale):
     with Stack("others") as stack, stack.daemon(1), \
             front(stack, "front", True) as clear, front(stack, "front-tls", False) as encrypted:
         headers, content = clear.ask("GET", WEBGUI)
-        with nginx(stack, headers, content, stack.folder / "front-tls.state") as limits:
+        with nginx(stack, headers, content, state_of(stack, "front-tls")) as limits:
             servers = {"nginx": limits[0], "front": clear,
                        "nginx-tls": limits[1], "front-tls": encrypted}
             return [get_round(stack, servers, scale.web_seconds) for _ in range(rounds)]

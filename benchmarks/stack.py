@@ -1,19 +1,20 @@
 """What a benchmark runs against: one private redis on a unix socket in a temporary folder, the
 cooling unit, the daemon in a private view of its fixed paths, and the subjects it is compared with.
+How redis, unit, daemon and Redfish service are started is described in script/lib/stack.conf.
 
 Everything is started on the chosen processors and stopped on every exit, the last started first.
-What is measured is left to parts.py.
 """
 
 import contextlib
 import os
 import pathlib
-import re
 import shutil
 import signal
 import subprocess
 import tempfile
 import time
+
+from stack_part import StackPart
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 # The tests of the benchmarks name the build that they belong to.
@@ -125,19 +126,19 @@ class Stack:
         self._exits = contextlib.ExitStack()
         self.folder = None
         self.environment = None
+        self.unit_address = None
 
     def __enter__(self):
         with contextlib.ExitStack() as exits:
             self.folder = pathlib.Path(tempfile.mkdtemp(prefix="orvane-bench-"))
             exits.callback(shutil.rmtree, self.folder)
             exits.enter_context(pinned(self._which))
-            self.environment = dict(os.environ, OSSEL_REDIS=f"unix:{self.socket}",
-                                    LCD_BACKLIGHT=str(self.folder / "no-backlight"),
-                                    DISPLAY=":4095", COOLING_UNIT="127.0.0.1:1")
+            self.environment = dict(os.environ, **self.part("absent").environment())
             self.environment.pop("ManagingMode", None)
             self._exits = exits
-            self._start_redis()
-            self._start_unit()
+            self.environment.update(self._start("redis").environment())
+            # Only the daemon of one mode asks it, so it is in nobody's environment yet.
+            self.unit_address = self._start("cooling-unit").address
             run([BUILT / "orvanectl", "provision"], env=self.environment)
             self._exits = exits.pop_all()
         return self
@@ -152,26 +153,15 @@ class Stack:
     def redis(self, *words):
         return run(["redis-cli", "-s", self.socket, *words]).strip()
 
-    def _start_redis(self):
-        redis = self._exits.enter_context(self.running("redis", [
-            "redis-server", "--port", "0", "--unixsocket", self.socket, "--unixsocketperm", "700",
-            "--dir", self.folder, "--save", "", "--appendonly", "no", "--daemonize", "no"]))
-        redis.wait_until(self._redis_answers, "its answer")
+    def part(self, name, **values):
+        return StackPart(name, **{"run": self.folder, "sockets": self.folder, "built": BUILT,
+                                  "listen": "127.0.0.1:0", **values})
 
-    def _redis_answers(self):
-        """Its socket is there a moment before it listens."""
-        try:
-            return self.redis("PING") == "PONG"
-        except Failure:
-            return False
-
-    def _start_unit(self):
-        unit = self._exits.enter_context(self.running("cooling-unit", [
-            BUILT / "cooling-unit-sim", "--listen", "127.0.0.1:0",
-            "--state", self.folder / "unit.state"]))
-        pattern = re.compile(r"listens on ([0-9.]+:[0-9]+)")
-        unit.wait_until(lambda: pattern.search(unit.text()), "its address")
-        self.unit_address = pattern.search(unit.text()).group(1)
+    def _start(self, name):
+        """Redis or a device, for all that runs here."""
+        part = self.part(name)
+        self._exits.enter_context(self.running_part(part))
+        return part
 
     @contextlib.contextmanager
     def running(self, name, command, environment=None):
@@ -183,6 +173,16 @@ class Stack:
             process.stop()
         finally:
             process.kill()
+
+    @contextlib.contextmanager
+    def running_part(self, part, environment=None, more=(), name=None):
+        """A context: a process of script/lib/stack.conf, up."""
+        part.prepare()
+        with self.running(name or part.name, [*part.command(), *more], environment) as process:
+            for condition in part.conditions:
+                process.wait_until(lambda each=condition: part.holds(each, process.pid, process.text()),
+                                   condition)
+            yield process
 
     @property
     def view(self):
@@ -201,23 +201,8 @@ class Stack:
             environment["COOLING_UNIT"] = self.unit_address
         if not pauses:
             environment["LD_PRELOAD"] = str(PROGRAMS / "liborvane_bench_no_pauses.so")
-        marker = self.view / "tmp" / "run" / "Stidre.run"
-        marker.parent.mkdir(parents=True, exist_ok=True)
-        marker.unlink(missing_ok=True)
-        command = [ROOT / "script" / "private-view", "--bind", ROOT, "--bind", self.folder, self.view,
-                   "--", *wrapper, BUILT / "orvane-webgui"]
-        with self.running("daemon", command, environment) as process:
-            process.wait_until(marker.exists, "its run marker")
-            if "valgrind" not in wrapper:  # which has signals of its own
-                process.wait_until(lambda: self._can_be_stopped(process.pid), "its threads")
+        with self.running_part(self.part("daemon", wrapper=wrapper), environment) as process:
             yield process
-
-    @staticmethod
-    def _can_be_stopped(pid):
-        """The host blocks SIGTERM when it starts its threads, a moment after the marker."""
-        status = pathlib.Path(f"/proc/{pid}/status").read_text()
-        blocked = int(re.search(r"SigBlk:\s*([0-9a-f]+)", status).group(1), 16)
-        return blocked & (1 << (signal.SIGTERM - 1)) != 0
 
     @contextlib.contextmanager
     def bare(self, name, *options, wrapper=()):

@@ -8,13 +8,12 @@ import base64
 import contextlib
 import http.client
 import json
-import re
 import shutil
 import socket
 import ssl
 import time
 
-from stack import BUILT, ROOT, Failure, processors, run
+from stack import ROOT, Failure, processors, run
 
 HOST = "127.0.0.1"
 WEBGUI = "/redfish/v1/Managers/Controller/Oem/Orvane/WebGUI"
@@ -73,18 +72,20 @@ def sign_in(server, password):
     server.token = headers["X-Auth-Token"]
 
 
+def state_of(stack, name):
+    """The folder with a front's accounts, password and certificate."""
+    return stack.folder / name / "redfish"
+
+
 @contextlib.contextmanager
 def front(stack, name, is_clear, wrapper=()):
     """orvane-redfish with its limits out of the way, and a session."""
-    state = stack.folder / f"{name}.state"
-    command = [*wrapper, BUILT / "orvane-redfish", "--listen", HOST, "--port", "0", "--state", state,
-               "--request-rate", "0", "--max-connections-per-address", "1000",
-               *(("--clear-text",) if is_clear else ())]
-    with stack.running(name, pinned_command(*command)) as process:
-        pattern = re.compile(r"serving https?://[0-9.]+:([0-9]+)/")
-        process.wait_until(lambda: pattern.search(process.text()), "its address")
-        server = WebServer(process, int(pattern.search(process.text()).group(1)), is_clear)
-        sign_in(server, (state / "first-password").read_text().strip())
+    part = stack.part("redfish", run=stack.folder / name, wrapper=pinned_command(*wrapper))
+    more = ["--request-rate", "0", "--max-connections-per-address", "1000",
+            *(("--clear-text",) if is_clear else ())]
+    with stack.running_part(part, more=more, name=name) as process:
+        server = WebServer(process, int(part.address.rpartition(":")[2]), is_clear)
+        sign_in(server, (state_of(stack, name) / "first-password").read_text().strip())
         server.ask("GET", WEBGUI)
         yield server
 

@@ -1,61 +1,85 @@
 # The parts around the daemon and the daemon itself, as script/run starts them under $RUN from
-# the programs in $BUILT. How a program is started and stopped is said in processes.sh.
+# the programs in $BUILT. The command and the readiness of each are described in stack.conf; starting and
+# stopping any program is in processes.sh.
 # shellcheck shell=bash
 
-SOCKETS=      # folder of the redis socket
-TEMPORARY=    # the same, where it is one of ours to remove
-DISPLAY_NAME= # of the virtual X server
-UNIT_ADDRESS= # host:port of the cooling unit
-REDFISH=      # address of the Redfish service
+TEMPORARY= # folder of the redis socket where it is one of ours to remove
 BACKLIGHT=$RUN/backlight
+# The values of stack.conf; "address" is that of the part that was started last.
+declare -A VALUE=([run]=$RUN [built]=$BUILT [script]=$ORVANE_ROOT/script [listen]=127.0.0.1:0)
+# A private view makes its command forget whose death it was to follow.
+readonly WRAPPER=(setpriv --pdeathsig TERM --)
 
 # A unix socket's path has at most 107 characters; a checkout may lie deeper than that.
 choose_sockets() {
-    SOCKETS=$RUN/redis
-    mkdir -p "$SOCKETS"
-    if ((${#SOCKETS} > 90)); then
+    VALUE[sockets]=$RUN/redis
+    if ((${#VALUE[sockets]} > 90)); then
         TEMPORARY=$(mktemp -d "${XDG_RUNTIME_DIR:-/tmp}/orvane-run-XXXXXX")
-        SOCKETS=$TEMPORARY
+        VALUE[sockets]=$TEMPORARY
     fi
 }
 
-start_redis() {
-    local socket=$SOCKETS/redis.sock
-    rm -f "$socket"
-    start redis redis-server --port 0 --unixsocket "$socket" --unixsocketperm 700 \
-        --dir "$SOCKETS" --save '' --appendonly no --daemonize no
-    wait_for redis 20 "an answer on $socket" redis_answers
-    export OSSEL_REDIS=unix:$socket
+# described NAME KIND: what script/lib/stack.conf says of a process, a line for each.
+described() {
+    local name kind rest
+    while read -r name kind rest; do
+        if [[ $name == "$1" && $kind == "$2" ]]; then
+            printf '%s\n' "$rest"
+        fi
+    done <"$ORVANE_ROOT/script/lib/stack.conf"
 }
 
-redis_answers() {
-    [[ $(redis-cli -s "$SOCKETS/redis.sock" PING) == PONG ]]
+# filled_in TEXT: with the values in place of their names.
+filled_in() {
+    local text=$1 name
+    for name in "${!VALUE[@]}"; do
+        text=${text//"{$name}"/"${VALUE[$name]}"}
+    done
+    printf '%s\n' "$text"
 }
 
-# Its lock and its socket lie in a view of its own, so that the machine's X servers are left
-# alone; clients find it by its abstract socket. Without -noreset it would forget the screen
-# saver's settings whenever its last client leaves.
-start_x_server() {
-    local number=$RUN/x-server/display
-    rm -rf "$RUN/x-server"
-    mkdir -p "$RUN/x-server"
-    start x-server "$ORVANE_ROOT/script/private-view" --bind "$RUN" "$RUN/x-server" -- \
-        setpriv --pdeathsig TERM -- Xvfb -displayfd 3 -screen 0 640x480x24 -noreset -nolisten tcp 3>"$number"
-    wait_for x-server 20 "a display number" test -s "$number"
-    DISPLAY_NAME=:$(<"$number")
-    export DISPLAY=$DISPLAY_NAME
-    wait_for x-server 20 "an answer on display $DISPLAY" xset q
+# holds NAME CONDITION: one of the conditions under which the process is up.
+holds() {
+    local what=${2#* } blocked
+    case $2 in
+    "log "*)
+        [[ $(grep -m 1 -E -e "$what" "$LOGS/$1.log") =~ $what ]] || return 1
+        VALUE[address]=${BASH_REMATCH[1]-}
+        ;;
+    "file "*) [[ -e $(filled_in "$what") ]] ;;
+    "blocks "*)
+        blocked=$(sed -n 's/^SigBlk:[[:blank:]]*//p' "/proc/${PROCESS[$1]}/status")
+        ((0x$blocked & 1 << (what - 1)))
+        ;;
+    *) die "script/lib/stack.conf: no condition is called ${2%% *}" ;;
+    esac
 }
 
-# A port that is free, so that several checkouts stay apart; `cooling-unit-sim tell` changes
-# its behaviour through the control socket.
-start_cooling_unit() {
-    local log=$LOGS/cooling-unit.log state=$RUN/cooling-unit.state
-    start cooling-unit "$BUILT/cooling-unit-sim" --listen 127.0.0.1:0 --state "$state" \
-        --control "$SOCKETS/cooling-unit.sock"
-    wait_for cooling-unit 20 "its address" grep -qE 'listens on [0-9.]+:[0-9]+' "$log"
-    UNIT_ADDRESS=$(sed -n 's/.*listens on \([0-9.]*:[0-9]*\).*/\1/p' "$log" | head -n 1)
-    export COOLING_UNIT=$UNIT_ADDRESS
+# start_part NAME [WORD]...: a process of script/lib/stack.conf, with these words behind its command. Up
+# when this returns; what it gives its users is exported.
+start_part() {
+    local name=$1 path word condition assignment words=()
+    shift
+    while IFS= read -r path; do
+        rm -rf "$(filled_in "$path")"
+    done < <(described "$name" remove)
+    while IFS= read -r path; do
+        mkdir -p "$(filled_in "$path")"
+    done < <(described "$name" folder)
+    for word in $(described "$name" command); do
+        case $word in
+        "''") words+=("") ;;
+        "{wrapper}") words+=("${WRAPPER[@]}") ;;
+        *) words+=("$(filled_in "$word")") ;;
+        esac
+    done
+    start "$name" "${words[@]}" "$@"
+    while IFS= read -r condition; do
+        wait_for "$name" 30 "$(filled_in "$condition")" holds "$name" "$condition"
+    done < <(described "$name" ready)
+    while IFS= read -r assignment; do
+        export "$(filled_in "$assignment")"
+    done < <(described "$name" gives)
 }
 
 # Laid out like a directory of the kernel's backlight class.
@@ -66,35 +90,26 @@ make_backlight() {
     export LCD_BACKLIGHT=$BACKLIGHT
 }
 
-# The daemon gives up its pauses for "/tmp/run" only where that folder is there already; its
-# marker of an earlier run would be mistaken for this one's.
 start_daemon() {
-    local view=$RUN/view
-    rm -rf "$view/tmp"
-    mkdir -p "$view/tmp/run"
-    start daemon "$ORVANE_ROOT/script/private-view" --bind "$ORVANE_ROOT" --bind "$SOCKETS" "$view" -- \
-        setpriv --pdeathsig TERM -- "$BUILT/orvane-webgui"
-    wait_for daemon 30 "the run marker (/tmp/run/Stidre.run in its view)" test -e "$view/tmp/run/Stidre.run"
+    start_part daemon
 }
 
 # Its accounts and its certificate survive from run to run; the web page is served where it has
 # been built.
 start_redfish() {
-    local log=$LOGS/redfish.log web=()
+    local web=()
     if [[ -d $ORVANE_ROOT/web/dist ]]; then
         web=(--web "$ORVANE_ROOT/web/dist")
     fi
-    start redfish "$BUILT/orvane-redfish" --listen 127.0.0.1 --port 0 --state "$RUN/redfish" "${web[@]}"
-    wait_for redfish 20 "its address" grep -q 'serving https://' "$log"
-    REDFISH=$(sed -n 's|.*serving \(https://[^/]*\)/.*|\1|p' "$log")
+    start_part redfish "${web[@]}"
 }
 
 start_stack() {
     say "starting redis, X server, cooling unit, backlight, the daemon and the Redfish service"
     choose_sockets
-    start_redis
-    start_x_server
-    start_cooling_unit
+    start_part redis
+    start_part x-server
+    start_part cooling-unit --control "${VALUE[sockets]}/cooling-unit.sock"
     make_backlight
     "$BUILT/orvanectl" provision >"$LOGS/provision.log" 2>&1 ||
         fail_with_log "$LOGS/provision.log" "orvanectl provision failed"
@@ -116,7 +131,7 @@ stop_stack() {
 print_places() {
     local page="not built; script/web builds it"
     if [[ -d $ORVANE_ROOT/web/dist ]]; then
-        page=$REDFISH/
+        page=$ORVANE_REDFISH/
     fi
     cat <<PLACES
 
@@ -124,9 +139,9 @@ print_places() {
   settings       $RUN/view/var-database/webgui.db
   daemon's /tmp  $RUN/view/tmp
   backlight      $BACKLIGHT
-  display        $DISPLAY_NAME
-  cooling unit   $UNIT_ADDRESS
-  Redfish        $REDFISH/redfish/v1/ (user admin, first password in $RUN/redfish/first-password)
+  display        $DISPLAY
+  cooling unit   $COOLING_UNIT
+  Redfish        $ORVANE_REDFISH/redfish/v1/ (user admin, first password in $RUN/redfish/first-password)
   web page       $page
   logs           $LOGS
 

@@ -22,11 +22,11 @@ show() {
 
 panel() {
     show "cat build/run/backlight/brightness"
-    show "xset -display $DISPLAY_NAME q | grep timeout:"
+    show "xset -display $DISPLAY q | grep timeout:"
 }
 
 unit() {
-    show "mbpoll -q -1 -m tcp -p ${UNIT_ADDRESS##*:} -t 4 -a $UNIT_STATION -r $UNIT_REGISTER ${UNIT_ADDRESS%:*} | grep ']:'"
+    show "mbpoll -q -1 -m tcp -p ${COOLING_UNIT##*:} -t 4 -a $UNIT_STATION -r $UNIT_REGISTER ${COOLING_UNIT%:*} | grep ']:'"
 }
 
 # Values that differ from the present ones, so that every run of the tour changes something.
@@ -76,7 +76,7 @@ run_tour() {
 
 # As long as the first password is the one in force.
 tour_of_redfish() {
-    local webgui=$REDFISH/redfish/v1/Managers/Controller/Oem/Orvane/WebGUI
+    local webgui=$ORVANE_REDFISH/redfish/v1/Managers/Controller/Oem/Orvane/WebGUI
     local curl="curl -s -K build/run/redfish/curl.conf"
     [[ -r $RUN/redfish/first-password ]] || return 0
     write_curl_config

@@ -49,7 +49,7 @@ class WebServers(unittest.TestCase):
     def test_nginx_serves_the_bytes_and_the_headers_of_the_resource(self):
         headers, content = self.clear.ask("GET", web_servers.WEBGUI)
         with web_servers.nginx(self.stack, headers, content,
-                               self.stack.folder / "front-tls.state") as servers:
+                               web_servers.state_of(self.stack, "front-tls")) as servers:
             for server in servers:
                 its_headers, its_content = server.ask("GET", web_servers.WEBGUI)
                 self.assertEqual(its_content, content)

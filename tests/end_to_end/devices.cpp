@@ -1,8 +1,6 @@
 // See devices.h. The devices' own behaviour is tested with their libraries.
 #include "tests/end_to_end/devices.h"
 
-#include "tests/support/wait_until.h"
-
 #include <X11/Xlib.h>
 #include <X11/extensions/scrnsaver.h>
 #include <regex>
@@ -47,41 +45,29 @@ void EndToEndWithDevices::makeBacklight() {
     environment()["LCD_BACKLIGHT"] = directory;
 }
 
-// In a view of its own, so that neither its lock nor its socket lies in the machine's /tmp;
-// clients find it by its abstract socket. Without -noreset it would forget its screen saver's
-// settings whenever its last client leaves.
 void EndToEndWithDevices::startXServer() {
     if (display_.empty()) {
         display_ = ownDisplay();
-        environment()["DISPLAY"] = display_;
     }
-    const std::string ready = folder().file("display");
-    std::filesystem::remove(ready);
-    std::filesystem::remove_all(folder().path() / "x-view" / "tmp"); // what a killed one left
-    xServer_ = std::make_unique<ChildProcess>(
-        std::vector<std::string>{
-            ORVANE_PRIVATE_VIEW, "--bind", folder().path(), folder().file("x-view"), "--", "sh",
-            "-c",
-            "exec Xvfb \"$1\" -displayfd 3 -screen 0 320x240x24 -noreset -nolisten tcp 3>\"$0\"",
-            ready, display_},
-        std::map<std::string, std::string>{}, folder().file("x.log"), folder().file("x.log"));
-    ASSERT_TRUE(waitUntil([&] { return readFile(ready).find('\n') != std::string::npos; }))
-        << readFile(folder().file("x.log"));
+    StackPart part("x-server", deviceValues());
+    part.prepare();
+    xServer_ = part.launch({display_}, {}, folder().file("x.out"), folder().file("x.err"));
+    ASSERT_TRUE(part.waitUntilUp(*xServer_)) << readFile(folder().file("x.err"));
+    environment()["DISPLAY"] = display_;
 }
 
 void EndToEndWithDevices::startCoolingUnit() {
-    const std::string log = folder().file("unit.log");
-    std::filesystem::remove(log);
-    coolingUnit_ = std::make_unique<ChildProcess>(
-        std::vector<std::string>{ORVANE_COOLING_UNIT, "--listen",
-                                 "127.0.0.1:" + (port_.empty() ? "0" : port_), "--state",
-                                 folder().file("cooling-unit")},
-        std::map<std::string, std::string>{}, log, folder().file("unit.err"));
-    const std::regex address("127\\.0\\.0\\.1:([0-9]+)");
-    ASSERT_TRUE(waitUntil([&] { return std::regex_search(readFile(log), address); }))
-        << readFile(folder().file("unit.err"));
-    port_ = firstGroup(readFile(log), address);
-    environment()["COOLING_UNIT"] = "127.0.0.1:" + port_;
+    StackPart part("cooling-unit", deviceValues());
+    part.prepare();
+    coolingUnit_ = part.launch({}, {}, folder().file("unit.out"), folder().file("unit.err"));
+    ASSERT_TRUE(part.waitUntilUp(*coolingUnit_)) << readFile(folder().file("unit.err"));
+    listen_ = part.address();
+    environment()["COOLING_UNIT"] = listen_;
+}
+
+// After a restart the unit is where it was.
+StackValues EndToEndWithDevices::deviceValues() const {
+    return {{"run", {folder().path()}}, {"listen", {listen_}}};
 }
 
 std::string EndToEndWithDevices::backlight() const {
@@ -121,8 +107,9 @@ void EndToEndWithDevices::loseThePanelsState() const {
 
 // One register, once, over TCP.
 Finished EndToEndWithDevices::mbpoll(const std::vector<std::string>& arguments) const {
-    std::vector<std::string> words{"mbpoll", "-m",           "tcp", "-p", port_, "-a", kStation,
-                                   "-r",     kScaleRegister, "-t",  "4",  "-1",  "-q", "127.0.0.1"};
+    const std::string port = listen_.substr(listen_.find(':') + 1);
+    std::vector<std::string> words{"mbpoll", "-m",           "tcp", "-p", port, "-a", kStation,
+                                   "-r",     kScaleRegister, "-t",  "4",  "-1", "-q", "127.0.0.1"};
     words.insert(words.end(), arguments.begin(), arguments.end());
     return run(words);
 }

@@ -43,13 +43,14 @@ protected:
 
 private:
     void makeBacklight();
+    StackValues deviceValues() const;
     Finished xset(const std::vector<std::string>& arguments) const;
     Finished mbpoll(const std::vector<std::string>& arguments) const;
 
     std::unique_ptr<ChildProcess> xServer_;
     std::unique_ptr<ChildProcess> coolingUnit_;
     std::string display_;
-    std::string port_;
+    std::string listen_ = "127.0.0.1:0"; // of the cooling unit
 };
 
 } // namespace test

@@ -1,18 +1,14 @@
 // See end_to_end.h. The paths of the programs come from the build.
 #include "tests/end_to_end/end_to_end.h"
 
-#include "tests/support/wait_until.h"
-
 #include <csignal>
 
 namespace test {
 
 EndToEnd::EndToEnd(std::vector<std::string> redisOptions)
     : redis_(std::make_unique<RedisServer>(std::move(redisOptions))) {
-    environment_ = {{"OSSEL_REDIS", redis_->address()},
-                    {"LCD_BACKLIGHT", folder_.file("no-backlight")},
-                    {"COOLING_UNIT", "127.0.0.1:1"},
-                    {"DISPLAY", ":4095"}};
+    environment_ = absentDevices({{"run", {folder_.path()}}});
+    environment_["OSSEL_REDIS"] = redis_->address();
     const Finished provisioned = orvanectl({"provision"});
     EXPECT_EQ(provisioned.status, 0) << provisioned.error;
 }
@@ -31,51 +27,26 @@ void EndToEnd::TearDown() {
     }
 }
 
-std::vector<std::string> EndToEnd::inView(const std::vector<std::string>& command) const {
-    std::vector<std::string> words{ORVANE_PRIVATE_VIEW,
-                                   "--bind",
-                                   ORVANE_BUILD_FOLDER,
-                                   "--bind",
-                                   folder_.path(),
-                                   "--bind",
-                                   std::filesystem::path(redis_->socketPath()).parent_path(),
-                                   folder_.file("view"),
-                                   "--"};
-    words.insert(words.end(), command.begin(), command.end());
-    return words;
-}
-
-std::vector<std::string> EndToEnd::daemonCommand() const {
-    return {ORVANE_DAEMON};
+StackValues EndToEnd::stackValues() const {
+    return {{"run", {folder_.path()}},
+            {"sockets", {std::filesystem::path(redis_->socketPath()).parent_path()}},
+            {"wrapper", daemonWrapper()}};
 }
 
 void EndToEnd::launchDaemon() {
-    daemon_ =
-        std::make_unique<ChildProcess>(inView(daemonCommand()), environment_,
-                                       folder_.file("daemon.out"), folder_.file("daemon.err"));
+    daemonPart_ = std::make_unique<StackPart>("daemon", stackValues());
+    daemon_ = daemonPart_->launch({}, environment_, folder_.file("daemon.out"),
+                                  folder_.file("daemon.err"));
 }
 
 void EndToEnd::startDaemon() {
-    makeMarkerFolder();
-    std::filesystem::remove(temporary("run/Stidre.run"));
+    StackPart("daemon", stackValues()).prepare();
     launchDaemon();
-    waitUntil([this] { return hasMarker() || !daemon_->isRunning(); });
-    ASSERT_TRUE(hasMarker() && daemon_->isRunning()) << output() << errors();
-    waitUntilStoppable();
+    waitUntilUp();
 }
 
-// The kernel shows the signals that the main thread has blocked, as hexadecimal digits.
-void EndToEnd::waitUntilStoppable() {
-    const std::string status = "/proc/" + std::to_string(daemon_->pid()) + "/status";
-    const auto blocks = [&status] {
-        const std::string text = readFile(status);
-        const std::string name = "SigBlk:\t";
-        const std::size_t at = text.find(name);
-        return at != std::string::npos &&
-               ((std::stoull(text.substr(at + name.size(), 16), nullptr, 16) >> (SIGTERM - 1)) &
-                1U) != 0;
-    };
-    ASSERT_TRUE(waitUntil(blocks)) << output() << errors();
+void EndToEnd::waitUntilUp() {
+    ASSERT_TRUE(daemonPart_->waitUntilUp(*daemon_)) << output() << errors();
 }
 
 std::optional<int> EndToEnd::stopDaemon() {

@@ -5,6 +5,7 @@
 #include "tests/end_to_end/mailbox.h"
 #include "tests/support/child_process.h"
 #include "tests/support/redis_server.h"
+#include "tests/support/stack.h"
 #include "tests/support/temporary_folder.h"
 
 #include <filesystem>
@@ -36,13 +37,13 @@ protected:
     ~EndToEnd() override;
     void TearDown() override;
 
-    // How the daemon is started: its program, or a command that runs it.
-    virtual std::vector<std::string> daemonCommand() const;
+    // The command that runs the daemon's program; empty: it runs by itself.
+    virtual std::vector<std::string> daemonWrapper() const { return {}; }
 
     // The daemon.
     void launchDaemon();             // started, no more
     void startDaemon();              // up: its run marker is there, and it can be stopped
-    void waitUntilStoppable();       // a moment after the marker: SIGTERM is taken in order
+    void waitUntilUp();              // of a daemon that was launched
     std::optional<int> stopDaemon(); // SIGTERM; its exit status
     ChildProcess& daemon() { return *daemon_; }
     std::string output() const { return readFile(folder_.file("daemon.out")); }
@@ -78,13 +79,14 @@ protected:
     const TemporaryFolder& folder() const { return folder_; }
     // For the next start of the daemon; the devices are absent unless said otherwise here.
     std::map<std::string, std::string>& environment() { return environment_; }
-    // Starts a command with the same private view as the daemon.
-    std::vector<std::string> inView(const std::vector<std::string>& command) const;
+    // For the parts of this test's stack; the wrapper is the daemon's.
+    StackValues stackValues() const;
 
 private:
     TemporaryFolder folder_;
     std::unique_ptr<RedisServer> redis_;
     std::map<std::string, std::string> environment_;
+    std::unique_ptr<StackPart> daemonPart_;
     std::unique_ptr<ChildProcess> daemon_;
     std::unique_ptr<Mailbox> mailbox_;
     int requestObjects_ = 0;

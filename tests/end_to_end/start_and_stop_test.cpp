@@ -60,7 +60,7 @@ TEST_F(StartAndStop, AMarkerOfAnEarlierRunIsEmptied) {
     launchDaemon();
     EXPECT_TRUE(
         waitUntil([this] { return std::filesystem::file_size(temporary("run/Stidre.run")) == 0; }));
-    waitUntilStoppable();
+    waitUntilUp();
 }
 
 TEST_F(StartAndStop, FiveInstancesStandInTheStore) {

@@ -14,7 +14,7 @@ constexpr int kStatusOfAnError = 99;
 
 class Memcheck : public test::EndToEndWithDevices {
 protected:
-    std::vector<std::string> daemonCommand() const override {
+    std::vector<std::string> daemonWrapper() const override {
         return {ORVANE_VALGRIND,
                 "--quiet",
                 "--vgdb=no",
@@ -24,8 +24,7 @@ protected:
                 "--track-origins=yes",
                 "--num-callers=30",
                 "--error-exitcode=" + std::to_string(kStatusOfAnError),
-                "--log-file=" + folder().file("memcheck.log"),
-                ORVANE_DAEMON};
+                "--log-file=" + folder().file("memcheck.log")};
     }
 
     std::string findings() const { return test::readFile(folder().file("memcheck.log")); }

@@ -104,9 +104,9 @@ void Storms::SetUp() {
     isFresh_ = true;
 }
 
-std::vector<std::string> Storms::daemonCommand() const {
+std::vector<std::string> Storms::daemonWrapper() const {
     const auto [name, value] = test::preload(ORVANE_WITNESS);
-    return {"env", name + '=' + value, ORVANE_DAEMON};
+    return {"env", name + '=' + value};
 }
 
 void Storms::putRelayBetween() {

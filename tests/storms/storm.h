@@ -53,7 +53,7 @@ protected:
     ~Storms() override;
 
     void SetUp() override;
-    std::vector<std::string> daemonCommand() const override;
+    std::vector<std::string> daemonWrapper() const override;
 
     // Load, fault, recovery, accounts. Fails the test where the daemon does not live through it
     // (through `emptied`: does not end with status 0), or where the accounts have violations. The

@@ -1,7 +1,5 @@
 #include "tests/support/redis_server.h"
 
-#include "tests/support/wait_until.h"
-
 #include <csignal>
 #include <hiredis/hiredis.h>
 #include <stdexcept>
@@ -37,7 +35,8 @@ void RedisServer::Disconnect::operator()(redisContext* context) const {
     redisFree(context);
 }
 
-RedisServer::RedisServer(std::vector<std::string> options) : options_(std::move(options)) {
+RedisServer::RedisServer(std::vector<std::string> options)
+    : options_(std::move(options)), part_("redis", {{"sockets", {folder_.path()}}}) {
     start();
 }
 
@@ -47,16 +46,13 @@ RedisServer::~RedisServer() {
 }
 
 void RedisServer::start(const std::vector<std::string>& more) {
-    std::vector<std::string> words{
-        "redis-server", "--port",      "0", "--unixsocket", socketPath(), "--dir",
-        folder_.path(), "--save",      "",  "--appendonly", "no",         "--loglevel",
-        "warning",      "--daemonize", "no"};
-    words.insert(words.end(), options_.begin(), options_.end());
-    words.insert(words.end(), more.begin(), more.end());
-    process_ = std::make_unique<ChildProcess>(words, std::map<std::string, std::string>{},
-                                              folder_.file("redis.log"), folder_.file("redis.log"));
+    std::vector<std::string> options = options_;
+    options.insert(options.end(), more.begin(), more.end());
+    const std::string log = folder_.file("redis.log");
+    part_.prepare();
+    process_ = part_.launch(options, {}, log, log);
     connection_.reset();
-    if (!waitUntil([this] { return command({"PING"}) == "PONG"; })) {
+    if (!part_.waitUntilUp(*process_)) {
         throw std::runtime_error("redis-server does not start: " +
                                  readFile(folder_.file("redis.log")));
     }

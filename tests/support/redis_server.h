@@ -3,6 +3,7 @@
 #pragma once
 
 #include "tests/support/child_process.h"
+#include "tests/support/stack.h"
 #include "tests/support/temporary_folder.h"
 
 #include <memory>
@@ -44,6 +45,7 @@ private:
 
     TemporaryFolder folder_;
     std::vector<std::string> options_;
+    StackPart part_;
     std::unique_ptr<ChildProcess> process_;
     std::unique_ptr<redisContext, Disconnect> connection_;
 };

@@ -1,8 +1,6 @@
 // See redfish_process.h. The path of the program comes from the build.
 #include "tests/redfish/end_to_end/redfish_process.h"
 
-#include "tests/support/wait_until.h"
-
 #include <algorithm>
 #include <cctype>
 #include <csignal>
@@ -41,7 +39,7 @@ HttpAnswer parseAnswer(const std::string& text) {
 }
 
 RedfishProcess::RedfishProcess(const std::string& store, const std::vector<std::string>& options)
-    : options_(options), store_(store) {
+    : options_(options), store_(store), part_("redfish", {{"run", {folder_.path()}}}) {
     start();
 }
 
@@ -50,21 +48,12 @@ RedfishProcess::~RedfishProcess() {
 }
 
 void RedfishProcess::start() {
-    std::filesystem::remove(folder_.file("out"));
-    std::vector<std::string> words{
-        ORVANE_REDFISH,        "--listen", "127.0.0.1", "--port", "0", "--state",
-        folder_.file("state"), "--store",  store_};
+    std::vector<std::string> words{"--store", store_};
     words.insert(words.end(), options_.begin(), options_.end());
-    process_ = std::make_unique<ChildProcess>(words, std::map<std::string, std::string>{},
-                                              folder_.file("out"), folder_.file("err"));
-    const std::string name = "://127.0.0.1:";
-    EXPECT_TRUE(waitUntil([this] {
-        return output().find("/redfish/v1/") != std::string::npos || !process_->isRunning();
-    }));
-    const std::string said = output();
-    const std::size_t at = said.find(name);
-    ASSERT_NE(at, std::string::npos) << said;
-    port_ = std::stoi(said.substr(at + name.size()));
+    std::filesystem::remove(folder_.file("out"));
+    part_.prepare();
+    process_ = part_.launch(words, {}, folder_.file("out"), folder_.file("err"));
+    ASSERT_TRUE(part_.waitUntilUp(*process_)) << output();
 }
 
 void RedfishProcess::stop() {
@@ -79,7 +68,7 @@ void RedfishProcess::restart() {
 }
 
 std::string RedfishProcess::firstPassword() const {
-    const std::string text = readFile(folder_.file("state/first-password"));
+    const std::string text = readFile(folder_.file("redfish/first-password"));
     return text.substr(0, text.find('\n'));
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "tests/support/child_process.h"
+#include "tests/support/stack.h"
 #include "tests/support/temporary_folder.h"
 
 #include <map>
@@ -26,9 +27,9 @@ public:
     // Ends it and starts it again, with the same state and on another port.
     void restart();
 
-    std::string authority() const { return "127.0.0.1:" + std::to_string(port_); }
+    std::string authority() const { return part_.address(); }
     std::string url(const std::string& path) const { return "https://" + authority() + path; }
-    std::string certificate() const { return folder_.file("state/certificate.pem"); }
+    std::string certificate() const { return folder_.file("redfish/certificate.pem"); }
     std::string firstPassword() const;
     std::string output() const {
         return readFile(folder_.file("out")) + readFile(folder_.file("err"));
@@ -59,8 +60,8 @@ private:
     std::vector<std::string> options_;
     std::string store_;
     TemporaryFolder folder_;
+    StackPart part_;
     std::unique_ptr<ChildProcess> process_;
-    int port_ = 0;
     std::string token_;
 };
 
