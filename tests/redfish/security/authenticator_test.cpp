@@ -1,12 +1,10 @@
 #include "redfish/security/authenticator.h"
 
 #include "redfish/security/passwords.h"
+#include "tests/redfish/runtime/posted_work.h"
 #include "tests/support/temporary_folder.h"
 
-#include <condition_variable>
-#include <deque>
 #include <gmock/gmock.h>
-#include <mutex>
 
 namespace {
 
@@ -15,31 +13,6 @@ using redfish::Identity;
 using redfish::Role;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
-
-// The thread of the connections is the test's.
-class PostedWork {
-public:
-    redfish::Post post() {
-        return [this](std::function<void()> work) {
-            const std::lock_guard guard(mutex_);
-            work_.push_back(std::move(work));
-            changed_.notify_one();
-        };
-    }
-    void runOne() {
-        std::unique_lock lock(mutex_);
-        ASSERT_TRUE(changed_.wait_for(lock, seconds(20), [this] { return !work_.empty(); }));
-        const std::function<void()> work = std::move(work_.front());
-        work_.pop_front();
-        lock.unlock();
-        work();
-    }
-
-private:
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    std::deque<std::function<void()>> work_;
-};
 
 class TheAuthenticator : public testing::Test {
 protected:
@@ -81,7 +54,7 @@ protected:
     test::TemporaryFolder folder;
     redfish::Accounts accounts{folder.path() / "accounts.json"};
     redfish::Sessions sessions{{}};
-    PostedWork posted;
+    test::PostedWork posted;
     redfish::WorkerPool checks{1, 2};
     redfish::Authenticator authenticator{
         accounts, sessions, checks, posted.post(), {.threshold = 3, .duration = seconds(1)}};
