@@ -1,5 +1,4 @@
-// The settings that act on the LCD panel at once. How the panel is reached is left to the panel's
-// library, whose results are not looked at.
+// The settings that act on the LCD panel at once. The results of the panel's library are ignored.
 #include "agent/webgui_agent.h"
 #include "log_line.h"
 #include "platform/lcd_panel.h"

@@ -1,5 +1,4 @@
-// The handlers of the three tables: which value goes to which setting, in which order. What a
-// setting does is left to WebGUIAgent; sending the answer to whoever called the handler.
+// The handlers: which value goes to which setting, and in which order.
 #include "agent/handler_tables.h"
 
 #include "agent/webgui_agent.h"
@@ -23,7 +22,7 @@ constexpr char kImperial[] = "Imperial";
 constexpr char kMetric[] = "Metric";
 constexpr char kBuzzerSilenceMarker[] = "/tmp/buzzer.silence";
 
-// Positions of kDisplayNames.
+// Positions in kDisplayNames.
 enum DisplayValue {
     kScreenBrightness,
     kBacklightOff,
@@ -51,7 +50,7 @@ int fail(ReturnMessage* answer) {
     return 1;
 }
 
-// The agent, or null after the failure was logged and put into the answer.
+// Returns the agent, or null after logging the failure and setting the answer.
 WebGUIAgent* agentOrFailure(const char* handler, ReturnMessage* answer) {
     if (G_WebGUIAgent == nullptr) {
         logLine(handler, "G_WebGUIAgent is NULL.");
@@ -95,7 +94,7 @@ void applyDisplayValues(WebGUIAgent* agent, const FieldValuePair* values) {
     agent->setTheme(values[kTheme].value);
 }
 
-// The text of the unit's temperature scale. A unit that does not answer counts as metric.
+// The unit's temperature scale as a text. A unit that does not answer counts as metric.
 const char* unitMeasurementSystem() {
     int scale = 1;
     char scratch[1024] = {};

@@ -1,8 +1,8 @@
-// The three constant tables that say what a request does, and the handlers that they name.
+// The three constant tables that map requests to handlers, and the handlers.
 //
-// A handler runs on the worker thread of its kind with that thread's connection. The handlers that
-// work on the settings run one at a time, under one lock that belongs to them. On failure a handler
-// sets the answer; whoever called it sends that.
+// A handler runs on the worker thread of its kind, with that thread's connection. One mutex lets
+// one handler run at a time; a read takes it only to change the settings. A failed update or action
+// sets the answer, which the caller sends.
 #pragma once
 
 #include "handler_entries.h"
@@ -17,15 +17,16 @@ inline constexpr std::int32_t kUnknownManagingMode = 2;
 // Unknown until `main` sets it, before it registers any worker; `main` turns unknown into 0.
 extern std::int32_t G_ManagingMode;
 
-// "00001", a read: brings the instance's MeasurementSystem in line with the cooling unit.
-//   clearETag   set when the instance was changed
+// "00001", a read: in managing mode 0, copies the cooling unit's scale to the instance's
+// MeasurementSystem and, if there is an agent, to the settings.
+//   clearETag   set if the instance has changed
 //   result      0 done; otherwise the code of osselCreateHashTable
-// A missing agent is no failure: the instance alone is brought in line.
 int OrvaneWebGUI_Agent_UPDATE_00001(redisContext* context, std::string objectKey,
                                     ReturnMessage* answer, bool* clearETag);
 
-// Updates: the values go to the settings, the panel, the unit and the database. A refused value is
-// logged and never fails the request; a missing agent or a row that cannot be written does.
+// Updates: apply the values to the settings, the panel and the unit, then write the database row. A
+// refused value is logged but does not fail the request. A missing agent does, and so does a failed
+// write, which leaves the values applied.
 int OrvaneWebGUI_Agent_UPDATE_00002(redisContext* context, std::string instanceKey,
                                     FieldValuePair** values, int* count, ReturnMessage* answer);
 int OrvaneWebGUI_Agent_UPDATE_00003(redisContext* context, std::string instanceKey,
@@ -33,7 +34,7 @@ int OrvaneWebGUI_Agent_UPDATE_00003(redisContext* context, std::string instanceK
 int OrvaneWebGUI_Agent_UPDATE_00004(redisContext* context, std::string instanceKey,
                                     FieldValuePair** values, int* count, ReturnMessage* answer);
 
-// Actions. Neither makes an object.
+// Actions. Neither creates an object. TurnOffLCD fails without an agent; GUIReady never fails.
 int OrvaneWebGUI_Agent_ACTION_TurnOffLCD(redisContext* context, std::string instanceKey,
                                          FieldValuePair* parameters, ReturnMessage* answer,
                                          std::string* newObjectId);

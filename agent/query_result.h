@@ -1,4 +1,4 @@
-// The rows of the last collecting query.
+// The result of the last collecting query.
 #pragma once
 
 #include <cstddef>
@@ -8,7 +8,7 @@
 #include <unordered_map>
 #include <utility>
 
-// A value's place: row number from 0, column name.
+// Where a value belongs: row number from 0, column name.
 using QueryPlace = std::pair<std::uint32_t, std::string>;
 
 struct QueryPlaceHash {
@@ -19,10 +19,10 @@ struct QueryPlaceHash {
 
 // What Run_SQL collects. The next collecting query clears it.
 struct QueryResult {
-    // The first element is what a query for a single value takes.
+    // A query for a single value takes the first element.
     std::unordered_map<QueryPlace, std::string, QueryPlaceHash> values{10};
-    std::uint32_t rowCount = 0; // rows delivered, those without columns included
+    std::uint32_t rowCount = 0; // includes rows without columns
 };
 
-// One query uses it at a time: the handlers are serialised, and start-up runs alone.
+// Used by one query at a time: start-up runs alone, and the handlers' mutex serialises requests.
 extern QueryResult G_QueryResult;

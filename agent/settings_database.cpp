@@ -1,5 +1,4 @@
-// The settings database: opening it, and the SQL that does not go through the row helpers.
-// The row itself is the settings model's, the statements of the theme are the theme storage's.
+// Opening the settings database, and running SQL on it without the row helpers.
 #include "agent/query_result.h"
 #include "agent/webgui_agent.h"
 #include "log_line.h"
@@ -11,7 +10,7 @@
 #include <sqlite3.h>
 #include <stdexcept>
 
-// NOLINTNEXTLINE(cert-err58-cpp): an empty map; without memory for it there is no process
+// NOLINTNEXTLINE(cert-err58-cpp): an empty map; without memory for it the daemon cannot run
 QueryResult G_QueryResult;
 
 namespace {
@@ -27,7 +26,7 @@ struct SqliteFree {
 // Called by SQLite for each row; 0 asks for the next one.
 int collectRow(void*, int columnCount, char** values, char** columnNames) {
     for (int i = 0; i < columnCount; ++i) {
-        // SQL NULL comes as a null pointer and is kept as an empty text.
+        // SQL NULL arrives as a null pointer and is kept as an empty text.
         G_QueryResult.values[{G_QueryResult.rowCount, columnNames[i]}] =
             values[i] == nullptr ? "" : values[i];
     }
@@ -37,7 +36,7 @@ int collectRow(void*, int columnCount, char** values, char** columnNames) {
 
 } // namespace
 
-// Returns false when the agent has to stay without settings.
+// Returns false if there is no database to read the settings from.
 bool WebGUIAgent::openDatabase() {
     copyBounded(database_.path, kDatabasePath);
     const int code = open_database(&database_, kOpenMode);
@@ -53,7 +52,7 @@ bool WebGUIAgent::openDatabase() {
     return database_.schemaLevel > 0;
 }
 
-// NOLINTNEXTLINE(readability-make-member-function-const): it changes the database
+// NOLINTNEXTLINE(readability-make-member-function-const): changes the database
 int WebGUIAgent::Run_SQL(std::string sql, int collect) {
     if (database_.ready == 0) {
         throw std::runtime_error("Database is not ready");
@@ -90,6 +89,6 @@ int WebGUIAgent::Transaction(unsigned int status) noexcept {
         Run_SQL(kStatements[status], 0);
         return 1;
     } catch (const std::runtime_error&) {
-        return 0; // Run_SQL has said why
+        return 0; // Run_SQL has logged why
     }
 }

@@ -1,5 +1,5 @@
-// The settings row: reading and writing it through the row helpers of the settings database,
-// at their fixed pace. What a setting does is left to the theme storage and the display control.
+// Reading and writing the settings row through the row helpers of the settings database, at a fixed
+// pace.
 #include "agent/webgui_agent.h"
 #include "log_line.h"
 #include "platform/lcd_panel.h"
@@ -16,12 +16,11 @@ constexpr char kTable[] = "webgui_tbl";
 constexpr char kRowName[] = "Zolan CMS Web GUI Settings";
 constexpr char kAlert[] = "YES";
 
-// A call of the database is repeated while it fails, at this pace, and the pause follows a
-// successful call too.
+// A failed call is repeated at this pace. Meant: the pause follows a successful call too.
 constexpr useconds_t kPauseMicroseconds = 200000;
 constexpr int kMaxCalls = 16;
 
-// Columns of the table, in its order.
+// Columns in table order.
 enum Column {
     kName,
     kInitBoot,
@@ -59,7 +58,7 @@ struct TableFree {
     void operator()(SettingsTable* table) const noexcept { free_sql_tbl(table); }
 };
 
-// The columns of a row that is being written, in the order in which they were added.
+// The columns of a row to write, in the order of the calls of `add`.
 class RowBuilder {
 public:
     void add(ColumnType type, const char* name, const std::string& value) {
@@ -81,7 +80,7 @@ WebGUIAgent::WebGUIAgent() {
     name_ = kRowName;
     reloadData(0);
     xset_env_init();
-    // Meant: the level as it was read, in range or not.
+    // Meant: the level as read, in range or not.
     LCDBrightnessSet(screenBrightness_);
     if (hasAlert_ != kAlert) {
         applyBacklightOff();
@@ -96,8 +95,7 @@ WebGUIAgent::~WebGUIAgent() {
 
 unsigned int WebGUIAgent::reloadData(int mode) {
     const unsigned int result = readRow(mode);
-    // Whether or not the row was read.
-    adoptTheme();
+    adoptTheme(); // even if the row could not be read
     return result;
 }
 

@@ -1,5 +1,5 @@
-// The theme: kept in the table Misc of the settings database, written at once, read through
-// View_Theme. Running the statements is left to Run_SQL.
+// The theme: stored in the table Misc of the settings database, written at once, read through
+// View_Theme.
 #include "agent/query_result.h"
 #include "agent/webgui_agent.h"
 #include "log_line.h"
@@ -12,13 +12,13 @@ namespace {
 
 constexpr char kDefaultTheme[] = "dark";
 
-// The single value that a query collected, or null.
+// The value that a query for a single value has collected, or null.
 const std::string* collectedValue() {
     return G_QueryResult.values.empty() ? nullptr : &G_QueryResult.values.begin()->second;
 }
 
-// A count that is no number ends the process. Meant to be inside a handler: only there does
-// std::terminate say which exception it was, however the compiler has inlined what threw it.
+// A count that is not a number ends the process. Meant: std::terminate is called inside a handler,
+// since only there does it print the exception, however the compiler has inlined the throwing code.
 bool hasThemeRow() noexcept {
     const std::string* count = collectedValue();
     try {

@@ -1,11 +1,11 @@
-// The settings: the in-memory copy of the one settings row, with the database that backs it and
-// the effects that a setting has on the LCD panel.
+// The settings: the in-memory copy of the settings row, the database that backs it, and what a
+// setting does to the LCD panel.
 //
-// There is one object, reached through G_WebGUIAgent. It has no lock: start-up runs alone, and
-// the message handlers serialise what requests do.
+// The single object is reached through G_WebGUIAgent. It has no lock: start-up runs alone, and the
+// handlers' mutex serialises requests.
 //
-// Results named "1 done, 0 failed" are unlike those of the store operations. Lines of log go to
-// standard output unless stated.
+// Results are 1 done, 0 failed where stated so, unlike those of the store operations. Log lines go
+// to standard output unless stated otherwise.
 #pragma once
 
 #include "platform/settings_database.h"
@@ -17,8 +17,8 @@
 
 class WebGUIAgent {
 public:
-    // Opens and reads the database and brings the panel to the settings read. A database that
-    // cannot be opened leaves texts empty and numbers 0, and the panel alone.
+    // Opens and reads the database and applies brightness and blank time-out to the panel. If the
+    // database cannot be opened, texts stay empty, numbers 0, and the panel is left alone.
     WebGUIAgent();
     ~WebGUIAgent();
     WebGUIAgent(const WebGUIAgent&) = delete;
@@ -26,27 +26,26 @@ public:
 
     // --- Database, agent/settings_database.cpp ---
 
-    // Runs one SQL text, cut to 1023 characters, and with `collect` not 0 keeps its rows in
-    // G_QueryResult. Returns 0; throws std::runtime_error on any failure, which is said on
-    // standard error unless the database is not ready.
+    // Runs one SQL text, cut to 1023 characters. If `collect` is not 0, stores the rows in
+    // G_QueryResult. Returns 0; throws std::runtime_error on failure. A failed statement is logged
+    // to standard error, a database that is not ready is not.
     int Run_SQL(std::string sql, int collect);
 
-    // status   0 begin, 1 commit, 2 roll back; another one is refused on standard error
+    // status   0 begin, 1 commit, 2 roll back; any other is refused, logged to standard error
     // result   1 done, 0 failed
     int Transaction(unsigned int status) noexcept;
 
     // --- Settings row, agent/settings_model.cpp ---
 
-    // Reads the row.
-    //   mode     0 every member, 1 HasAlert, any other none; the theme in every case
-    //   result   1 done; 0 failed: the members keep their values
-    // One to 16 calls of the database, 200 ms after each.
+    // Reads the row: one to 16 attempts, each followed by 200 ms.
+    //   mode     0 loads every member, 1 HasAlert, any other none; all of them load the theme
+    //   result   1 done; 0 failed: the members of the row keep their values
     unsigned int reloadData(int mode);
 
-    // Writes the row.
-    //   insertRow   not 0: adds the row, without an alert; 0: changes it, but for Name and HasAlert
-    //   result      1 done; 0 failed: the members keep the values that were not written
-    // One to 16 calls of the database, 200 ms after each.
+    // Writes the row: one to 16 attempts, each followed by 200 ms.
+    //   insertRow   0: updates all columns but Name and HasAlert; otherwise inserts a row whose
+    //               HasAlert is "NO"
+    //   result      1 done; 0 failed: the members keep their new values
     int updateData(int insertRow);
 
     std::string getName() const { return name_; }
@@ -77,7 +76,7 @@ public:
     void setTimeFormat(std::string value) { timeFormat_ = std::move(value); }
     std::string getTimeFormat() const { return timeFormat_; }
 
-    // Reads HasAlert from the database first. True for exactly "YES".
+    // Reads HasAlert from the database. True for exactly "YES".
     bool hasAlert();
 
     void setRoomAverage(bool value) { roomAverage_ = value ? 1 : 0; }
@@ -88,33 +87,32 @@ public:
 
     // --- Theme, agent/theme_storage.cpp ---
 
-    // Stores "dark" or "light" in the database at once. Any other text, and any failure, is
-    // logged and changes nothing. A count in the database that is no number ends the process.
+    // Stores "dark" or "light" in the database at once. Any other text and any failure is logged
+    // and leaves the member alone. Ends the process if the row count is not a number.
     void setTheme(std::string value) noexcept;
 
-    // Reads the theme from the database, any text; stores the default "dark" where there is
-    // none. On failure the value in memory.
+    // Returns the theme from the database, whatever text that is. Stores the default "dark" if
+    // there is none. On failure returns the member.
     std::string getTheme() noexcept;
 
     // --- Panel, agent/display_control.cpp ---
 
-    // A level from 1 to 7 that differs from the present one goes to the panel; any other level
-    // is logged and ignored.
+    // Applies a level from 1 to 7 if it differs from the present one. Logs and ignores any other.
     void setScreenBrightness(std::int32_t level);
 
-    // Brings the panel's blank time-out to the BacklightOff choice. Returns 1 done, 0 no choice.
+    // Sets the panel's blank time-out to the BacklightOff choice. Returns 1 done, 0 unknown choice.
     int applyBacklightOff();
 
-    // Stores a new choice and applies it unless an alert is shown. An unknown text is logged and
-    // stays stored.
-    //   result   1 applied or an alert is shown; 0 equal to the present text, or unknown
+    // Stores a new choice and applies it unless an alert is shown. Stores an unknown text too, but
+    // logs it.
+    //   result   1 applied, or an alert is shown; 0 equal to the present text, or unknown
     int setBacklightOff(std::string text);
 
     // Darkens the panel unless an alert is shown. Returns 1.
     int turnOffLCD();
 
 private:
-    // From this schema level on the database has theme storage.
+    // The first schema level with theme storage.
     static constexpr int kSchemaLevelWithTheme = 2;
 
     bool openDatabase();
@@ -124,10 +122,9 @@ private:
     int updateRowAtPace(const SettingsRow& row);
     void adoptTheme();
 
-    // Closed by the destructor before the texts are released.
     SettingsDatabase database_{};
 
-    // In the order of the table's columns; booleans have 32 bits as they do in the row.
+    // In table order, booleans with 32 bits.
     std::string name_;
     std::int32_t initialBoot_ = 0;
     std::string language_;
@@ -138,10 +135,10 @@ private:
     std::string measurementSystem_;
     std::string dateFormat_;
     std::string timeFormat_;
-    std::string hasAlert_; // "YES" or "NO"; set by others in the database, only read here
+    std::string hasAlert_; // "YES" or "NO"; written to the database by others
     std::int32_t roomAverage_ = 0;
     std::string hiLoPeriod_;
 
-    std::string theme_; // kept in the table Misc
+    std::string theme_; // from the table Misc
 };
-static_assert(std::is_standard_layout_v<WebGUIAgent>, "the database handle lies at its beginning");
+static_assert(std::is_standard_layout_v<WebGUIAgent>, "the database handle comes first");

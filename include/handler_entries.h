@@ -1,6 +1,9 @@
-// Rows of the three handler tables, and the handlers they name. agent/ holds the
-// tables, service/ hands them to requests/, which walks them: linear, in table
-// order, exact text comparison, first match wins, no default row.
+// Rows of the three handler tables, and the types of the handlers they name. agent/ holds the
+// tables; service/ passes them to requests/, which searches them from the top by exact comparison.
+// The first match wins; there is no default row.
+//
+// For every handler: `answer` arrives as "Success". A handler that fails may set it with
+// setReturnMessage; the caller sends it as it is then.
 #pragma once
 
 #include "platform/ossel.h"
@@ -12,25 +15,23 @@
 
 // Brings the stored instance up to date before it is read.
 //   objectKey     key of the instance
-//   answer        may be set with setReturnMessage; a successful read replaces it
-//   clearETag     starts false; true asks for the store's ETag cache to be cleared
-//   result        0 done; otherwise the read fails with the answer as it was left
+//   clearETag     starts false; true asks the caller to drop the instance's cached ETag
+//   result        0 done; otherwise failed
 using AgentReadHandler = int (*)(redisContext* context, std::string objectKey,
                                  ReturnMessage* answer, bool* clearETag);
 
 // Applies the property values of an update or a creation.
 //   instanceKey   key of the target instance
-//   values        one record per property name of the row, in the row's order
-//   count         the row's property count; may be changed
-//   answer        set on failure
+//   values        one record per property name of the row, in the row's order. A handler may put
+//                 another `malloc`ed block in its place; the caller frees whichever is there
+//   count         records in `values`: the row's property count; the handler may change it
 //   result        0 done, 1 failed
 using AgentUpdateHandler = int (*)(redisContext* context, std::string instanceKey,
                                    FieldValuePair** values, int* count, ReturnMessage* answer);
 
 // Runs an action.
 //   parameters    one record per parameter name of the row, null for none
-//   answer        set on failure
-//   newObjectId   may be filled with the id of an object that the action made
+//   newObjectId   starts empty; set to the id of an object that the action has created
 //   result        0 done, 1 failed
 using AgentActionHandler = int (*)(redisContext* context, std::string instanceKey,
                                    FieldValuePair* parameters, ReturnMessage* answer,
@@ -38,7 +39,7 @@ using AgentActionHandler = int (*)(redisContext* context, std::string instanceKe
 
 struct ReadHandlerEntry {
     char messageId[8]; // NUL-terminated
-    std::int32_t ttl;  // seconds for which the instance counts as fresh after the read
+    std::int32_t ttl;  // seconds for which the instance counts as fresh afterwards
     AgentReadHandler handler;
 };
 static_assert(sizeof(ReadHandlerEntry) == (sizeof(void*) == 4 ? 16 : 24));
@@ -47,7 +48,7 @@ static_assert(offsetof(ReadHandlerEntry, handler) == (sizeof(void*) == 4 ? 12 : 
 
 struct UpdateHandlerEntry {
     char messageId[8];                // NUL-terminated
-    std::int32_t ttl;                 // seconds, handed to updateInstance or createInstance
+    std::int32_t ttl;                 // seconds, for updateInstance or createInstance
     std::int32_t propertyCount;       // entries in propertyNames
     const char* const* propertyNames; // the properties that a request may carry
     AgentUpdateHandler handler;

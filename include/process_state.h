@@ -1,6 +1,11 @@
-// The process-wide objects that more than one subsystem works on. All of them are
-// defined in service/process_state.cpp, constructed before `main` and destroyed by
-// the exit handlers. A test of one subsystem links definitions of its own.
+// The process-wide objects that several subsystems use: constructed before `main`, destroyed by the
+// exit handlers. service/process_state.cpp defines them, G_ModelNames excepted; a test of a single
+// subsystem links its own definitions.
+//
+// None of them has a lock. `main` changes G_InstanceKeys and G_WebGUIAgent after it has registered
+// the workers and the hook. That is safe as long as the host starts both inside
+// ovrThreadWaitForExit, and also if it starts them earlier but no request is being served during
+// OrvaneWebGUI_Init.
 #pragma once
 
 #include "records.h"
@@ -10,24 +15,23 @@
 
 class WebGUIAgent;
 
-// The unit-model names. One copy per module, by design: nothing shares it.
-// NOLINTNEXTLINE(cert-err58-cpp): two short texts; the daemon ends if it has no memory for them
+// The unit-model names. Meant: one copy per module.
+// NOLINTNEXTLINE(cert-err58-cpp): two short texts; without memory for them the daemon cannot run
 const std::pair<const std::string, const std::string> G_ModelNames{"Tinvale", "Varrow"};
 
-// Written by `main` before the workers are registered; constant afterwards.
+// Filled by `main` before it registers the workers; constant afterwards.
 extern ResourceTypeIds G_ResourceTypeIds;
 
-// Written by `main` alone: filled by OrvaneWebGUI_Init, emptied by the clean-up.
-// Every request works on a copy.
+// The instances that requests may name. Filled by OrvaneWebGUI_Init, emptied by the clean-up, both
+// on the main thread. Every request works on its own copy.
 extern InstanceKeySet G_InstanceKeys;
 
-// The settings. Null until OrvaneWebGUI_Init and after the clean-up; set by `main`
-// while no request is being handled.
+// The settings. Null before OrvaneWebGUI_Init and after the clean-up.
 extern WebGUIAgent* G_WebGUIAgent;
 
-// Makes the settings object, whose constructor opens and reads the database, and
-// stores it in G_WebGUIAgent. Returns 1; what the constructor throws passes on.
+// Creates the settings object, whose constructor opens and reads the database, and stores it in
+// G_WebGUIAgent. Returns 1; lets the constructor's exceptions out. Main thread.
 int createWebGUIAgent();
 
-// Destroys the settings object and clears G_WebGUIAgent; nothing when it is null.
+// Destroys the settings object, if any, and clears G_WebGUIAgent. Main thread.
 void destroyWebGUIAgent();

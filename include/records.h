@@ -1,6 +1,5 @@
-// The records that the parts of the daemon, the object-store client and the
-// plugin host hand to each other. All are plain memory: their layout is shared
-// with the device libraries.
+// The records that the daemon's subsystems and the device libraries pass to each other. The layout
+// of FieldValuePair, InstanceSlot and ReturnMessage is part of the binary contract.
 #pragma once
 
 #include <cstddef>
@@ -10,8 +9,8 @@
 #include <set>
 #include <string>
 
-// One field of a hash in the object store, or one property value of a request.
-// Both texts are NUL-terminated, at most 1023 characters.
+// A field of a hash in the object store, or a property value of a request. Both texts are
+// NUL-terminated, at most 1023 characters.
 struct FieldValuePair {
     char name[1024];
     char value[1024];
@@ -19,25 +18,23 @@ struct FieldValuePair {
 static_assert(sizeof(FieldValuePair) == 2048);
 static_assert(offsetof(FieldValuePair, value) == 1024);
 
-// One slot of an instance set: a NUL-terminated instance UUID. An instance set
-// is an array of slots with a count.
+// A NUL-terminated instance UUID. An instance set is an array of these slots with a count.
 // NOLINTNEXTLINE(modernize-use-using): spelled as the object-store contract spells it
 typedef char InstanceSlot[1024];
 static_assert(sizeof(InstanceSlot) == 1024);
 
-// The answer to one request. `args` and every text in it are owned by the
-// record: requests/return_messages.h fills and frees them.
+// The answer to one request. Owns `args` and every text in it; requests/return_messages.h fills and
+// frees them.
 struct ReturnMessage {
     char messageId[128];   // NUL-terminated, at most 127 characters
-    std::uint8_t argCount; // entries in args; a return message carries at most 5
-    char** args;           // argCount texts, or null: no arguments
+    std::uint8_t argCount; // entries in args; at most 5 can be sent
+    char** args;           // argCount texts, or null for none
 };
 static_assert(sizeof(ReturnMessage) == (sizeof(void*) == 4 ? 136 : 144));
 static_assert(offsetof(ReturnMessage, argCount) == 128);
 static_assert(offsetof(ReturnMessage, args) == (sizeof(void*) == 4 ? 132 : 136));
 
-// What the schema definitions in the store say of this service. `main` fills it
-// before any worker exists; constant afterwards.
+// What the schema definitions in the store say about this service.
 struct ResourceTypeIds {
     std::string schemaTypeId; // also the callback id and the work tree's collection
     std::string webGUITypeId;
@@ -56,6 +53,6 @@ struct FreeDeleter {
     void operator()(void* memory) const noexcept { std::free(memory); }
 };
 
-// Owner of an answer that a device library hands over: `MallocPtr<char> text{...};`
+// Owns memory that a device library has allocated: `MallocPtr<char> text{...};`
 template <typename T>
 using MallocPtr = std::unique_ptr<T, FreeDeleter>;

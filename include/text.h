@@ -1,4 +1,4 @@
-// The few conversions between texts and values: one place for each.
+// Conversions between texts and values.
 #pragma once
 
 #include <algorithm>
@@ -11,11 +11,11 @@
 #include <string_view>
 #include <strings.h>
 
-// Copies a text into a fixed field and zero-fills what is left of it. Longer
-// texts are silently cut to one character less than the field holds.
+// Copies a text into a fixed field and zero-fills the rest. Silently cuts longer texts, so that the
+// field always ends in a NUL.
 inline void copyBounded(char* destination, std::size_t size, std::string_view text) {
     const std::size_t length = std::min(text.size(), size - 1);
-    std::copy_n(text.begin(), length, destination); // a view of nothing has no data to copy
+    std::copy_n(text.begin(), length, destination); // not memcpy: an empty view may have null data
     std::memset(destination + length, 0, size - length);
 }
 
@@ -24,14 +24,14 @@ void copyBounded(char (&destination)[Size], std::string_view text) {
     copyBounded(destination, Size, text);
 }
 
-// The text in a fixed field, whether or not it is NUL-terminated.
+// The text in a fixed field, NUL-terminated or not.
 template <std::size_t Size>
 std::string_view boundedText(const char (&field)[Size]) {
     return {field, ::strnlen(field, Size)};
 }
 
-// How booleans are stored and sent, and read back: true is any text whose
-// first four letters are "true" in any case.
+// How booleans are stored and sent. Any text that begins with "true", in any case, reads back as
+// true.
 inline const char* booleanText(bool value) {
     return value ? "true" : "false";
 }
@@ -39,8 +39,8 @@ inline bool isTrueText(const char* text) {
     return ::strncasecmp(text, "true", 4) == 0;
 }
 
-// Decimal text to number: 0 for a text that is no number, clamped to 32 bits so
-// that boards of both word sizes read a number that is too large alike.
+// Parses a decimal number; 0 if there is none. Clamps to 32 bits, so that boards of both word sizes
+// read an oversized number alike.
 inline std::int32_t parseDecimal(const char* text) {
     using Limits = std::numeric_limits<std::int32_t>;
     const long value = std::strtol(text, nullptr, 10);

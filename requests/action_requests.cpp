@@ -1,5 +1,4 @@
-// Action requests: checks the target, runs the action and writes its response data. What an
-// action does is left to the row's handler, in agent/.
+// Action requests: check the target, run the row's handler, write the response data, answer.
 #include "requests/action_requests.h"
 
 #include "log_line.h"
@@ -9,7 +8,7 @@
 
 namespace {
 
-// Runs the action and leaves the result in the answer.
+// Runs the action and sets the answer.
 void perform(redisContext* context, const ActionHandlerEntry& row, const std::string& objectKey,
              const InstanceKeySet& keys, ReturnMessage* answer) {
     std::string instanceKey;

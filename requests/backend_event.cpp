@@ -1,5 +1,4 @@
-// The Redfish event of an update: fills the record and hands it to the object store, which
-// delivers it.
+// The event record of an update.
 #include "requests/backend_event.h"
 
 #include "log_line.h"

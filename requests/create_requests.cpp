@@ -1,5 +1,5 @@
-// Create requests: from the request object to a new instance and the answer. The create worker
-// hands an empty table down, so that the product refuses every creation before this point.
+// Create requests: read the request object, run the row's handler, create the instance, answer. The
+// create worker passes an empty table, so in the product the dispatch refuses every creation first.
 #include "requests/create_requests.h"
 
 #include "log_line.h"
@@ -9,7 +9,7 @@
 
 namespace {
 
-// Makes the instance and leaves the result in the answer.
+// Creates the instance and sets the answer.
 void makeInstance(redisContext* context, const UpdateHandlerEntry& row,
                   const std::string& objectKey, const std::string& instanceCollectionKey,
                   InstanceKeySet* keys, ReturnMessage* answer) {
@@ -30,7 +30,7 @@ void makeInstance(redisContext* context, const UpdateHandlerEntry& row,
         setReturnMessage(answer, "InternalError", 0);
         return;
     }
-    // Meant: this is the request's own copy of the set, dropped with the request.
+    // Meant: the key goes into the request's own copy of the set and is dropped with it.
     keys->insert(instanceKey);
     setReturnMessage(answer, "Success", 0);
 }

@@ -1,4 +1,4 @@
-// Create requests. Create worker thread only, with that thread's connection.
+// Serving one creation. Create worker thread only, with that thread's connection.
 #pragma once
 
 #include "handler_entries.h"
@@ -9,8 +9,9 @@
 // Serves one creation and answers it exactly once.
 //   objectKey               key of the request object; its "OriginalObjID" is the key of
 //                           the new instance
+//   schemaTypeId            not used
 //   instanceCollectionKey   the collection that the new instance joins
-//   keys                    the new key goes into this request's own set alone
+//   keys                    receives the new key, but dies with the request
 void create(redisContext* context, UpdateHandlerEntry row, std::string objectKey,
             std::string replyChannel, std::string schemaTypeId, std::string instanceCollectionKey,
             InstanceKeySet keys);

@@ -18,11 +18,11 @@ namespace {
 constexpr char kVariable[] = "ManagingMode";
 constexpr char kFile[] = "/var/database/CoolingUnitManagingMode.txt";
 
-// More than either word has, so that a longer word cannot pass for one of them.
+// Longer than both words, so that no longer word is taken for one of them.
 constexpr int kMaxWordLength = 16;
 
-// The first word, with whatever bytes but white space it has; empty if it cannot be read.
-// O_NONBLOCK: a FIFO in the file's place must not delay start-up.
+// The first word, NULs and all; empty if there is none or the file cannot be read. O_NONBLOCK: a
+// FIFO in the file's place must not hang start-up.
 std::string firstWordOfFile() {
     __gnu_cxx::stdio_filebuf<char> file(::open(kFile, O_RDONLY | O_NONBLOCK | O_CLOEXEC),
                                         std::ios::in);
@@ -34,7 +34,7 @@ std::string firstWordOfFile() {
 int keepInEnvironment(int mode) {
     char text[12] = {};
     std::snprintf(text, sizeof text, "%d", mode);
-    ::setenv(kVariable, text, 1); // NOLINT(concurrency-mt-unsafe): before any other thread
+    ::setenv(kVariable, text, 1); // NOLINT(concurrency-mt-unsafe): no other thread exists yet
     return mode;
 }
 

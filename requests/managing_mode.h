@@ -1,8 +1,8 @@
 // How the cooling unit is managed.
 #pragma once
 
-// Reads the managing mode from the environment variable "ManagingMode" or else from the first
-// word of "/var/database/CoolingUnitManagingMode.txt".
+// Reads the managing mode from the environment variable "ManagingMode" or, if that is not set, from
+// the first word of "/var/database/CoolingUnitManagingMode.txt".
 //   result   from the environment: the number there, at most kUnknownManagingMode; from the file: 0
 //            for "Tinvale" and 1 for "Varrow", which it also stores in the environment; otherwise
 //            kUnknownManagingMode

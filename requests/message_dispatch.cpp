@@ -1,5 +1,4 @@
-// Dispatch on the create path: tells actions and creations apart and refuses what no row
-// accepts. Serving a request is left to `action` and `create`, which answer it themselves.
+// Dispatch of the create worker's requests to `action` and `create`, which answer what they serve.
 #include "requests/message_dispatch.h"
 
 #include "log_line.h"
@@ -24,7 +23,7 @@ void createObjectOrActionObject(redisContext* context, std::string messageId, st
                      &answer, schemaTypeId, instanceCollectionKey, keys);
     }
     if (std::strcmp(answer.messageId, kSuccessTemplate.messageId) == 0) {
-        return; // the request has been answered, and this record owns nothing
+        return; // already answered; this record owns nothing
     }
     answerRequest("createObjectOrActionObject", context, replyChannel, &answer);
 }

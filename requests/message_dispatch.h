@@ -1,5 +1,5 @@
-// Dispatch on the create path, where creations and actions arrive alike. Create worker thread
-// only, with that thread's connection.
+// Dispatch of the create worker's requests: actions and creations arrive on the same path. Create
+// worker thread only, with that thread's connection.
 #pragma once
 
 #include "handler_entries.h"
@@ -7,10 +7,10 @@
 
 #include <string>
 
-// Message id "00000" is an action, any other a creation. Answers the request itself when no
-// row accepts it; otherwise the row's path has answered.
+// Takes message id "00000" for an action, any other for a creation. Answers the request itself if
+// no row matches; otherwise `action` or `create` answers it.
 //   objectKey   key of the request object
-//   counts      of 0 or less: the table has no row
+//   counts      0 or less: the table is empty
 void createObjectOrActionObject(redisContext* context, std::string messageId, std::string objectKey,
                                 std::string replyChannel, int actionCount,
                                 const ActionHandlerEntry* actionRows, int creationCount,
@@ -18,13 +18,14 @@ void createObjectOrActionObject(redisContext* context, std::string messageId, st
                                 std::string instanceCollectionKey, InstanceKeySet keys);
 
 // Finds the action that the field "Action" of the request object names and runs it.
-//   answer   stays "Success" when `action` has answered; otherwise holds the error to send
+//   answer   arrives as "Success" and stays so if `action` has answered; otherwise receives the
+//            error for the caller to send
 void actionObject(redisContext* context, std::string messageId, std::string objectKey,
                   std::string replyChannel, int count, const ActionHandlerEntry* rows,
                   ReturnMessage* answer, InstanceKeySet keys);
 
 // Finds the row of the message id and creates the object.
-//   answer   as actionObject
+//   answer   as in actionObject
 void createObject(redisContext* context, std::string messageId, std::string objectKey,
                   std::string replyChannel, int count, const UpdateHandlerEntry* rows,
                   ReturnMessage* answer, std::string schemaTypeId,

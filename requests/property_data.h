@@ -1,12 +1,12 @@
-// The records that a request carries.
+// Owner of a request's property values.
 #pragma once
 
 #include "records.h"
 
 #include <cstdlib>
 
-// Frees the records at the end of the request: whichever block the pointer names by then, since
-// a handler is given its address.
+// Frees whichever block the pointer names at the end of the request: a handler gets the pointer's
+// address and may replace the block.
 struct PropertyData {
     PropertyData() = default;
     ~PropertyData() { std::free(records); }

@@ -1,5 +1,4 @@
-// Read requests: checks the target, lets the agent refresh the instance and marks it fresh.
-// What is refreshed is left to the row's handler, in agent/.
+// Read requests: check the target, run the row's handler, mark the instance fresh, answer.
 #include "requests/read_requests.h"
 
 #include "log_line.h"
@@ -8,7 +7,7 @@
 
 namespace {
 
-// Lets the agent refresh the instance and leaves the result in the answer.
+// Refreshes the instance and sets the answer.
 void refresh(redisContext* context, const ReadHandlerEntry& row, const std::string& objectKey,
              ReturnMessage* answer) {
     bool clearETag = false;

@@ -1,5 +1,4 @@
-// Return messages: fills, frees, stores and publishes the answer to one request. What the
-// object store makes of them is left to the object-store client.
+// Return messages: filling, freeing, storing and publishing the answer to one request.
 #include "requests/return_messages.h"
 
 #include "log_line.h"
@@ -31,8 +30,8 @@ int createInStore(redisContext* context, const char* uuid, const ReturnMessage& 
         logLine("sendReturnMsg", "Too more parameters of ReturnMessage.");
         return osselCreateReturnMessage(context, uuid, "InternalError", nullptr);
     }
-    // A null closes the list early, so the unused places need no call of their own. A record
-    // whose arguments could not be allocated keeps its count and is sent without them.
+    // The list ends at its first null, so unused places stay null. A record whose arguments could
+    // not be allocated has a count but no texts, and is sent without arguments.
     std::array<const char*, kMaxArguments> argument{};
     for (std::size_t i = 0; record.args != nullptr && i < record.argCount; ++i) {
         argument[i] = record.args[i];
@@ -43,8 +42,8 @@ int createInStore(redisContext* context, const char* uuid, const ReturnMessage& 
 
 } // namespace
 
-// The count is not declared as 8 bits: a variadic list must not follow a promoted type.
-// NOLINTNEXTLINE(cert-dcl50-cpp): the argument texts are variadic by contract
+// The count is no 8-bit type: va_start must not name a parameter of a promoted type.
+// NOLINTNEXTLINE(cert-dcl50-cpp): the contract makes the texts variadic
 int setReturnMessage(ReturnMessage* record, const char* id, unsigned int argCount, ...) {
     copyBounded(record->messageId, id);
     record->argCount = static_cast<std::uint8_t>(argCount);

@@ -1,5 +1,5 @@
-// Update requests: from the request object to the stored instance, the event and the answer.
-// What a value does is left to the row's handler, in agent/.
+// Update requests: read the request object, run the row's handler, write the instance, announce the
+// change, answer.
 #include "requests/update_requests.h"
 
 #include "log_line.h"
@@ -11,7 +11,7 @@
 
 namespace {
 
-// Applies the request and leaves the result in the answer.
+// Applies the request and sets the answer.
 void apply(redisContext* context, const UpdateHandlerEntry& row, const std::string& objectKey,
            const InstanceKeySet& keys, ReturnMessage* answer) {
     std::string instanceKey;
@@ -51,7 +51,7 @@ void updateObject(redisContext* context, std::string messageId, std::string obje
     }
     ReturnMessage answer = kInternalErrorTemplate;
     setReturnMessage(&answer, "ActionNotSupported", 1, messageId.c_str());
-    // Meant: unlike the other entry points this one adds no line when sending fails.
+    // Meant: the only entry point that logs nothing of its own if sending fails.
     sendReturnMsg(context, replyChannel, answer);
     freeReturnMessage(&answer);
 }

@@ -1,6 +1,5 @@
-// Update requests: collect the new values, let the agent apply them, write them into the
-// stored instance, announce the change, answer. Update worker thread only, with that
-// thread's connection.
+// Serving one update: the new values are applied, written to the stored instance and announced by
+// an event. Update worker thread only, with that thread's connection.
 #pragma once
 
 #include "handler_entries.h"
@@ -8,9 +7,9 @@
 
 #include <string>
 
-// Picks the row whose message id matches and calls `update`; answers "ActionNotSupported"
-// with the message id where there is none.
-//   count, rows   the message-id table; a count of 0 or less has no row
+// Finds the row of the message id and calls `update`; answers "ActionNotSupported" with the message
+// id if there is none.
+//   count, rows   the update table; 0 or less: it is empty
 //   keys          the instances that may be updated
 void updateObject(redisContext* context, std::string messageId, std::string objectKey,
                   std::string replyChannel, int count, const UpdateHandlerEntry* rows,

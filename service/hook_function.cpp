@@ -1,4 +1,4 @@
-// The hook: routes by message id. Serving a request is left to the workers.
+// The hook: a table from message id to worker, and the refusal of every other id.
 #include "service/hook_function.h"
 
 #include "log_line.h"

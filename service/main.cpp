@@ -1,4 +1,4 @@
-// Start-up and shutdown of the service, in order. Everything else is left to the subsystems.
+// Start-up and shutdown of the service, step by step.
 #include "agent/handler_tables.h"
 #include "log_line.h"
 #include "process_state.h"
@@ -32,8 +32,8 @@ void readSchemaTypeIds() {
     G_ResourceTypeIds.instanceCollectionKey = G_Plugin.m_instanceCollection;
 }
 
-// The workers first, in the order of their fnTypes, then the hook.
-//   name   kept by the host, which may read it until the process ends
+// Registers the workers in the order of their fnTypes, then the hook. The host keeps `name` and may
+// read it until the process ends.
 void registerWithHost(char** name) {
     G_Binding.ovrAddRunningThread(OrvaneWebGUI_CreateObject, *name);
     G_Binding.ovrAddRunningThread(OrvaneWebGUI_ReadObject, *name);

@@ -1,5 +1,5 @@
-// The plugin object: it owns the service's own connection to the object store, maps plugin ids to
-// their bindings, and looks up what the schema registry says of the resource.
+// The plugin object: owns the service's connection to the object store, maps plugin ids to their
+// bindings, and looks up the resource in the schema registry.
 #pragma once
 
 #include "log_line.h"
@@ -16,33 +16,32 @@
 // The one id under which this service keeps its binding.
 inline constexpr unsigned int kPluginId = 100;
 
-// The database type that has a connection to the object store.
+// The only database type that is connected to the object store.
 inline constexpr int kRedisDatabase = 1;
 
-// Constructed before `main`, used by the main thread, destroyed by the exit handlers. The members
-// are open to the service, which is their only user.
+// Constructed before `main`, destroyed by the exit handlers. The members are public: all of
+// service/ uses them. The hook and the workers read m_bindings; only the constructor writes it.
 template <typename Binding>
 class ovrPlugin {
 public:
-    // Opens the connection and records the binding, which is borrowed. Leaves std::cout in
+    // Opens the connection and records the binding, which it borrows. Switches std::cout to
     // hexadecimal for the rest of the process.
-    //   databaseType   1; any other is said on standard output and gets no connection
+    //   databaseType   1; any other is logged and gets no connection
     ovrPlugin(int databaseType, unsigned int pluginId, Binding* binding);
 
-    // Closes the connection. The bindings stay.
+    // Closes the connection, leaves the bindings alone.
     virtual ~ovrPlugin();
     ovrPlugin(const ovrPlugin&) = delete;
     ovrPlugin& operator=(const ovrPlugin&) = delete;
 
-    // Looks up the schema type id and the instance-collection key of a schema type string.
-    // Returns true when both were found; the fields of what was not keep their values, and
-    // the first failure is said on standard output.
+    // Looks up the schema type id and the instance-collection key of a schema type string. Returns
+    // true if both exist. Logs the first failure; what was not found keeps its old value.
     bool lookupSchemaTypeIds(const char* schemaType);
 
-    std::map<unsigned int, Binding*> m_bindings; // an absent id reads as null, and stays so
-    unsigned int m_bindCount = 0;                // bindings added, an id given twice included
-    redisContext* m_redis = nullptr;             // null when not connected
-    int m_option = 15;                           // set, and read by nothing here
+    std::map<unsigned int, Binding*> m_bindings; // operator[] inserts null for an absent id
+    unsigned int m_bindCount = 0;                // bindings added, repeated ids included
+    redisContext* m_redis = nullptr;             // null if not connected
+    int m_option = 15;                           // set by `main`, never read
     std::string m_schemaType;
     std::string m_typeId;
     std::string m_instanceCollection;

@@ -1,5 +1,5 @@
-// The two process-wide objects that tie the process to the plugin host. Defined in
-// process_state.cpp, the binding first.
+// The two process-wide objects that connect the process to the plugin host. process_state.cpp
+// defines them, the binding first.
 #pragma once
 
 #include "platform/plugin_host.h"

@@ -1,6 +1,5 @@
-// Every process-wide object that more than one file works on, in one place, since the order of
-// construction matters: the plugin object opens the connection and keeps a pointer to the binding.
-// The exit handlers destroy them in reverse order.
+// The process-wide objects whose order of construction matters: the plugin object opens the
+// connection and keeps a pointer to the binding. The exit handlers destroy them in reverse order.
 #include <iostream> // the standard streams come first
 
 #include "agent/webgui_agent.h"
@@ -9,7 +8,7 @@
 
 #include <memory>
 
-// NOLINTBEGIN(cert-err58-cpp): without them there is no process; an exception ends it
+// NOLINTBEGIN(cert-err58-cpp): the process cannot run without them; an exception ends it
 ovrBindCAPIToOssel G_Binding;
 ovrPlugin<ovrBindCAPIToOssel> G_Plugin(kRedisDatabase, kPluginId, &G_Binding);
 // NOLINTEND(cert-err58-cpp)

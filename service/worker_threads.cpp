@@ -1,5 +1,4 @@
-// The request workers: one design with three sets of parameters. Serving a request is left to the
-// entry points in requests/.
+// The request workers: one loop with three sets of parameters.
 #include "service/worker_threads.h"
 
 #include "agent/handler_tables.h"
@@ -20,8 +19,8 @@ struct Disconnect {
 };
 
 // The loop of a worker.
-//   body    the thread body's name
-//   serve   called with the connection and each request; answers it
+//   body    the thread body's name, for the log
+//   serve   answers one request on this worker's connection
 template <typename Serve>
 void* serveRequests(const char* body, fnTypes function, Serve serve) {
     const std::unique_ptr<redisContext, Disconnect> context(osselRedisConnect());

@@ -1,8 +1,7 @@
-// The bodies of the three request workers, one for each kind of request. Each opens a connection of
-// its own, then takes and serves requests one at a time until the plugin host ends it from inside
-// a take; it returns by itself, with null, only when it cannot connect.
-//
-// Not noexcept, and nothing in them may catch (...): that is how the host ends them.
+// The bodies of the three request workers, one per kind of request. Each opens its own connection,
+// then takes and serves one request at a time. A body that cannot connect logs that and returns
+// null; otherwise it never returns: the plugin host ends it by an exception out of a take. A body
+// must therefore not be noexcept, and nothing it calls may catch (...).
 #pragma once
 
 #include <string>

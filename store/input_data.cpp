@@ -1,5 +1,4 @@
-// The input side of the instance operations: what a request carries, read from its request
-// object. What the values mean is left to the handlers, in agent/.
+// Reading a request object: the target and the values that the request carries.
 #include "log_line.h"
 #include "requests/return_messages.h"
 #include "store/instance_operations.h"
@@ -15,16 +14,16 @@ bool sameName(const char* one, const char* other) {
     return std::strncmp(one, other, sizeof(FieldValuePair::name)) == 0;
 }
 
-// Room for the wanted properties with their names filled in, or null.
+// Allocates one record per wanted property and fills in the names. Returns null without memory.
 FieldValuePair* allocateRecords(int count, const char* const* names) {
     auto* records = static_cast<FieldValuePair*>(
         std::calloc(static_cast<std::size_t>(count), sizeof(FieldValuePair)));
-    // Meant: the count narrows to 8 bits for the names alone.
+    // Meant: for the names alone, the count narrows to 8 bits.
     fillFieldNames(records, names, static_cast<unsigned char>(count));
     return records;
 }
 
-// Copies a stored value into the record of the first wanted property of that name.
+// Copies a stored value into the first record whose wanted name matches.
 void copyIfWanted(const FieldValuePair& stored, int count, const char* const* names,
                   FieldValuePair* records) {
     for (int i = 0; i < count; ++i) {

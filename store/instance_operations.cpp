@@ -1,5 +1,5 @@
-// Instance operations: logging, the fall-back from list to set, and the roll-back of half-made
-// instances. How the store keeps hashes and collections is left to the object-store client.
+// Instance operations: logging, the fall-back from list to set, and the roll-back of instances
+// whose creation failed half-way.
 #include "store/instance_operations.h"
 
 #include "log_line.h"
@@ -43,7 +43,7 @@ int updateInstance(redisContext* context, std::string uuid, const FieldValuePair
         logLine(kName, "Failed to call osselCreateHashTable( ", uuid, ", ..., ", count, " ).");
         return code;
     }
-    // Meant: unlike createInstance, for every ttl, and a failure is tolerated.
+    // Meant: unlike in createInstance, for every ttl, and a failure is tolerated.
     if (osselHashAppendTTLObject(context, uuid.c_str(), ttl) != 0) {
         logLine(kName, "Failed to call osselHashAppendTTLObject( ", uuid, ", ", ttl, " ).");
     }

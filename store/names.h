@@ -1,10 +1,11 @@
-// Keys and field names in the object store that this service reads and writes.
+// Field names of request objects and of the resource tree.
 #pragma once
 
-// The request object's field that names the instance the request is for.
+// The field of a request object that names the target instance.
 inline constexpr char kOriginalObjectIdField[] = "OriginalObjID";
 
-// Fields of the Actions document, which are also the names of its schema definitions.
+// The links of the tree, which are also field names in the schema definitions: WebGUI to Actions,
+// and Actions to its three children.
 inline constexpr char kActionsField[] = "Actions";
 inline constexpr char kOemField[] = "Oem";
 inline constexpr char kTurnOffLCDField[] = "#WebGUI.TurnOffLCD";

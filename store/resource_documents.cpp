@@ -1,5 +1,4 @@
-// The documents of the resource tree: names, values and UUIDs of the five instances. Writing
-// them into the store is left to the resource tree.
+// Filling the documents of the five instances.
 #include "store/resource_documents.h"
 
 #include "agent/webgui_agent.h"
@@ -15,7 +14,7 @@ ResourceDocuments G_ResourceDocuments;
 
 namespace {
 
-// Counts the instances of this process; never reset.
+// The next instance's number; never reset.
 int uuidCounter = 0;
 
 MallocPtr<FieldValuePair[]> allocate(DocumentLayout layout) {
@@ -98,7 +97,7 @@ std::string generateInstanceUUID(int) {
 int WebGUIPlugin_FillDocument(redisContext* context, std::string* uuid, int index) {
     constexpr DocumentLayout kWebGUI = kWebGUILayout;
     *uuid = generateInstanceUUID(index);
-    // The framework completes these four.
+    // Written empty; the object store's framework completes them.
     setWebGUIValue(fieldPosition(kWebGUI, "@odata.context"), "");
     setWebGUIValue(fieldPosition(kWebGUI, "@odata.id"), "");
     setWebGUIValue(fieldPosition(kWebGUI, "@odata.type"), "");

@@ -1,8 +1,8 @@
-// The documents of the resource tree: the field records of its five instances, the UUIDs of
-// these instances, and the type ids that the documents carry. Main thread only.
+// The documents of the resource tree: the field records of its five instances, with the instances'
+// UUIDs and type ids. Main thread only.
 //
-// The fillers read the settings through G_WebGUIAgent, which must exist, write into
-// G_ResourceDocuments, which must be allocated, and return 1, always.
+// The fillers need G_WebGUIAgent, whose settings they read, and an allocated G_ResourceDocuments,
+// which they fill. They always return 1.
 #pragma once
 
 #include "platform/ossel.h"
@@ -14,7 +14,7 @@
 #include <string>
 #include <string_view>
 
-// The field names of the five documents, one after the other, in record order.
+// The field names of the five documents in record order, one document after the other.
 inline constexpr const char* kFieldNames[] = {
     // WebGUI
     "@odata.context", "@odata.id", "@odata.type", "ActiveAlarmScreensaver", "BacklightOff",
@@ -30,7 +30,7 @@ inline constexpr const char* kFieldNames[] = {
     // GUIReady
     "target", "typeID"};
 
-// Which of the names belong to a document: it has one record per name.
+// The names of one document, which has one record per name.
 struct DocumentLayout {
     int first;
     int count;
@@ -43,7 +43,7 @@ inline constexpr DocumentLayout kTurnOffLCDLayout{25, 3};
 inline constexpr DocumentLayout kGUIReadyLayout{28, 2};
 static_assert(kGUIReadyLayout.first + kGUIReadyLayout.count == std::size(kFieldNames));
 
-// The record that holds a field. A name that the document lacks does not compile.
+// Returns the position of a field's record. Does not compile for a name that the document lacks.
 consteval std::size_t fieldPosition(DocumentLayout layout, std::string_view name) {
     int position = 0;
     while (layout.names()[position] != name) {
@@ -54,7 +54,7 @@ consteval std::size_t fieldPosition(DocumentLayout layout, std::string_view name
     return static_cast<std::size_t>(position);
 }
 
-// The five field-record arrays. They live only while the tree is built.
+// The field records of the five documents. Allocated only while the tree is built.
 struct ResourceDocuments {
     MallocPtr<FieldValuePair[]> webGUI;
     MallocPtr<FieldValuePair[]> actions;
@@ -64,25 +64,24 @@ struct ResourceDocuments {
 };
 extern ResourceDocuments G_ResourceDocuments;
 
-// Allocates the five arrays, zeroed. False when there is no memory for one of them; those that
-// there are stay until freeResourceDocuments.
+// Allocates the five arrays, zeroed. Returns false if memory runs out; call freeResourceDocuments
+// in either case.
 bool allocateResourceDocuments();
 void freeResourceDocuments();
 
-// Zeroes the five documents and writes their field names.
+// Empties the five documents and writes their field names.
 void nameResourceDocuments();
 
-// Reads the type ids of the five instances from the schema definitions in the store into
-// G_ResourceTypeIds, whose schemaTypeId names them.
-//   result   0 all found; 1 one is missing, nothing logged
+// Reads the type ids of the five instances from the schema definitions in the store, starting from
+// G_ResourceTypeIds.schemaTypeId, into G_ResourceTypeIds.
+//   result   0 all found; 1 at least one is missing, which is not logged
 int loadDefinitionTypeIds(redisContext* context);
 
-// The next instance UUID: fixed and repeatable, 000 to 004 for the one tree of a process. From
-// the 1000th on the text is cut to 36 characters, so that UUIDs repeat. The index is not used.
+// Returns the next instance UUID. Every process counts from 000; its one tree uses 000 to 004. From
+// 1000 on the text is cut to 36 characters, so that UUIDs repeat. The index is not used.
 std::string generateInstanceUUID(int index);
 
-// Fill one document with its values and hand back the instance's fresh UUID; a document
-// with children fills theirs too.
+// Fill one document and its children's, and set `uuid` to a fresh UUID for the instance.
 int WebGUIPlugin_FillDocument(redisContext* context, std::string* uuid, int index);
 int fillActionsDocument(redisContext* context, std::string* uuid, int index);
 int fillOemDocument(redisContext* context, std::string* uuid, int index);

@@ -1,5 +1,4 @@
-// Building the resource tree. Taking it down is resource_tree_removal.cpp; the texts of the
-// documents are left to the resource documents.
+// Building the resource tree, with the roll-back of a failed start.
 #include "store/resource_tree.h"
 
 #include "log_line.h"
@@ -14,11 +13,11 @@ namespace {
 
 constexpr unsigned int kInstanceCount = 1;
 
-// Seconds. Only the WebGUI instance counts as fresh for a time; the others have no time-to-live.
+// Seconds. Only the WebGUI instance has a time-to-live.
 constexpr int kWebGUITtl = 1;
 constexpr int kNoTtl = 0;
 
-// Creates instance `index` and enters it in the key set and in its slot.
+// Creates instance `index` and adds its UUID to the key set and the slot.
 bool buildInstance(redisContext* context, int index, InstanceSlot* slot) {
     nameResourceDocuments();
     std::string uuid;
@@ -48,7 +47,7 @@ bool buildAndRegister(redisContext* context, InstanceSlot* instances) {
     return true;
 }
 
-// Meant: the top-level hashes and the collection alone; neither memberships nor subtrees.
+// Meant: deletes only the top-level hashes and the collection, neither memberships nor subtrees.
 void rollBack(redisContext* context) {
     for (const std::string& uuid : G_InstanceKeys) {
         deleteInstance(context, uuid, "");
@@ -67,7 +66,7 @@ int createLeaf(redisContext* context, const char* function, const std::string& u
     return code;
 }
 
-// The UUIDs of the leaves, as the Actions document names them and for as long as it is there.
+// The UUIDs of the leaves, borrowed from the Actions document.
 struct Leaves {
     const char* oem;
     const char* turnOffLCD;
@@ -143,7 +142,7 @@ int OrvaneWebGUI_Actions_Init_Create(redisContext* context, std::string uuid,
     const Leaves leaves = leavesOfActionsDocument();
     int code = createLeaves(context, leaves);
     if (code != 0) {
-        // Meant: this one text after the failure of any leaf.
+        // Meant: the same text whichever leaf has failed.
         logLine(kName, "Failed to call OrvaneWebGUI_TurnOffLCD_CreateInstance().");
         return code;
     }

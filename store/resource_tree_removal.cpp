@@ -1,5 +1,4 @@
-// Taking the resource tree down, children before parents, past every failure. Building it is
-// resource_tree.cpp.
+// Taking the resource tree down, children before parents, past every failure.
 #include "log_line.h"
 #include "process_state.h"
 #include "store/instance_operations.h"
@@ -20,7 +19,7 @@ int deleteLeaf(redisContext* context, const char* function, const std::string& u
     return code;
 }
 
-// A child of the Actions instance: the field that names it and how it is deleted.
+// A child of the Actions instance: the field that names it, and the function that deletes it.
 struct Child {
     const char* field;
     int (*remove)(redisContext*, std::string, std::string);

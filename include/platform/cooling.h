@@ -1,5 +1,5 @@
-// libcooling.so: the cooling unit. Every call returns 0 for success and non-zero for
-// failure, after a bounded wait. Any thread.
+// libcooling.so: the cooling unit. Every call returns 0 for success and non-zero for failure, after
+// a bounded wait. Any thread.
 #pragma once
 
 #pragma GCC visibility push(default)
@@ -7,12 +7,12 @@ extern "C" {
 
 // Writes the temperature scale: 0 imperial, 1 metric.
 //   unit, flags  always 0
-//   user         who asked for it, NUL-terminated
+//   user         who has asked for it, NUL-terminated
 int CoolSetTempScale(int unit, int scale, const char* user, int flags);
 
 // Reads the temperature scale. A failed read leaves *scale untouched.
 //   unit, flags  always 0
-//   text         room for 1024 characters; ends in a NUL
+//   text         room for 1024 characters; receives a NUL-terminated text
 int CoolGetTempScale(int unit, int* scale, int flags, char* text);
 
 } // extern "C"

@@ -1,20 +1,20 @@
-// liblcdpanel.so: the LCD panel. Every call returns 0 for success and non-zero for failure;
-// a value out of range fails without any effect. Any thread, one at a time.
+// liblcdpanel.so: the LCD panel. Every call returns 0 for success and non-zero for failure; a value
+// out of range fails without effect. Any thread, one at a time.
 #pragma once
 
 #pragma GCC visibility push(default)
 extern "C" {
 
-// Brightness level, 1 to 7.
+// Sets the brightness, level 1 to 7.
 int LCDBrightnessSet(int level);
 
-// Idle time in seconds after which the panel goes dark; 0 is never.
+// Sets the idle time in seconds after which the panel goes dark; 0 means never.
 int LCDBlankTimeOutSet(int seconds);
 
-// 0 darkens the panel now, 1 lights it.
+// Darkens the panel now (mode 0) or lights it (mode 1).
 int LCDBlank(int mode);
 
-// Prepares the environment of the panel's display server.
+// Prepares the process environment for the panel's display server.
 int xset_env_init(void);
 
 } // extern "C"

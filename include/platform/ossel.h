@@ -1,12 +1,11 @@
 // libossel.so: the client of the redis-backed object store.
 //
 // For every function that does not say otherwise:
-//   context  an open connection, borrowed; one thread at a time. Null is a failure
+//   context  an open connection, borrowed, used by one thread at a time; null fails
 //   texts    NUL-terminated, borrowed
-//   result   0 success, non-zero failure
+//   result   0 success, non-zero failure, which is logged to standard error in one line
 //   throws   never
-//   threads  any, each with a connection of its own
-// What goes wrong is said on standard error, one line each.
+//   threads  any, each with its own connection
 #pragma once
 
 #include "records.h"
@@ -15,8 +14,8 @@
 
 struct redisContext;
 
-// One Redfish event. Texts are NUL-terminated. `arguments` points to `argumentCount`
-// texts in slots of 1024 bytes, borrowed.
+// One Redfish event. Texts are NUL-terminated. `arguments` points to `argumentCount` borrowed texts
+// in slots of 1024 bytes.
 struct OsselEvent {
     char reserved0[256];
     char eventType[256];
@@ -42,73 +41,71 @@ static_assert(offsetof(OsselEvent, reserved2) == (sizeof(void*) == 4 ? 1581 : 15
 #pragma GCC visibility push(default)
 extern "C" {
 
-// A new connection to the store, or null. The caller disconnects it.
+// Opens a connection to the store; null on failure. The caller disconnects it.
 redisContext* osselRedisConnect(void);
 
-// Closes and frees a connection. Null is ignored.
+// Closes and frees a connection. Ignores null.
 void osselRedisDisconnect(redisContext* context);
 
 // Writes a fresh UUID: 36 characters and a NUL.
 int osselGenerateUUID(redisContext* context, char* uuid);
 
-// Stores a return message under `uuid`. The arguments follow as const char*, closed by
-// a null pointer.
+// Stores a return message under `uuid`. The arguments follow as const char*, ended by a null
+// pointer.
 int osselCreateReturnMessage(redisContext* context, const char* uuid, const char* messageId, ...);
 
-// Publishes a message. That nobody listens is success.
+// Publishes a message. Succeeds even without subscribers.
 int osselPublishToChannel(redisContext* context, const char* channel, const char* message);
 
-// Sets these fields of the hash; other fields stay.
+// Sets these fields of the hash and leaves its others alone.
 int osselCreateHashTable(redisContext* context, const char* key, const FieldValuePair* fields,
                          int count);
 
-// Removes the key, whatever its kind. An absent or empty key is success.
+// Deletes the key, whatever its type. Succeeds for an absent or empty key.
 int osselDeleteHash(redisContext* context, const char* key);
 
-// Reads one field: at most 255 characters and a NUL are written. A missing key or
-// field is a failure.
+// Reads one field; writes at most 255 characters and a NUL. Fails for a missing key or field.
 int osselGetHashField(redisContext* context, const char* key, const char* field, char* value);
 
-// Reads a whole hash into a `malloc`ed array that the caller frees; null and 0 when there
-// is nothing or it cannot be read.
+// Reads a whole hash into a `malloc`ed array that the caller frees; null and 0 if it does not exist
+// or cannot be read.
 FieldValuePair* osselHashGetAll(redisContext* context, const char* key, unsigned int* count);
 
-// Unlike the others: non-zero when the stored field equals `value`; 0 when it differs,
-// is missing or cannot be read.
+// Unlike the others, returns non-zero if the stored field equals `value`, and 0 if it differs, is
+// missing or cannot be read.
 int osselIsFieldMatched(redisContext* context, const char* key, const char* field,
                         const char* value);
 
-// Marks the instance as fresh for `ttl` seconds. 0 or less takes the mark away, which is
-// success too.
+// Marks the instance as fresh for `ttl` seconds; 0 or less removes the mark, and succeeds too.
 int osselHashAppendTTLObject(redisContext* context, const char* key, int ttl);
 
-// Drops the cached ETag of the instance. Nothing cached is success.
+// Drops the cached ETag of the instance, if any.
 int osselClearETagCache(redisContext* context, const char* key);
 
-// Appends to a list. Fails where the key holds a set; a value that the list holds
-// already is left alone, which is success.
+// Appends a value to a list unless the list holds it already, which is success. Fails if the key
+// holds a set.
 int osselListRightPush(redisContext* context, const char* key, const char* value);
 
-// Removes `count` occurrences of the value from a list. Fails where nothing was removed.
+// Removes `count` occurrences of the value from a list. Fails if there are none.
 int osselLREM(redisContext* context, const char* key, int count, const char* value);
 
-// Adds to a set. A present member is success. `flag` has no effect.
+// Adds a member to a set, if absent. `flag` has no effect.
 int osselSADD(redisContext* context, const char* key, const char* member, int flag);
 
-// Takes a member out of a set. Fails where nothing was removed.
+// Removes a member from a set. Fails if it is absent.
 int osselRemoveInstanceFromSet(redisContext* context, const char* key, const char* member);
 
-// Reads the members of a set, or of a list, into a `malloc`ed array that the caller
-// frees. An empty or absent one is 0 members and success.
+// Reads the members of a set or a list into a `malloc`ed array that the caller frees. An absent one
+// has 0 members.
 int osselSMembers(redisContext* context, const char* key, InstanceSlot** members,
                   unsigned int* count);
 
-// Makes a set of `count` members.
+// Creates a set of `count` members.
 int osselCreateSetTable(redisContext* context, const char* key, const InstanceSlot* members,
                         unsigned int count);
 
-// Mode 0 adds the members of the set to the work tree of the collection, mode 1 takes
-// them out. Nothing to change is success. The set is consumed. `flag` has no effect.
+// Adds the members of the set to the work tree of the collection (mode 0) or removes them (mode 1).
+// Succeeds if nothing changes. Consumes the set. `flag` has no effect.
 int osselRenewCollection(redisContext* context, int mode, const char* collectionKey,
                          const char* setKey, unsigned char flag);
 
@@ -116,12 +113,11 @@ int osselRenewCollection(redisContext* context, int mode, const char* collection
 int osselCreateEventObject(redisContext* context, const char* source, int kind,
                            const OsselEvent* events, int count);
 
-// The id of the schema type whose `field` holds `value` in the registry `key`: `malloc`ed,
-// freed by the caller, or null. Works on the connection that the process opened first;
-// null when there is none.
+// Returns the id of the schema type whose `field` holds `value` in the registry `key`, `malloc`ed
+// and freed by the caller; null on failure. Uses the connection that the process opened first.
 char* olGetSchemaTypeIdByField(const char* key, const char* field, const char* value);
 
-// One property of an object, as olGetSchemaTypeIdByField.
+// Returns one property of an object, in the same way.
 char* olObjGetProperty(const char* objectKey, const char* property);
 
 } // extern "C"

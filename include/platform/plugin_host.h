@@ -1,5 +1,5 @@
-// libovrhost.so: the plugin host. It receives the requests that the Redfish side
-// publishes, calls the hook for each, and runs the worker threads of the daemon.
+// libovrhost.so: the plugin host. It receives the requests that the Redfish side publishes, calls
+// the hook for each, and runs the daemon's worker threads.
 #pragma once
 
 #include <string>
@@ -7,13 +7,13 @@
 
 struct redisContext;
 
-// What a thread wants of ovrThreadInstructionPost.
+// What ovrThreadInstructionPost is to do.
 enum lockType {
     lockTake = 0, // wait for the next request of a kind and take it
-    lockPost = 1, // deposit a request for the worker of a kind
+    lockPost = 1, // queue a request for the worker of a kind
 };
 
-// The kinds of request; each has a queue of its own, first in, first out.
+// The kinds of request. Each has its own queue, first in, first out.
 enum fnTypes {
     fnCreate = 0,
     fnRead = 1,
@@ -34,17 +34,17 @@ public:
     ovrComSupport(const ovrComSupport&) = delete;
     ovrComSupport& operator=(const ovrComSupport&) = delete;
 
-    // Registers a thread. It starts inside ovrThreadWaitForExit and is ended by an
-    // exception out of a take: a body is neither noexcept nor has it a catch (...).
+    // Registers a thread. It starts inside ovrThreadWaitForExit, and an exception out of a take
+    // ends it: a body must not be noexcept or contain a catch (...).
     void ovrAddRunningThread(void* (*body)(std::string), std::string name);
 
-    // lockPost copies the request and returns at once; any thread. lockTake waits and fills
-    // the request; each post is taken exactly once. A take never returns without one.
+    // lockPost copies the request and returns at once; any thread. lockTake waits for a request and
+    // fills it in; it never returns without one. Each post is taken exactly once.
     void ovrThreadInstructionPost(lockType lock, RequestTriple* request, fnTypes function);
 
-    // Starts the registered threads and the hook's thread and blocks until an orderly stop
-    // (SIGTERM, SIGINT) has let every worker finish what was accepted, or until every
-    // worker has ended by itself. Main thread.
+    // Starts the registered threads and the hook's thread. Blocks until, after SIGTERM or SIGINT,
+    // the workers have finished what was accepted, or until every worker has ended by itself. Main
+    // thread.
     void ovrThreadWaitForExit();
 
 private:
@@ -63,18 +63,19 @@ public:
     ovrBindCAPIToOssel(const ovrBindCAPIToOssel&) = delete;
     ovrBindCAPIToOssel& operator=(const ovrBindCAPIToOssel&) = delete;
 
-    // The id under which the provider directory lists this provider.
+    // Sets the id under which the provider directory lists this provider.
     void ovrcbIdSet(std::string callbackId);
 
-    // The daemon's connection; borrowed. The host works on one of its own.
+    // Sets the daemon's connection, borrowed. The host uses a connection of its own.
     void ovrRedisContextSet(redisContext* context);
 
-    // The function to call for each request, on one thread of the host's own and only
-    // inside ovrThreadWaitForExit. Its texts live until it returns.
+    // Sets the function to call for each request, on a thread of the host's and only inside
+    // ovrThreadWaitForExit. The texts live until it returns.
     void ovrHookFnSet(void (*hook)(char* msgId, char* reqArg, char* replyChannel));
 
-    // Enters the provider directory and subscribes at once to the channel *name: nothing
-    // that is published from then on is lost.
+    // Enters the provider in the directory and subscribes at once to the channel *name, so that
+    // nothing published from then on is lost. `name` is borrowed and must outlive
+    // ovrThreadWaitForExit.
     void ovrHookFnRedisRegister(char** name);
 
 private:
