@@ -1,5 +1,4 @@
-// The fixture of the agent's tests: the agent, and a look at the SQLite connection that the doubles
-// opened for it.
+// The fixture of the agent's tests: the agent, and functions of SQL that answer what a test wants.
 #include "tests/agent/agent_fixture.h"
 
 #include <sqlite3.h>
@@ -8,18 +7,6 @@
 namespace agent_test {
 
 namespace {
-
-sqlite3* g_connection = nullptr;
-
-int onConnection(sqlite3* connection, const char** /*message*/, const void* /*functions*/) {
-    g_connection = connection;
-    return SQLITE_OK;
-}
-
-void watchConnections() {
-    // SQLite hands a different type to an automatic extension than its prototype says.
-    sqlite3_auto_extension(reinterpret_cast<void (*)()>(onConnection));
-}
 
 void countNothing(sqlite3_context* /*context*/, int /*count*/, sqlite3_value** /*values*/) {}
 
@@ -71,15 +58,12 @@ Calls repeated(int times, const Calls& calls) {
 }
 
 AgentTest::AgentTest() {
-    watchConnections();
     doubles::ignore("tql_update_ssqlcol_struct");
     doubles::database().recordStatements = true;
 }
 
 AgentTest::~AgentTest() {
     delete std::exchange(G_WebGUIAgent, nullptr);
-    sqlite3_reset_auto_extension();
-    g_connection = nullptr;
 }
 
 WebGUIAgent& AgentTest::start(const std::string& theme) {
@@ -97,13 +81,9 @@ WebGUIAgent& AgentTest::start(const std::string& theme) {
     return *G_WebGUIAgent;
 }
 
-sqlite3* AgentTest::connection() {
-    return g_connection;
-}
-
 void AgentTest::answerCountWith(const char* text) {
     // The text outlives the connection: tests give literals.
-    ASSERT_EQ(sqlite3_create_function(connection(), "count", 0, SQLITE_UTF8,
+    ASSERT_EQ(sqlite3_create_function(doubles::settingsConnection(), "count", 0, SQLITE_UTF8,
                                       const_cast<char*>(text), nullptr, countNothing, giveText),
               SQLITE_OK);
 }
@@ -113,8 +93,8 @@ void AgentTest::endMemoryAfter(int statements) {
 }
 
 void AgentTest::countRowByRow() {
-    ASSERT_EQ(sqlite3_create_function(connection(), "count", 0, SQLITE_UTF8, nullptr, giveOne,
-                                      nullptr, nullptr),
+    ASSERT_EQ(sqlite3_create_function(doubles::settingsConnection(), "count", 0, SQLITE_UTF8,
+                                      nullptr, giveOne, nullptr, nullptr),
               SQLITE_OK);
 }
 

@@ -47,9 +47,6 @@ protected:
     // The theme row is there, with this value, unless it is empty.
     WebGUIAgent& start(const std::string& theme = "dark");
 
-    // The connection that open_database opened last, as SQLite knows it.
-    static sqlite3* connection();
-
     // An aggregate without arguments that gives this text instead of the number of rows: what
     // `SELECT count(*)` then collects. Null: SQL NULL.
     static void answerCountWith(const char* text);

@@ -59,11 +59,16 @@ protected:
         EXPECT_EQ(agent().getHiLoPeriod(), "24 Hours");
     }
 
-    static void storeOtherRow() {
-        doubles::database().rows = {{"Other", "true", "Deutsch", "2", "Off After 1 Minute",
-                                     "Disabled", "9 Minutes", "Imperial", "DD.MM.YYYY", "12", "YES",
-                                     "false", "1 Hour"}};
+    static std::vector<std::string> otherRow(const char* name) {
+        return {name,       "true",      "Deutsch",  "2",          "Off After 1 Minute",
+                "Disabled", "9 Minutes", "Imperial", "DD.MM.YYYY", "12",
+                "YES",      "false",     "1 Hour"};
     }
+    static void storeOtherRow() {
+        doubles::database().rows = {otherRow("Zolan CMS Web GUI Settings")};
+    }
+    // A row that the condition did not select: only so its name can differ.
+    static void findRowOfAnotherName() { doubles::database().found = {{otherRow("Other")}}; }
     static void expectOtherRow() {
         EXPECT_TRUE(agent().getInitialBoot());
         EXPECT_EQ(agent().getLanguage(), "Deutsch");
@@ -103,7 +108,7 @@ TEST_F(SettingsStartUp, LoadsEveryMemberAndTheTheme) {
     expectDefaults();
     EXPECT_EQ(agent().getName(), "Zolan CMS Web GUI Settings");
     EXPECT_EQ(agent().getTheme(), "light");
-    storeOtherRow();
+    findRowOfAnotherName();
     start();
     expectOtherRow();
     EXPECT_EQ(agent().getName(), "Zolan CMS Web GUI Settings");
@@ -176,7 +181,7 @@ class ReloadData : public SettingsModel {};
 
 TEST_F(ReloadData, InModeZeroLoadsEveryMemberButTheName) {
     start();
-    storeOtherRow();
+    findRowOfAnotherName();
     EXPECT_EQ(agent().reloadData(0), 1U);
     EXPECT_THAT(doubles::calls(), ElementsAre(kQuery, kPause, kFree, kReadTheme));
     EXPECT_EQ(output() + errors(), "");

@@ -20,6 +20,9 @@ namespace doubles {
 
 namespace {
 
+constexpr std::size_t kMaxMessageArguments = 5;
+constexpr std::size_t kArgumentSlot = 1024;
+
 struct HashAnswer {
     FieldValuePair* records;
     unsigned int count;
@@ -30,11 +33,13 @@ struct Store {
     std::map<std::string, std::vector<std::string>> lists;
     std::map<std::string, std::vector<std::string>> sets;
     std::map<std::string, int> freshness;
+    std::set<std::string> etags;
     std::vector<RecordedEvent> events;
     std::optional<HashAnswer> hashAnswer;
     int uuids = 0;
     int connections = 0;
     int openConnections = 0;
+    const redisContext* first = nullptr; // opened while there was no other
     bool hasOwnContext = false;
 };
 
@@ -88,9 +93,9 @@ void addMember(std::vector<std::string>& group, const std::string& member) {
     }
 }
 
-bool isAny(const redisContext* context, std::initializer_list<const char*> texts) {
-    return context == nullptr ||
-           std::ranges::any_of(texts, [](const char* text) { return text == nullptr; });
+template <typename... Pointers>
+bool isAnyNull(const Pointers*... pointers) {
+    return (... || (pointers == nullptr));
 }
 
 char* duplicate(const std::string& text) {
@@ -99,8 +104,31 @@ char* duplicate(const std::string& text) {
     return copy;
 }
 
-bool nobodyIsConnected() {
-    return store().openConnections == 0 && !store().hasOwnContext;
+// Look-ups without a context work on the connection that was opened first, or on the test's own.
+bool hasFirstConnection() {
+    return store().first != nullptr || store().hasOwnContext;
+}
+
+bool isList(const std::string& key) {
+    return store().lists.contains(key);
+}
+
+bool isSet(const std::string& key) {
+    return store().sets.contains(key);
+}
+
+bool isHash(const std::string& key) {
+    return store().hashes.contains(key);
+}
+
+void removeKey(const std::string& key) {
+    store().hashes.erase(key);
+    store().lists.erase(key);
+    store().sets.erase(key);
+}
+
+bool isWhole(const OsselEvent& event) {
+    return event.argumentCount == 0 || (event.argumentCount > 0 && event.arguments != nullptr);
 }
 
 // The answer of a look-up that gives a text: null where nothing was found.
@@ -129,7 +157,8 @@ std::string showEvent(const RecordedEvent& event) {
 RecordedEvent copyOf(const char* source, int kind, const OsselEvent& record) {
     RecordedEvent event{source == nullptr ? "" : source, kind, record, {}};
     for (int i = 0; i < record.argumentCount && record.arguments != nullptr; ++i) {
-        event.arguments.emplace_back(record.arguments + std::ptrdiff_t{1024} * i);
+        const char* const slot = record.arguments + kArgumentSlot * static_cast<std::size_t>(i);
+        event.arguments.emplace_back(slot, ::strnlen(slot, kArgumentSlot));
     }
     event.record.arguments = nullptr;
     return event;
@@ -169,6 +198,10 @@ std::map<std::string, std::vector<std::string>>& sets() {
 
 std::map<std::string, int>& freshness() {
     return store().freshness;
+}
+
+std::set<std::string>& etags() {
+    return store().etags;
 }
 
 std::vector<RecordedEvent>& events() {
@@ -218,6 +251,8 @@ void provision() {
 } // namespace doubles
 
 using doubles::Fault;
+using doubles::isAnyNull;
+using doubles::kMaxMessageArguments;
 using doubles::Shape;
 using doubles::detail::arguments;
 using doubles::detail::enter;
@@ -238,7 +273,9 @@ redisContext* osselRedisConnect(void) {
     auto* const context =
         static_cast<redisContext*>(doubles::detail::allocate(sizeof(redisContext)));
     context->number = ++doubles::store().connections;
-    ++doubles::store().openConnections;
+    if (doubles::store().openConnections++ == 0) {
+        doubles::store().first = context;
+    }
     return context;
 }
 
@@ -247,6 +284,9 @@ void osselRedisDisconnect(redisContext* context) {
     doubles::detail::record("osselRedisDisconnect", arguments(context));
     if (context != nullptr && context != &doubles::g_ownContext) {
         --doubles::store().openConnections;
+        if (doubles::store().first == context) {
+            doubles::store().first = nullptr;
+        }
         std::free(context);
     }
 }
@@ -254,7 +294,7 @@ void osselRedisDisconnect(redisContext* context) {
 int osselGenerateUUID(redisContext* context, char* uuid) {
     const Lock lock(mutex());
     const int code = enter("osselGenerateUUID", arguments(context));
-    if (code != 0 || context == nullptr) {
+    if (code != 0 || isAnyNull(context, uuid)) {
         return code != 0 ? code : refused();
     }
     copyBounded(uuid, 37, doubles::uuid(++doubles::store().uuids));
@@ -278,17 +318,20 @@ int osselCreateReturnMessage(redisContext* context, const char* uuid, const char
         shown += ", " + show(text);
     }
     const int code = enter("osselCreateReturnMessage", shown + ", null");
-    if (code != 0 || doubles::isAny(context, {uuid, messageId})) {
+    if (code != 0 || isAnyNull(context, uuid, messageId) || texts.size() > kMaxMessageArguments ||
+        doubles::isList(uuid) || doubles::isSet(uuid)) {
         return code != 0 ? code : refused();
     }
-    doubles::hashes()[uuid] = std::move(fields);
+    for (const auto& [name, value] : fields) {
+        doubles::setField(uuid, name, value);
+    }
     return 0;
 }
 
 int osselPublishToChannel(redisContext* context, const char* channel, const char* message) {
     const Lock lock(mutex());
     const int code = enter("osselPublishToChannel", arguments(context, channel, message));
-    const bool refuses = code == 0 && doubles::isAny(context, {channel, message});
+    const bool refuses = code == 0 && isAnyNull(context, channel, message);
     return refuses ? refused() : code;
 }
 
@@ -297,11 +340,13 @@ int osselCreateHashTable(redisContext* context, const char* key, const FieldValu
     const Lock lock(mutex());
     const int code =
         enter("osselCreateHashTable", arguments(context, key, Plain{show(fields, count)}, count));
-    if (code != 0 || doubles::isAny(context, {key}) || fields == nullptr) {
+    if (code != 0 || isAnyNull(context, key, fields) || count <= 0 || doubles::isList(key) ||
+        doubles::isSet(key)) {
         return code != 0 ? code : refused();
     }
     for (int i = 0; i < count; ++i) {
-        doubles::setField(key, fields[i].name, fields[i].value);
+        doubles::setField(key, std::string(boundedText(fields[i].name)),
+                          std::string(boundedText(fields[i].value)));
     }
     return 0;
 }
@@ -309,18 +354,19 @@ int osselCreateHashTable(redisContext* context, const char* key, const FieldValu
 int osselDeleteHash(redisContext* context, const char* key) {
     const Lock lock(mutex());
     const int code = enter("osselDeleteHash", arguments(context, key));
-    if (code != 0 || doubles::isAny(context, {key})) {
+    if (code != 0 || isAnyNull(context, key)) {
         return code != 0 ? code : refused();
     }
-    doubles::hashes().erase(key);
-    doubles::lists().erase(key);
-    doubles::sets().erase(key);
+    doubles::removeKey(key);
     return 0;
 }
 
 int osselGetHashField(redisContext* context, const char* key, const char* field, char* value) {
     const Lock lock(mutex());
     const Fault fault = enterCall("osselGetHashField", arguments(context, key, field));
+    if (isAnyNull(context, key, field, value)) {
+        return fault ? fault.code : refused();
+    }
     if (fault.shape == Shape::emptyText) {
         value[0] = '\0';
         return 0;
@@ -329,8 +375,7 @@ int osselGetHashField(redisContext* context, const char* key, const char* field,
         std::memcpy(value, "left by a failure", sizeof "left by a failure");
         return fault.code;
     }
-    const std::string* const found =
-        doubles::isAny(context, {key, field}) ? nullptr : doubles::findField(key, field);
+    const std::string* const found = doubles::findField(key, field);
     if (found == nullptr) {
         return refused();
     }
@@ -343,6 +388,10 @@ int osselGetHashField(redisContext* context, const char* key, const char* field,
 FieldValuePair* osselHashGetAll(redisContext* context, const char* key, unsigned int* count) {
     const Lock lock(mutex());
     const Fault fault = enterCall("osselHashGetAll", arguments(context, key));
+    if (count == nullptr) {
+        refused();
+        return nullptr;
+    }
     *count = fault.shape == Shape::nullArray ? 1 : 0;
     if (fault.shape == Shape::emptyArray) {
         return static_cast<FieldValuePair*>(doubles::detail::allocate(sizeof(FieldValuePair)));
@@ -350,7 +399,7 @@ FieldValuePair* osselHashGetAll(redisContext* context, const char* key, unsigned
     if (fault) {
         return nullptr;
     }
-    if (doubles::isAny(context, {key})) {
+    if (isAnyNull(context, key)) {
         refused();
         return nullptr;
     }
@@ -377,7 +426,7 @@ int osselIsFieldMatched(redisContext* context, const char* key, const char* fiel
                         const char* value) {
     const Lock lock(mutex());
     const int code = enter("osselIsFieldMatched", arguments(context, key, field, value));
-    const std::string* const found = code != 0 || doubles::isAny(context, {key, field, value})
+    const std::string* const found = code != 0 || isAnyNull(context, key, field, value)
                                          ? nullptr
                                          : doubles::findField(key, field);
     if (found == nullptr || *found != value) {
@@ -390,7 +439,7 @@ int osselIsFieldMatched(redisContext* context, const char* key, const char* fiel
 int osselHashAppendTTLObject(redisContext* context, const char* key, int ttl) {
     const Lock lock(mutex());
     const int code = enter("osselHashAppendTTLObject", arguments(context, key, ttl));
-    if (code != 0 || doubles::isAny(context, {key})) {
+    if (code != 0 || isAnyNull(context, key)) {
         return code != 0 ? code : refused();
     }
     doubles::freshness().erase(key);
@@ -403,14 +452,18 @@ int osselHashAppendTTLObject(redisContext* context, const char* key, int ttl) {
 int osselClearETagCache(redisContext* context, const char* key) {
     const Lock lock(mutex());
     const int code = enter("osselClearETagCache", arguments(context, key));
-    return code == 0 && doubles::isAny(context, {key}) ? refused() : code;
+    if (code != 0 || isAnyNull(context, key)) {
+        return code != 0 ? code : refused();
+    }
+    doubles::etags().erase(key);
+    return 0;
 }
 
 int osselListRightPush(redisContext* context, const char* key, const char* value) {
     const Lock lock(mutex());
     const int code = enter("osselListRightPush", arguments(context, key, value));
-    if (code != 0 || doubles::isAny(context, {key, value}) || doubles::sets().contains(key) ||
-        doubles::hashes().contains(key)) {
+    if (code != 0 || isAnyNull(context, key, value) || doubles::isSet(key) ||
+        doubles::isHash(key)) {
         return code != 0 ? code : refused();
     }
     doubles::addMember(doubles::lists()[key], value);
@@ -420,7 +473,7 @@ int osselListRightPush(redisContext* context, const char* key, const char* value
 int osselLREM(redisContext* context, const char* key, int count, const char* value) {
     const Lock lock(mutex());
     const int code = enter("osselLREM", arguments(context, key, count, value));
-    if (code != 0 || doubles::isAny(context, {key, value})) {
+    if (code != 0 || isAnyNull(context, key, value)) {
         return code != 0 ? code : refused();
     }
     return doubles::removeMember(doubles::lists(), key, value) ? 0 : refused();
@@ -429,8 +482,8 @@ int osselLREM(redisContext* context, const char* key, int count, const char* val
 int osselSADD(redisContext* context, const char* key, const char* member, int flag) {
     const Lock lock(mutex());
     const int code = enter("osselSADD", arguments(context, key, member, flag));
-    if (code != 0 || doubles::isAny(context, {key, member}) || doubles::lists().contains(key) ||
-        doubles::hashes().contains(key)) {
+    if (code != 0 || isAnyNull(context, key, member) || doubles::isList(key) ||
+        doubles::isHash(key)) {
         return code != 0 ? code : refused();
     }
     doubles::addMember(doubles::sets()[key], member);
@@ -440,7 +493,7 @@ int osselSADD(redisContext* context, const char* key, const char* member, int fl
 int osselRemoveInstanceFromSet(redisContext* context, const char* key, const char* member) {
     const Lock lock(mutex());
     const int code = enter("osselRemoveInstanceFromSet", arguments(context, key, member));
-    if (code != 0 || doubles::isAny(context, {key, member})) {
+    if (code != 0 || isAnyNull(context, key, member)) {
         return code != 0 ? code : refused();
     }
     return doubles::removeMember(doubles::sets(), key, member) ? 0 : refused();
@@ -450,14 +503,16 @@ int osselSMembers(redisContext* context, const char* key, InstanceSlot** members
                   unsigned int* count) {
     const Lock lock(mutex());
     const Fault fault = enterCall("osselSMembers", arguments(context, key));
-    if (fault.shape == Shape::refused || doubles::isAny(context, {key})) {
+    if (fault.shape == Shape::refused || isAnyNull(members, count)) {
         return fault ? fault.code : refused();
     }
-    const bool isList = doubles::lists().contains(key);
-    const auto& groups = isList ? doubles::lists() : doubles::sets();
-    const auto group = groups.find(key);
     *members = nullptr;
     *count = 0;
+    if (isAnyNull(context, key) || doubles::isHash(key)) {
+        return refused();
+    }
+    const auto& groups = doubles::isList(key) ? doubles::lists() : doubles::sets();
+    const auto group = groups.find(key);
     if (fault.shape == Shape::emptyArray) {
         *members = static_cast<InstanceSlot*>(doubles::detail::allocate(sizeof(InstanceSlot)));
     }
@@ -477,11 +532,12 @@ int osselCreateSetTable(redisContext* context, const char* key, const InstanceSl
     const Lock lock(mutex());
     const int code =
         enter("osselCreateSetTable", arguments(context, key, Plain{show(members, count)}, count));
-    if (code != 0 || doubles::isAny(context, {key}) || members == nullptr) {
+    if (code != 0 || isAnyNull(context, key, members) || count == 0) {
         return code != 0 ? code : refused();
     }
+    doubles::removeKey(key);
     for (unsigned int i = 0; i < count; ++i) {
-        doubles::addMember(doubles::sets()[key], members[i]);
+        doubles::addMember(doubles::sets()[key], std::string(boundedText(members[i])));
     }
     return 0;
 }
@@ -491,12 +547,19 @@ int osselRenewCollection(redisContext* context, int mode, const char* collection
     const Lock lock(mutex());
     const int code =
         enter("osselRenewCollection", arguments(context, mode, collectionKey, setKey, int{flag}));
-    if (code != 0 || doubles::isAny(context, {collectionKey, setKey}) || (mode != 0 && mode != 1)) {
+    if (code != 0 || isAnyNull(context, collectionKey, setKey) || (mode != 0 && mode != 1)) {
         return code != 0 ? code : refused();
     }
-    const std::vector<std::string> members = std::exchange(doubles::sets()[setKey], {});
-    doubles::sets().erase(setKey);
     const std::string workTree = std::string("WorkTree:") + collectionKey;
+    const bool isWrongKind = doubles::isList(setKey) || doubles::isHash(setKey) ||
+                             doubles::isList(workTree) || doubles::isHash(workTree);
+    const auto set = doubles::sets().find(setKey);
+    const std::vector<std::string> members =
+        set == doubles::sets().end() ? std::vector<std::string>() : set->second;
+    doubles::removeKey(setKey); // consumed even where the rest fails
+    if (isWrongKind) {
+        return refused();
+    }
     for (const std::string& member : members) {
         if (mode == 0) {
             doubles::addMember(doubles::sets()[workTree], member);
@@ -518,7 +581,8 @@ int osselCreateEventObject(redisContext* context, const char* source, int kind,
     }
     const int code = enter("osselCreateEventObject",
                            arguments(context, source, kind, Plain{'[' + shown + ']'}, count));
-    if (code != 0 || doubles::isAny(context, {source}) || events == nullptr) {
+    if (code != 0 || isAnyNull(context, source, events) || count <= 0 ||
+        !std::all_of(events, events + count, doubles::isWhole)) {
         return code != 0 ? code : refused();
     }
     for (doubles::RecordedEvent& event : copies) {
@@ -530,8 +594,8 @@ int osselCreateEventObject(redisContext* context, const char* source, int kind,
 char* olGetSchemaTypeIdByField(const char* key, const char* field, const char* value) {
     const Lock lock(mutex());
     const Fault fault = enterCall("olGetSchemaTypeIdByField", arguments(key, field, value));
-    const bool refuses = fault.shape == Shape::refused || doubles::nobodyIsConnected() ||
-                         key == nullptr || field == nullptr || value == nullptr;
+    const bool refuses = fault.shape == Shape::refused || !doubles::hasFirstConnection() ||
+                         isAnyNull(key, field, value);
     return doubles::textOrNull(
         fault,
         refuses ? nullptr : doubles::findField(key, std::string(field) + ':' + std::string(value)));
@@ -540,8 +604,8 @@ char* olGetSchemaTypeIdByField(const char* key, const char* field, const char* v
 char* olObjGetProperty(const char* objectKey, const char* property) {
     const Lock lock(mutex());
     const Fault fault = enterCall("olObjGetProperty", arguments(objectKey, property));
-    const bool refuses = fault.shape == Shape::refused || doubles::nobodyIsConnected() ||
-                         objectKey == nullptr || property == nullptr;
+    const bool refuses = fault.shape == Shape::refused || !doubles::hasFirstConnection() ||
+                         isAnyNull(objectKey, property);
     return doubles::textOrNull(fault, refuses ? nullptr : doubles::findField(objectKey, property));
 }
 

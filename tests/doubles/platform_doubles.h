@@ -14,6 +14,7 @@
 #include "tests/doubles/settings_database_double.h"
 
 #include <map>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -62,6 +63,7 @@ std::map<std::string, Fields>& hashes(); // in stored order
 std::map<std::string, std::vector<std::string>>& lists();
 std::map<std::string, std::vector<std::string>>& sets(); // answered in this order
 std::map<std::string, int>& freshness();                 // key to ttl
+std::set<std::string>& etags();                          // keys with a cached ETag
 
 // One field; empty where there is none.
 std::string field(const std::string& key, const std::string& name);

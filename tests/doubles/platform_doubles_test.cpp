@@ -1,4 +1,4 @@
-// The double keeps to the contract of the device libraries where a unit test relies on it.
+// What only a double does: recording, failing on demand, and showing what it holds.
 #include "tests/doubles/platform_test.h"
 
 #include "records.h"
@@ -29,6 +29,13 @@ FieldValuePair pairOf(const char* name, const char* value) {
 }
 
 class PlatformDouble : public doubles::PlatformTest {};
+
+// A handle as the callers make it.
+SettingsDatabase settingsHandle() {
+    SettingsDatabase handle{};
+    copyBounded(handle.path, "/var/database/webgui.db");
+    return handle;
+}
 
 TEST_F(PlatformDouble, RecordsEachCallAsTheCodeThatMakesIt) {
     const std::array<FieldValuePair, 2> fields{pairOf("A", "1"), pairOf("B", "")};
@@ -336,7 +343,7 @@ TEST_F(PlatformDouble, FindsSchemaTypesOnlyWhileSomebodyIsConnected) {
 }
 
 TEST_F(PlatformDouble, OpensADatabaseWithEmptyThemeStorage) {
-    SettingsDatabase handle{};
+    SettingsDatabase handle = settingsHandle();
     EXPECT_EQ(open_database(&handle, 2), 0);
     EXPECT_EQ(handle.ready, 1);
     EXPECT_EQ(handle.schemaLevel, 2);
@@ -349,7 +356,7 @@ TEST_F(PlatformDouble, OpensADatabaseWithEmptyThemeStorage) {
 }
 
 TEST_F(PlatformDouble, LeavesTheHandleUnusableAfterAFailedOpen) {
-    SettingsDatabase handle{};
+    SettingsDatabase handle = settingsHandle();
     doubles::database().openResult = -1;
     EXPECT_EQ(open_database(&handle, 2), -1);
     EXPECT_EQ(handle.ready, 0);
@@ -359,9 +366,10 @@ TEST_F(PlatformDouble, LeavesTheHandleUnusableAfterAFailedOpen) {
 }
 
 TEST_F(PlatformDouble, AnswersAQueryWithTheHeadingAndEveryRow) {
-    SettingsDatabase handle{};
+    SettingsDatabase handle = settingsHandle();
     SettingsTable table{};
-    ASSERT_EQ(query_database_dat_with_condition(&handle, "webgui_tbl", &table, "where x"), 0);
+    open_database(&handle, 2);
+    ASSERT_EQ(query_database_dat_with_condition(&handle, "webgui_tbl", &table, ""), 0);
     ASSERT_EQ(table.rowCount, 1U);
     EXPECT_STREQ(table.rows[0][12].name, "HiLoPeriod");
     EXPECT_STREQ(table.rows[1][0].value, "Zolan CMS Web GUI Settings");
@@ -374,7 +382,7 @@ TEST_F(PlatformDouble, AnswersAQueryWithTheHeadingAndEveryRow) {
 }
 
 TEST_F(PlatformDouble, LeavesASchemaLevelOrNoReadyFlagAsAsked) {
-    SettingsDatabase handle{};
+    SettingsDatabase handle = settingsHandle();
     doubles::failCall(1, {doubles::Shape::levelOne, -1});
     EXPECT_EQ(open_database(&handle, 2), -1);
     EXPECT_EQ(handle.schemaLevel, 1);
@@ -390,8 +398,9 @@ TEST_F(PlatformDouble, LeavesASchemaLevelOrNoReadyFlagAsAsked) {
 }
 
 TEST_F(PlatformDouble, AnswersAQueryWithAnotherNumberOfRows) {
-    SettingsDatabase handle{};
+    SettingsDatabase handle = settingsHandle();
     SettingsTable table{};
+    open_database(&handle, 2);
     const std::pair<doubles::Shape, unsigned int> cases[] = {{doubles::Shape::emptyArray, 0},
                                                              {doubles::Shape::nullArray, 0},
                                                              {doubles::Shape::twoRows, 2}};
@@ -410,7 +419,7 @@ int countRow(void* user, int /*count*/, char** /*values*/, char** /*names*/) {
 }
 
 TEST_F(PlatformDouble, FailsAStatementWithAndWithoutAMessageAndAfterItsRows) {
-    SettingsDatabase handle{};
+    SettingsDatabase handle = settingsHandle();
     open_database(&handle, 2);
     doubles::calls();
     doubles::database().recordStatements = true;
@@ -441,18 +450,20 @@ TEST_F(PlatformDouble, FailsAStatementWithAndWithoutAMessageAndAfterItsRows) {
 }
 
 TEST_F(PlatformDouble, AppliesAnUpdateToItsRow) {
-    SettingsDatabase handle{};
+    SettingsDatabase handle = settingsHandle();
+    open_database(&handle, 2);
+    doubles::calls();
     SettingsColumn column{};
     tql_update_ssqlcol_struct(&column, 1, "Language", "German");
     const SettingsRow row{1, &column};
-    EXPECT_EQ(update_database_table_with_condition(&handle, "webgui_tbl", &row, " where y"), 0);
+    EXPECT_EQ(update_database_table_with_condition(&handle, "webgui_tbl", &row, " where 1"), 0);
     EXPECT_EQ(doubles::setting("Language"), "German");
     EXPECT_EQ(insert_database_table_entry_struct(&handle, "webgui_tbl", &row), 0);
     EXPECT_EQ(doubles::database().rows.size(), 2U);
     EXPECT_THAT(doubles::calls(),
                 ElementsAre("tql_update_ssqlcol_struct(1, \"Language\", \"German\")",
                             "update_database_table_with_condition(\"webgui_tbl\", "
-                            "[Language:1=German], \" where y\")",
+                            "[Language:1=German], \" where 1\")",
                             "insert_database_table_entry_struct(\"webgui_tbl\", "
                             "[Language:1=German])"));
 }

@@ -3,6 +3,8 @@
 #include "tests/doubles/recorder.h"
 #include "tests/doubles/platform_doubles.h"
 
+#include "text.h"
+
 #include <algorithm>
 #include <set>
 #include <utility>
@@ -135,7 +137,8 @@ std::string show(const FieldValuePair* fields, int count) {
     }
     std::string text;
     for (int i = 0; i < count; ++i) {
-        text += (i == 0 ? "" : ", ") + std::string(fields[i].name) + '=' + fields[i].value;
+        text += (i == 0 ? "" : ", ") + std::string(boundedText(fields[i].name)) + '=' +
+                std::string(boundedText(fields[i].value));
     }
     return '[' + text + ']';
 }
@@ -146,7 +149,7 @@ std::string show(const InstanceSlot* members, unsigned int count) {
     }
     std::string text;
     for (unsigned int i = 0; i < count; ++i) {
-        text += (i == 0 ? "" : ", ") + show(static_cast<const char*>(members[i]));
+        text += (i == 0 ? "" : ", ") + show(std::string(boundedText(members[i])));
     }
     return '{' + text + '}';
 }

@@ -1,8 +1,9 @@
-// The double of the settings-database helpers. The statements that the daemon runs by
-// itself go to a real SQLite connection in memory.
+// The double of the settings-database helpers. Conditions and names meet real SQL; the statements
+// that the daemon runs itself go to a SQLite connection in memory.
 #include "tests/doubles/settings_database_double.h"
 
 #include "tests/doubles/recorder.h"
+#include "tests/doubles/settings_rows.h"
 
 #include "text.h"
 
@@ -24,11 +25,9 @@ std::size_t indexOf(const std::string& column) {
     return static_cast<std::size_t>(found - settingsColumnNames().begin());
 }
 
-int typeOf(const std::string& column) {
-    if (column == "Brightness") {
-        return 0;
-    }
-    return column == "InitBoot" || column == "RoomAverage" ? 2 : 1;
+// As the library types values of text columns: 2 for a boolean, otherwise 1.
+int typeOf(const std::string& value) {
+    return value == "true" || value == "false" ? 2 : 1;
 }
 
 void closeConnection() {
@@ -63,9 +62,10 @@ SettingsColumn* makeRow(const std::vector<std::string>& values) {
     auto* const row =
         static_cast<SettingsColumn*>(detail::allocate(names.size() * sizeof(SettingsColumn)));
     for (std::size_t i = 0; i < names.size(); ++i) {
-        row[i].type = typeOf(names[i]);
+        const std::string value = i < values.size() ? values[i] : std::string();
+        row[i].type = typeOf(value);
         copyBounded(row[i].name, names[i]);
-        copyBounded(row[i].value, i < values.size() ? values[i] : std::string());
+        copyBounded(row[i].value, value);
     }
     return row;
 }
@@ -74,20 +74,73 @@ std::string showRow(const SettingsRow* row) {
     std::string text;
     for (unsigned int i = 0; row != nullptr && i < row->columnCount; ++i) {
         const SettingsColumn& column = row->columns[i];
-        text += (i == 0 ? "" : ", ") + std::string(column.name) + ':' +
-                std::to_string(column.type) + '=' + column.value;
+        text += (i == 0 ? "" : ", ") + std::string(boundedText(column.name)) + ':' +
+                std::to_string(column.type) + '=' + std::string(boundedText(column.value));
     }
     return '[' + text + ']';
 }
 
-void apply(const SettingsRow& row, std::vector<std::string>& values) {
-    values.resize(settingsColumnNames().size());
-    for (unsigned int i = 0; i < row.columnCount; ++i) {
-        const std::size_t index = indexOf(row.columns[i].name);
-        if (index < values.size()) {
-            values[index] = row.columns[i].value;
-        }
+bool isOpen(const SettingsDatabase* handle) {
+    return handle != nullptr && handle->connection != nullptr && handle->ready != 0;
+}
+
+std::string quoted(const std::string& name) {
+    std::string text = "\"";
+    for (const char letter : name) {
+        text += letter == '"' ? "\"\"" : std::string(1, letter);
     }
+    return text + '"';
+}
+
+std::string conditionOf(const char* condition) {
+    return condition == nullptr ? "" : std::string(" ") + condition;
+}
+
+// The rows that a query finds; nothing where it is refused.
+std::optional<detail::SettingsRows> select(const SettingsDatabase* handle, const char* table,
+                                           const char* condition) {
+    if (!isOpen(handle) || table == nullptr) {
+        return std::nullopt;
+    }
+    return database().found ? database().found
+                            : detail::runOnRows(database().rows, "SELECT * FROM " + quoted(table) +
+                                                                     conditionOf(condition));
+}
+
+// The rows that a query finds which fails in such a way.
+detail::SettingsRows rowsOf(const Fault& fault) {
+    detail::SettingsRows rows;
+    if (fault.shape == Shape::twoRows) {
+        rows = database().rows;
+        rows.push_back(defaultSettings());
+    }
+    return rows;
+}
+
+// The columns of a row to write, as a statement lists them.
+struct Columns {
+    std::string names;       // "A", "B"
+    std::string marks;       // ?, ?
+    std::string assignments; // "A" = ?, "B" = ?
+    std::vector<std::string> values;
+};
+
+// Nothing where the row has no columns.
+std::optional<Columns> columnsOf(const SettingsRow* row) {
+    if (row == nullptr || row->columns == nullptr || row->columnCount == 0) {
+        return std::nullopt;
+    }
+    Columns columns;
+    for (unsigned int i = 0; i < row->columnCount; ++i) {
+        const SettingsColumn& column = row->columns[i];
+        const std::string comma = i == 0 ? "" : ", ";
+        const std::string name = quoted(std::string(boundedText(column.name)));
+        columns.names += comma + name;
+        columns.marks += comma + '?';
+        columns.assignments += comma + name + " = ?";
+        columns.values.emplace_back(boundedText(column.value));
+    }
+    return columns;
 }
 
 } // namespace
@@ -190,6 +243,10 @@ bool databaseIsOpen() {
     return g_connection != nullptr;
 }
 
+sqlite3* settingsConnection() {
+    return g_connection;
+}
+
 } // namespace doubles
 
 using doubles::database;
@@ -202,12 +259,25 @@ using doubles::detail::Lock;
 using doubles::detail::mutex;
 using doubles::detail::Plain;
 using doubles::detail::record;
+using doubles::detail::refused;
+using doubles::detail::runOnRows;
+using doubles::detail::SettingsRows;
 
 extern "C" {
 
 int open_database(SettingsDatabase* database, int mode) {
     const Lock lock(mutex());
+    if (database == nullptr) {
+        return -1;
+    }
     const Fault fault = enterCall("open_database", arguments(database->path, mode));
+    constexpr int kReadWriteAndCreate = 2;
+    if (!fault && (mode != kReadWriteAndCreate || database->path[0] == '\0')) {
+        database->connection = nullptr;
+        database->ready = 0;
+        database->schemaLevel = 0;
+        return refused(-1);
+    }
     const int result = fault.code != 0 ? fault.code : doubles::database().openResult;
     const bool usable = result >= 0 && result <= 2;
     const bool ready = usable && fault.shape != Shape::notReady;
@@ -224,28 +294,35 @@ int open_database(SettingsDatabase* database, int mode) {
 int close_database(SettingsDatabase* database) {
     const Lock lock(mutex());
     record("close_database", "");
+    if (database == nullptr) {
+        return 0;
+    }
     if (database->connection != nullptr && database->connection == doubles::g_connection) {
         doubles::closeConnection();
     }
     database->connection = nullptr;
     database->ready = 0;
+    database->schemaLevel = 0;
     return 0;
 }
 
-int query_database_dat_with_condition(SettingsDatabase* /*handle*/, const char* table,
+int query_database_dat_with_condition(SettingsDatabase* handle, const char* table,
                                       SettingsTable* result, const char* condition) {
     const Lock lock(mutex());
     const Fault fault = enterCall("query_database_dat_with_condition", arguments(table, condition));
+    if (result == nullptr) {
+        return refused();
+    }
     *result = {0, nullptr};
     if (fault.shape == Shape::refused || fault.shape == Shape::nullArray) {
         return fault.code;
     }
-    auto rows = database().rows;
-    if (fault.shape == Shape::emptyArray) {
-        rows.clear();
-    } else if (fault.shape == Shape::twoRows) {
-        rows.push_back(doubles::defaultSettings());
+    const std::optional<SettingsRows> found =
+        fault ? doubles::rowsOf(fault) : doubles::select(handle, table, condition);
+    if (!found) {
+        return refused();
     }
+    const SettingsRows& rows = *found;
     result->rowCount = static_cast<unsigned int>(rows.size());
     // NOLINTNEXTLINE(bugprone-sizeof-expression): an array of pointers, one per row
     constexpr std::size_t kPointerSize = sizeof(SettingsColumn*);
@@ -261,7 +338,7 @@ int query_database_dat_with_condition(SettingsDatabase* /*handle*/, const char* 
 void free_sql_tbl(SettingsTable* table) {
     const Lock lock(mutex());
     record("free_sql_tbl", "");
-    if (table->rows == nullptr) {
+    if (table == nullptr || table->rows == nullptr) {
         return;
     }
     for (unsigned int i = 0; i <= table->rowCount; ++i) {
@@ -271,36 +348,41 @@ void free_sql_tbl(SettingsTable* table) {
     *table = {0, nullptr};
 }
 
-int update_database_table_with_condition(SettingsDatabase* /*handle*/, const char* table,
+int update_database_table_with_condition(SettingsDatabase* handle, const char* table,
                                          const SettingsRow* row, const char* condition) {
     const Lock lock(mutex());
     const int code = enter("update_database_table_with_condition",
                            arguments(table, Plain{doubles::showRow(row)}, condition));
-    if (code != 0) {
-        return code;
+    const std::optional<doubles::Columns> columns = doubles::columnsOf(row);
+    if (code != 0 || !doubles::isOpen(handle) || table == nullptr || !columns) {
+        return code != 0 ? code : refused();
     }
-    for (std::vector<std::string>& values : database().rows) {
-        doubles::apply(*row, values);
-    }
-    return 0;
+    const std::string statement = "UPDATE " + doubles::quoted(table) + " SET " +
+                                  columns->assignments + doubles::conditionOf(condition);
+    return runOnRows(database().rows, statement, columns->values) ? 0 : refused();
 }
 
-int insert_database_table_entry_struct(SettingsDatabase* /*handle*/, const char* table,
+int insert_database_table_entry_struct(SettingsDatabase* handle, const char* table,
                                        const SettingsRow* row) {
     const Lock lock(mutex());
     const int code =
         enter("insert_database_table_entry_struct", arguments(table, Plain{doubles::showRow(row)}));
-    if (code != 0) {
-        return code;
+    const std::optional<doubles::Columns> columns = doubles::columnsOf(row);
+    if (code != 0 || !doubles::isOpen(handle) || table == nullptr || !columns) {
+        return code != 0 ? code : refused();
     }
-    doubles::apply(*row, database().rows.emplace_back());
-    return 0;
+    const std::string statement = "INSERT INTO " + doubles::quoted(table) + " (" + columns->names +
+                                  ") VALUES (" + columns->marks + ")";
+    return runOnRows(database().rows, statement, columns->values) ? 0 : refused();
 }
 
 void tql_update_ssqlcol_struct(SettingsColumn* column, int type, const char* name,
                                const char* value) {
     const Lock lock(mutex());
     record("tql_update_ssqlcol_struct", arguments(type, name, value));
+    if (column == nullptr) {
+        return;
+    }
     column->type = type;
     copyBounded(column->name, name == nullptr ? "" : name);
     copyBounded(column->value, value == nullptr ? "" : value);

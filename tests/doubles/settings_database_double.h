@@ -26,9 +26,11 @@ struct Database {
     bool recordStatements = false;           // the daemon's own are recorded and can fail, too
     std::optional<int> statementsWithMemory; // the one after so many throws std::bad_alloc
 
-    // The rows of webgui_tbl that a query answers, whatever its condition; values in the
-    // order of settingsColumnNames(). An update changes all of them, an insert adds one.
+    // The rows of webgui_tbl, the one table; values in the order of settingsColumnNames().
     std::vector<std::vector<std::string>> rows;
+
+    // What a query finds instead, whatever its condition: rows that no library would give.
+    std::optional<std::vector<std::vector<std::string>>> found;
 };
 Database& database();
 
@@ -48,5 +50,6 @@ void setSetting(const std::string& column, const std::string& value);
 // "(closed)" without one, the message after "error: ".
 std::string runSql(const std::string& statement);
 bool databaseIsOpen();
+sqlite3* settingsConnection(); // the one that is open, borrowed, or null
 
 } // namespace doubles

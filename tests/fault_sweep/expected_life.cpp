@@ -45,7 +45,7 @@ public:
                                                life.course != Course::wholeLife, life.hasThemeRow),
           binding_(binding) {}
 
-    bool follow() {
+    std::string follow() {
         if (life_.course == Course::wholeLife) {
             main();
         } else if (life_.course == Course::deletion) {
@@ -59,7 +59,7 @@ public:
         replay_.take("~ovrBindCAPIToOssel");
         replay_.take("~ovrComSupport");
         replay_.end();
-        return served_;
+        return answers_;
     }
 
 private:
@@ -82,7 +82,8 @@ private:
             replay_.take("sleep");
         }
         replay_.take("ovrThreadWaitForExit");
-        served_ = true;
+        // An update needs its database; a read goes by what is in memory.
+        answers_ = settings_.now().ready ? "Success Success " : "Success InternalError ";
         cleanCreated();
     }
 
@@ -367,15 +368,15 @@ private:
     ExpectedSettings settings_;
     const void* binding_;
     bool connected_ = true;
-    bool served_ = false;
+    std::string answers_; // of the requests during the wait
     std::string schemaType_ = "schema-type";
     std::string collection_ = "collection";
 };
 
 } // namespace
 
-void followLife(const Life& life, const RecordedRun& run, const void* binding, bool* served) {
-    *served = ExpectedLife(life, run, binding).follow();
+std::string followLife(const Life& life, const RecordedRun& run, const void* binding) {
+    return ExpectedLife(life, run, binding).follow();
 }
 
 } // namespace fault_sweep

@@ -34,7 +34,8 @@ inline void PrintTo(const Life& life, std::ostream* stream) { // instead of its 
 
 // Reads a run of this life. Throws Replay::Difference.
 //   binding   address of the process' binding, as the first line shows it
-//   served    set when the daemon came to wait for requests
-void followLife(const Life& life, const RecordedRun& run, const void* binding, bool* served);
+// Returns the message ids of the answers to the two requests, a read and an update, of the life's
+// wait, each with a blank behind it; empty where the daemon did not come to wait.
+std::string followLife(const Life& life, const RecordedRun& run, const void* binding);
 
 } // namespace fault_sweep
