@@ -1,7 +1,7 @@
 // orvanectl action: runs one of the two actions of the resource.
-// Their names in the store are in client/names.h.
 #include "client/names.h"
 #include "orvanectl/commands.h"
+#include "orvanectl/usage.h"
 
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -37,9 +37,9 @@ void addAction(CLI::App& app, Command& chosen) {
     CLI::App* const command =
         app.add_subcommand("action", "Run an action: turn-off-lcd or gui-ready");
     const auto name = std::make_shared<std::string>();
-    command->add_option("NAME", *name, "Name of the action")
+    command->add_option("NAME", *name, "Action to run")
         ->required()
-        ->check(CLI::IsMember(std::vector<std::string>{"turn-off-lcd", "gui-ready"}));
+        ->check(oneOf({"turn-off-lcd", "gui-ready"}, "action"));
     command->callback([&chosen, name] {
         chosen = [name](const Context& context) { return action(context, *name); };
     });

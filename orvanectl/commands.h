@@ -1,5 +1,5 @@
-// The commands of the program. Each file of a command adds its sub-command to the parser
-// and sets what is to run when it was given; main.cpp runs it.
+// The commands of the program. Each add...() adds its sub-command to the parser; when the user
+// gives it, parsing sets `chosen`, which main.cpp runs.
 #pragma once
 
 #include "client/webgui.h"
@@ -27,7 +27,7 @@ struct Context {
     client::WebGui connect() const;
 };
 
-// Gives the exit status; what cannot be done is thrown.
+// Returns the exit status. Throws client::Error.
 using Command = std::function<int(const Context&)>;
 
 // `chosen` is borrowed until parsing is over.
@@ -40,10 +40,12 @@ void addAction(CLI::App& app, Command& chosen);
 void addEvents(CLI::App& app, Command& chosen);
 void addWatch(CLI::App& app, Command& chosen);
 
-// "NAME=VALUE" to its two halves. Throws client::InvalidArgument.
+// Splits "NAME=VALUE" at the first "=". Throws client::InvalidArgument.
 std::pair<std::string, std::string> splitAssignment(const std::string& text);
 
-// The settings that `get` and `watch` show: all that the instance holds, or the named ones.
+// Names of the settings that `get` and `watch` can show: all but the author of a change.
+std::vector<std::string> readableSettings();
+// Names and values to show: all that the instance holds, or the named ones.
 using SettingRows = std::vector<std::pair<std::string, std::string>>;
 // Throws client::InvalidArgument for a name that cannot be shown.
 void checkReadable(const std::vector<std::string>& names);

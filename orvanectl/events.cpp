@@ -1,9 +1,9 @@
 // orvanectl events: follows the event stream, a line for each event, until it is stopped.
-// Reading the stream is in client/events.cpp.
 #include "client/events.h"
 
 #include "client/names.h"
 #include "orvanectl/commands.h"
+#include "orvanectl/usage.h"
 
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -62,15 +62,15 @@ int events(const Context& context, const EventOptions& options) {
 
 void addEvents(CLI::App& app, Command& chosen) {
     CLI::App* const command =
-        app.add_subcommand("events", "Print events as they come, until Ctrl-C");
+        app.add_subcommand("events", "Print events as they arrive, until Ctrl-C");
     const auto options = std::make_shared<EventOptions>();
     command
         ->add_option("--since", options->since,
-                     "Begin after the event of this id; 0: with the oldest that is kept")
+                     "Start after the event with this id; 0: with the oldest one kept")
         ->type_name("ID");
-    command->add_option("--count", options->count, "End after N events")
+    command->add_option("--count", options->count, "Stop after N events")
         ->type_name("N")
-        ->check(CLI::Range(1UL, 1'000'000'000UL));
+        ->check(numberBetween(1UL, 1'000'000'000UL, "1 to 1000000000"));
     command->callback([&chosen, options] {
         chosen = [options](const Context& context) { return events(context, *options); };
     });

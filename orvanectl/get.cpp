@@ -1,7 +1,7 @@
 // orvanectl get: the settings as the instance holds them, or the latency of reads.
-// When a read request is needed is decided in client/webgui.cpp.
 #include "client/names.h"
 #include "orvanectl/commands.h"
+#include "orvanectl/usage.h"
 
 #include <algorithm>
 #include <memory>
@@ -11,21 +11,9 @@ namespace orvanectl {
 
 namespace {
 
-// Who made a change is sent along with it; it is no setting to be read.
+// The author of a change is sent along with it and never stored.
 bool isReadable(const client::Setting& setting) {
     return setting.name != client::kUserField;
-}
-
-[[noreturn]] void refuse(const std::string& name) {
-    std::string known;
-    for (const client::Setting& each : client::settings()) {
-        if (isReadable(each)) {
-            known += known.empty() ? "" : ", ";
-            known += each.name;
-        }
-    }
-    throw client::InvalidArgument("there is no setting \"" + name + "\" to be read; there are " +
-                                  known);
 }
 
 struct GetOptions {
@@ -83,11 +71,22 @@ int get(const Context& context, const GetOptions& options) {
 
 } // namespace
 
+std::vector<std::string> readableSettings() {
+    std::vector<std::string> names;
+    for (const client::Setting& each : client::settings()) {
+        if (isReadable(each)) {
+            names.emplace_back(each.name);
+        }
+    }
+    return names;
+}
+
 void checkReadable(const std::vector<std::string>& names) {
     for (const std::string& name : names) {
         const client::Setting* const setting = client::findSetting(name);
         if (setting == nullptr || !isReadable(*setting)) {
-            refuse(name);
+            throw client::InvalidArgument("there is no setting \"" + name +
+                                          "\" to show; there are " + joined(readableSettings()));
         }
     }
 }
@@ -128,12 +127,12 @@ void printSettings(const Context& context, const SettingRows& settings) {
 void addGet(CLI::App& app, Command& chosen) {
     CLI::App* const command = app.add_subcommand("get", "Print all settings, or the named ones");
     const auto options = std::make_shared<GetOptions>();
-    command->add_option("NAME", options->names, "Names of settings");
+    command->add_option("NAME", options->names, "Settings to print");
     command
         ->add_option("--repeat", options->repeat,
-                     "Send N read requests instead and print how long their answers took")
+                     "Send N read requests instead and print their latencies")
         ->type_name("N")
-        ->check(CLI::Range(1U, 10'000'000U));
+        ->check(numberBetween(1U, 10'000'000U, "1 to 10000000"));
     command->callback([&chosen, options] {
         chosen = [options](const Context& context) { return get(context, *options); };
     });

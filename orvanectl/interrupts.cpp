@@ -1,5 +1,4 @@
-// The program's signal handler: it only requests the stop.
-// What a stop ends, and the tidying up, is left to client/ and the commands.
+// The handler only requests the stop: client/ ends its waits and tidies up.
 #include "orvanectl/interrupts.h"
 
 #include <atomic>

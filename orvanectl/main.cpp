@@ -1,7 +1,8 @@
-// orvanectl: the command line of the WebGUI resource. Parses, runs the chosen command, and
-// turns what it throws into an exit status; the commands lie in a file each.
+// orvanectl: the command line of the WebGUI resource. Parses, runs the chosen command, and turns
+// exceptions into the exit status. Each command has a file of its name.
 #include "orvanectl/commands.h"
 #include "orvanectl/interrupts.h"
+#include "orvanectl/usage.h"
 
 #include <iostream>
 #include <unistd.h>
@@ -10,24 +11,24 @@ namespace orvanectl {
 
 namespace {
 
-constexpr double kShortestTimeout = 0.001;
-constexpr double kLongestTimeout = 3600;
+constexpr double kMinTimeoutSeconds = 0.001;
+constexpr double kMaxTimeoutSeconds = 3600;
 
 constexpr const char* kFooter =
     "\nExit status: 0 answered \"Success\"; 1 answered otherwise, or the output could not be\n"
-    "written; 2 usage; 3 nobody there: the store cannot be reached or does not lead to a\n"
-    "provider, none listens, or there was no answer in time; 128 + number: ended by a signal.\n";
+    "written; 2 wrong usage, nothing was sent; 3 no store, no provider, or no answer in time;\n"
+    "128 + number: ended by this signal.\n";
 
 void addCommonOptions(CLI::App& app, Options& options) {
     app.add_option("--redis", options.redis,
-                   "Address of the store, unix:PATH or tcp:HOST:PORT\n"
+                   "Object store, unix:PATH or tcp:HOST:PORT\n"
                    "(default: $OSSEL_REDIS, or unix:/run/redis/redis-server.sock)")
         ->type_name("ADDRESS");
     app.add_option("--timeout", options.timeoutSeconds,
-                   "Seconds to wait for an answer (default: 10)")
+                   "How long to wait for an answer (default: 10)")
         ->type_name("SECONDS")
-        ->check(CLI::Range(kShortestTimeout, kLongestTimeout));
-    app.add_flag("--json", options.json, "Print JSON, one value a line, for programs");
+        ->check(numberBetween(kMinTimeoutSeconds, kMaxTimeoutSeconds, "0.001 to 3600"));
+    app.add_flag("--json", options.json, "Print JSON, one value per line");
     app.footer(kFooter);
 }
 
@@ -40,7 +41,7 @@ int endedBySignal() {
     return 128 + caughtSignal();
 }
 
-// Never throws: what went wrong is said on standard error and told by the status.
+// Never throws: reports errors on standard error and by the exit status.
 int run(const Command& command, const Context& context) {
     try {
         return command(context);
@@ -68,7 +69,7 @@ client::WebGui Context::connect() const {
 std::pair<std::string, std::string> splitAssignment(const std::string& text) {
     const std::size_t equals = text.find('=');
     if (equals == std::string::npos || equals == 0) {
-        throw client::InvalidArgument("\"" + text + "\": write NAME=VALUE");
+        throw client::InvalidArgument("\"" + text + "\" is not NAME=VALUE; write e.g. Theme=dark");
     }
     return {text.substr(0, equals), text.substr(equals + 1)};
 }
@@ -76,7 +77,7 @@ std::pair<std::string, std::string> splitAssignment(const std::string& text) {
 int runProgram(int argc, char** argv) {
     Options options;
     Command chosen;
-    CLI::App app("Reads and changes the settings of the WebGUI resource, through its store.",
+    CLI::App app("Reads and changes the settings of the WebGUI resource through the object store.",
                  "orvanectl");
     app.set_version_flag("--version", "orvanectl " ORVANECTL_VERSION);
     app.require_subcommand(1);
@@ -91,7 +92,10 @@ int runProgram(int argc, char** argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? kSuccess : kUsage;
+        if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
+            return app.exit(error); // prints the help or the version
+        }
+        return complain(explain(error, app), kUsage);
     }
     client::Stop stop;
     installInterrupts(stop);

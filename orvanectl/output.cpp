@@ -1,5 +1,4 @@
-// Writes to standard output by hand, so that a closed pipe and a full disk are told apart.
-// What is printed is left to the commands.
+// Uses write(2) rather than a stream, to tell a closed pipe from a full disk.
 #include "orvanectl/output.h"
 
 #include <algorithm>

@@ -1,5 +1,5 @@
-// Standard output of the program: whole texts, tables and JSON lines, with every write
-// checked. A reader that has gone away is no error.
+// Standard output of the program: whole texts, tables and JSON lines, with every write checked. A
+// closed pipe is not an error.
 #pragma once
 
 #include "client/requester.h"
@@ -20,16 +20,17 @@ using Row = std::vector<std::string>;
 
 class Output {
 public:
-    // Writes all of it at once. Throws std::system_error where the output cannot take it,
-    // for instance on a full disk.
+    // Writes the whole text. Throws std::system_error on failure, e.g. a full disk.
     void print(const std::string& text);
-    // One line. Bytes that are no UTF-8 are replaced.
+    // One line; replaces bytes that are not UTF-8.
     void print(const nlohmann::ordered_json& json);
-    // Columns are aligned, two blanks between them.
+    // A table with aligned columns, two blanks apart.
     void print(const std::vector<Row>& rows);
 
-    // True once the reader has gone away; what is printed then is dropped.
+    // True once the reader has closed the pipe; further output is dropped.
     bool isClosed() const { return closed_; }
+
+    // Is standard output a terminal?
     static bool isTerminal();
 
 private:

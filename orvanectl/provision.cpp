@@ -1,5 +1,4 @@
-// orvanectl provision: the schema definitions that the provider looks up.
-// The definitions themselves are in client/provisioning.cpp.
+// orvanectl provision: writes the schema definitions of client/provisioning.h.
 #include "client/provisioning.h"
 #include "orvanectl/commands.h"
 
@@ -29,7 +28,7 @@ int provision(const Context& context) {
 
 void addProvision(CLI::App& app, Command& chosen) {
     CLI::App* const command = app.add_subcommand(
-        "provision", "Write the schema definitions that the provider looks up; repeatable");
+        "provision", "Write the schema that the provider looks up at its start; safe to repeat");
     command->callback([&chosen] { chosen = provision; });
 }
 

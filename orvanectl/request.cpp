@@ -1,5 +1,4 @@
 // orvanectl request: any message id and request argument, and the return message.
-// The road of the request is in client/requester.cpp.
 #include "orvanectl/commands.h"
 
 #include <memory>
@@ -40,14 +39,14 @@ void addRequest(CLI::App& app, Command& chosen) {
     CLI::App* const command =
         app.add_subcommand("request", "Send any request and print its return message");
     const auto options = std::make_shared<RequestOptions>();
-    command->add_option("MSGID", options->messageId, "Message id, for instance 00001")->required();
+    command->add_option("MSGID", options->messageId, "Message id, e.g. 00001")->required();
     command
         ->add_option("REQARG", options->argument,
-                     "Request argument, sent as it is: the key of an instance or request object")
+                     "Request argument, sent as is: the key of an instance or of a request object")
         ->required();
     command
         ->add_option("--field", options->fields,
-                     "Store a request object with this field under REQARG first; repeatable")
+                     "First store a request object with this field under REQARG; repeatable")
         ->type_name("NAME=VALUE")
         ->allow_extra_args(false);
     command->callback([&chosen, options] {

@@ -1,7 +1,7 @@
 // orvanectl set: changes settings, one request per message id.
-// Checks, present values and the lease are in client/webgui.cpp.
 #include "client/names.h"
 #include "orvanectl/commands.h"
+#include "orvanectl/usage.h"
 
 #include <algorithm>
 #include <memory>
@@ -16,14 +16,6 @@ struct SetOptions {
     std::string user;
     bool force = false;
 };
-
-std::string joined(const std::vector<std::string>& texts) {
-    std::string result;
-    for (const std::string& text : texts) {
-        result += (result.empty() ? "" : ", ") + text;
-    }
-    return result;
-}
 
 void print(const Context& context, const std::vector<client::UpdateAnswer>& answers) {
     std::vector<Row> rows;
@@ -53,15 +45,15 @@ int set(const Context& context, const SetOptions& options) {
 
 void addSet(CLI::App& app, Command& chosen) {
     CLI::App* const command =
-        app.add_subcommand("set", "Change settings; those not named keep their values");
+        app.add_subcommand("set", "Change settings; all others keep their values");
     const auto options = std::make_shared<SetOptions>();
     options->user = "orvanectl";
     command->add_option("NAME=VALUE", options->assignments, "Settings and their new values")
         ->required();
-    command->add_flag("--force", options->force, "Send the values unchecked");
+    command->add_flag("--force", options->force, "Send the values without checking them");
     command
         ->add_option("--user", options->user,
-                     "Who makes the change, told to the cooling unit (default: orvanectl)")
+                     "Author of the change, passed on to the cooling unit (default: orvanectl)")
         ->type_name("NAME");
     command->callback([&chosen, options] {
         chosen = [options](const Context& context) { return set(context, *options); };

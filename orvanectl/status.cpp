@@ -1,5 +1,5 @@
-// orvanectl status: is the store up, is a provider registered, listening and answering?
-// Each step is printed, also the one that fails; what follows it is not known then.
+// orvanectl status: is the store up, is a provider registered, listening and answering? Prints each
+// step up to the first that fails.
 #include "client/discovery.h"
 #include "orvanectl/commands.h"
 
@@ -9,7 +9,7 @@ namespace orvanectl {
 
 namespace {
 
-// Collects the steps, for both forms of output.
+// The steps, in both forms of output.
 class Report {
 public:
     Report() : json_(nlohmann::ordered_json::object()) {}
@@ -22,7 +22,7 @@ public:
         json_[name] = std::move(json);
     }
 
-    // The step that failed ends the report.
+    // Adds the step that failed, the last one. Returns the status.
     int fail(const std::string& name, const std::string& reason, int status) {
         add(name, "no", reason, {{"ok", false}, {"reason", reason}});
         return status;
@@ -118,7 +118,7 @@ int status(const Context& context) {
 
 void addStatus(CLI::App& app, Command& chosen) {
     CLI::App* const command =
-        app.add_subcommand("status", "Tell whether the store is up and the provider answers");
+        app.add_subcommand("status", "Check that the store is up and the provider answers");
     command->callback([&chosen] { chosen = status; });
 }
 

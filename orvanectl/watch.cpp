@@ -1,5 +1,4 @@
 // orvanectl watch: shows the settings, and again whenever an event names their instance.
-// Reading settings and events is in client/.
 #include "client/discovery.h"
 #include "client/events.h"
 #include "client/names.h"
@@ -57,9 +56,9 @@ int watch(const Context& context, const std::vector<std::string>& names) {
 
 void addWatch(CLI::App& app, Command& chosen) {
     CLI::App* const command =
-        app.add_subcommand("watch", "Show the settings, and again at each change, until Ctrl-C");
+        app.add_subcommand("watch", "Show the settings, and again after each change, until Ctrl-C");
     const auto names = std::make_shared<std::vector<std::string>>();
-    command->add_option("NAME", *names, "Names of settings");
+    command->add_option("NAME", *names, "Settings to show");
     command->callback([&chosen, names] {
         chosen = [names](const Context& context) { return watch(context, *names); };
     });

@@ -90,7 +90,7 @@ TEST_F(Request, RefusesAFieldWithoutAName) {
     for (const std::string text : {"novalue", "=x"}) {
         const Finished finished = orvanectl({"request", "00001", "x", "--field", text});
         EXPECT_EQ(finished.status, 2);
-        EXPECT_THAT(finished.error, HasSubstr("\"" + text + "\": write NAME=VALUE"));
+        EXPECT_THAT(finished.error, HasSubstr("\"" + text + "\" is not NAME=VALUE; write e.g. "));
     }
 }
 

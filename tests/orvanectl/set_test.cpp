@@ -114,7 +114,7 @@ TEST_F(Set, ChecksEverythingBeforeAnythingIsSent) {
         {"theme=dark", "there is no setting \"theme\""},
         {"DateFormat=" + std::string(256, 'x'), "DateFormat: the value has 256 bytes; at most 255"},
         {"Language=again", "Language is given twice"},
-        {"Theme", "\"Theme\": write NAME=VALUE"},
+        {"Theme", "\"Theme\" is not NAME=VALUE; write e.g. "},
     };
     for (const Case& each : cases) {
         const Finished finished = orvanectl({"set", "Language=x", each.assignment});

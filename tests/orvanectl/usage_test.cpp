@@ -35,8 +35,8 @@ TEST_F(Usage, ListsCommandsOptionsAndExitStatusesInItsHelp) {
     EXPECT_EQ(finished.status, 0);
     for (const std::string word :
          {"get", "set", "action", "status", "events", "watch", "request", "provision", "--redis",
-          "--timeout", "--json", "--version", "Exit status: 0 answered \"Success\"; 1 ", "2 usage",
-          "3 nobody"}) {
+          "--timeout", "--json", "--version", "Exit status: 0 answered \"Success\"; 1 ",
+          "2 wrong usage", "3 no store"}) {
         EXPECT_THAT(finished.output, HasSubstr(word));
     }
 }
@@ -75,8 +75,38 @@ TEST_F(Usage, EndsWith2WhenTheCommandLineMakesNoSense) {
     for (const auto& line : lines) {
         const Finished finished = orvanectl(line);
         EXPECT_EQ(finished.status, 2) << testing::PrintToString(line);
-        EXPECT_NE(finished.error, "") << testing::PrintToString(line);
+        EXPECT_TRUE(finished.error.starts_with("orvanectl: ")) << finished.error;
+        EXPECT_EQ(finished.error.find('\n'), finished.error.size() - 1) << finished.error;
         EXPECT_EQ(finished.output, "") << testing::PrintToString(line);
+    }
+}
+
+TEST_F(Usage, NamesTheWordWhatIsAllowedAndWhatToDoNext) {
+    const std::vector<std::pair<std::vector<std::string>, std::string>> cases{
+        {{}, "no command given, e.g. `orvanectl status`; `orvanectl --help` lists all"},
+        {{"unknown"}, "there is no command \"unknown\"; `orvanectl --help` lists all"},
+        {{"get", "--unknown"}, "get: \"--unknown\" was not expected; see `orvanectl get --help`"},
+        {{"get", "--timeout", "0"},
+         "get: --timeout: \"0\" is not allowed; allowed are 0.001 to 3600"},
+        {{"get", "--repeat", "many"},
+         "get: --repeat: \"many\" is not allowed; allowed are 1 to 10000000"},
+        {{"get", "--redis"}, "get: --redis needs a value; see `orvanectl get --help`"},
+        {{"--timeout"}, "--timeout needs a value; see `orvanectl --help`"},
+        {{"set"},
+         "set: no setting given, e.g. `orvanectl set Theme=dark`; `orvanectl get` lists all 12"},
+        {{"action"},
+         "action: no action given, e.g. `orvanectl action turn-off-lcd`; `orvanectl action --help` "
+         "lists all"},
+        {{"action", "self-destruct"},
+         "action: there is no action \"self-destruct\"; there are turn-off-lcd, gui-ready"},
+        {{"request", "00001"},
+         "request: a message id and a request argument are needed, e.g. `orvanectl request 00001 "
+         "KEY`"},
+        {{"request", "00001", "x", "y"},
+         "request: \"y\" was not expected; see `orvanectl request --help`"},
+    };
+    for (const auto& [line, text] : cases) {
+        EXPECT_EQ(orvanectl(line).error, "orvanectl: " + text + "\n");
     }
 }
 
