@@ -33,7 +33,7 @@ std::optional<std::string> makeFirstAccount(Accounts& accounts) {
     }
     std::string password = randomPassword();
     accounts.put({.name = kFirstAccount,
-                  .role = Role::administrator,
+                  .role = model::Role::administrator,
                   .isEnabled = true,
                   .hash = hashPassword(password)});
     return password;

@@ -86,10 +86,10 @@ void checkPassword(const Json& body, const AccountRules& rules, Problems& proble
         static_cast<std::size_t>(std::count_if(password.begin(), password.end(), [](char byte) {
             return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80U;
         }));
-    if (length < rules.shortestPassword || length > rules.longestPassword) {
+    if (length < rules.minPasswordLength || length > rules.maxPasswordLength) {
         problems.push_back(
             {Message::passwordLength,
-             {std::to_string(rules.shortestPassword), std::to_string(rules.longestPassword)},
+             {std::to_string(rules.minPasswordLength), std::to_string(rules.maxPasswordLength)},
              pointerTo("Password")});
     } else if (password.find('\0') != std::string::npos) {
         problems.push_back({Message::propertyValueError, {"Password"}, pointerTo("Password")});

@@ -16,8 +16,8 @@ struct Credentials {
 
 // What the service asks of accounts.
 struct AccountRules {
-    std::size_t shortestPassword = 8; // characters
-    std::size_t longestPassword = 128;
+    std::size_t minPasswordLength = 8; // characters
+    std::size_t maxPasswordLength = 128;
     bool (*isAccountName)(std::string_view) = nullptr;
 };
 

@@ -1,12 +1,10 @@
-// The documents of the services, of sessions, accounts and roles, and of the manager.
 #include "redfish/model/services.h"
 
 #include "redfish/model/addresses.h"
 #include "redfish/model/document.h"
 #include "redfish/model/messages.h"
 
-#include <algorithm>
-#include <array>
+#include <utility>
 
 namespace redfish::model {
 
@@ -15,18 +13,6 @@ namespace {
 using namespace std::string_view_literals;
 
 constexpr std::string_view kRedfishVersion = "1.15.0"; // of the protocol
-
-constexpr std::array kAdministrator{"Login"sv, "ConfigureManager"sv, "ConfigureUsers"sv,
-                                    "ConfigureComponents"sv, "ConfigureSelf"sv};
-constexpr std::array kOperator{"Login"sv, "ConfigureComponents"sv, "ConfigureSelf"sv};
-constexpr std::array kReadOnly{"Login"sv, "ConfigureSelf"sv};
-
-constexpr std::array kRoleTable{
-    RoleEntry{"Administrator", "Reads and changes everything, accounts included.", kAdministrator},
-    RoleEntry{"Operator", "Reads everything, changes the settings and the own password.",
-              kOperator},
-    RoleEntry{"ReadOnly", "Reads everything, changes the own password only.", kReadOnly},
-};
 
 Json status(bool isGood) {
     return {{"State", isGood ? "Enabled" : "UnavailableOffline"},
@@ -47,16 +33,6 @@ Json supportedQueries() {
 }
 
 } // namespace
-
-std::span<const RoleEntry> roles() {
-    return kRoleTable;
-}
-
-const RoleEntry* findRole(std::string_view id) {
-    const auto* const row = std::find_if(kRoleTable.begin(), kRoleTable.end(),
-                                         [id](const RoleEntry& each) { return each.id == id; });
-    return row == kRoleTable.end() ? nullptr : row;
-}
 
 Json versions() {
     return {{"v1", kServiceRoot}};
@@ -84,7 +60,6 @@ Json serviceRoot(const ServiceFacts& facts) {
     return root;
 }
 
-// The OData service document: the entry points by name.
 Json odata() {
     Json entries = Json::array();
     for (const auto& [name, address] :
@@ -128,8 +103,8 @@ Json accountService(const ServiceFacts& facts) {
     service["Status"] = status(true);
     service["Accounts"] = linkTo(kAccounts);
     service["Roles"] = linkTo(kRoles);
-    service["MinPasswordLength"] = facts.shortestPassword;
-    service["MaxPasswordLength"] = facts.longestPassword;
+    service["MinPasswordLength"] = facts.minPasswordLength;
+    service["MaxPasswordLength"] = facts.maxPasswordLength;
     service["AccountLockoutThreshold"] = facts.lockoutThreshold;
     service["AccountLockoutDuration"] = facts.lockoutDuration.count();
     service["AccountLockoutCounterResetAfter"] = facts.lockoutReset.count();
@@ -161,7 +136,9 @@ Json role(const RoleEntry& entry) {
                          "Role " + std::string(entry.id), entry.description);
     role["RoleId"] = entry.id;
     role["IsPredefined"] = true;
-    role["AssignedPrivileges"] = entry.privileges;
+    for (const Privilege privilege : entry.privileges) {
+        role["AssignedPrivileges"].push_back(nameOf(privilege));
+    }
     role["OemPrivileges"] = Json::array();
     return role;
 }

@@ -1,10 +1,8 @@
-// The accounts as JSON in a private file. Who may change them is left to the service.
 #include "redfish/security/accounts.h"
 
 #include "redfish/security/private_file.h"
 
 #include <algorithm>
-#include <array>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <utility>
@@ -13,17 +11,16 @@ namespace redfish {
 
 namespace {
 
-constexpr std::array<std::string_view, 3> kRoleNames{"Administrator", "Operator", "ReadOnly"};
-constexpr std::size_t kLongestName = 32;
+constexpr std::size_t kMaxNameLength = 32;
 
 bool isLetterOrDigit(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
 }
 
 Account accountFrom(const nlohmann::json& json) {
-    const std::optional<Role> role = roleNamed(json.at("role").get<std::string>());
+    const std::optional<model::Role> role = model::roleNamed(json.at("role").get<std::string>());
     Account account{.name = json.at("name").get<std::string>(),
-                    .role = role.value_or(Role::readOnly),
+                    .role = role.value_or(model::Role::readOnly),
                     .isEnabled = json.at("enabled").get<bool>(),
                     .hash = json.at("hash").get<std::string>()};
     if (!role || !isAccountName(account.name)) {
@@ -34,20 +31,8 @@ Account accountFrom(const nlohmann::json& json) {
 
 } // namespace
 
-std::string_view nameOf(Role role) {
-    return kRoleNames.at(static_cast<std::size_t>(role));
-}
-
-std::optional<Role> roleNamed(std::string_view name) {
-    const auto* const found = std::find(kRoleNames.begin(), kRoleNames.end(), name);
-    if (found == kRoleNames.end()) {
-        return std::nullopt;
-    }
-    return static_cast<Role>(found - kRoleNames.begin());
-}
-
 bool isAccountName(std::string_view name) {
-    return !name.empty() && name.size() <= kLongestName && isLetterOrDigit(name.front()) &&
+    return !name.empty() && name.size() <= kMaxNameLength && isLetterOrDigit(name.front()) &&
            std::all_of(name.begin(), name.end(), [](char c) {
                return isLetterOrDigit(c) || c == '.' || c == '-' || c == '_';
            });
@@ -111,7 +96,7 @@ void Accounts::remove(std::string_view name) {
 
 bool Accounts::hasOtherAdministrator(std::string_view name) const {
     return std::any_of(accounts_.begin(), accounts_.end(), [name](const Account& each) {
-        return each.name != name && each.isEnabled && each.role == Role::administrator;
+        return each.name != name && each.isEnabled && each.role == model::Role::administrator;
     });
 }
 

@@ -1,51 +1,53 @@
-// The accounts of the service, kept in a file that only its user can read. Checking a
-// password is left to authenticator.h. Thread of the connections only.
+// The accounts of the service, kept in a file that only its owner can read. Passwords are stored as
+// hashes (passwords.h). Thread of the loop only.
 #pragma once
 
-#include <cstdint>
+#include "redfish/model/roles.h"
+
 #include <filesystem>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace redfish {
 
-enum class Role : std::uint8_t { administrator, operatorRole, readOnly };
-
-std::string_view nameOf(Role role);                   // "Administrator", "Operator", "ReadOnly"
-std::optional<Role> roleNamed(std::string_view name); // compared exactly
-
 struct Account {
-    std::string name; // also its id: of the characters that isAccountName allows
-    Role role = Role::readOnly;
+    // Identifies the account; isAccountName() says which characters it may have.
+    std::string name;
+    model::Role role = model::Role::readOnly;
     bool isEnabled = true;
-    std::string hash; // of the password
+    // Of the password.
+    std::string hash;
 };
 
-inline constexpr std::size_t kShortestPassword = 8;
-inline constexpr std::size_t kLongestPassword = 128;
+// Characters of a password.
+inline constexpr std::size_t kMinPasswordLength = 8;
+inline constexpr std::size_t kMaxPasswordLength = 128;
 inline constexpr std::size_t kMaxAccounts = 32;
 
-// 1 to 32 letters, digits, dots, hyphens and underscores, a letter or digit first.
+// 1 to 32 letters, digits, dots, hyphens and underscores, beginning with a letter or a digit, so
+// that a name needs no escape in an address. Any thread.
 bool isAccountName(std::string_view name);
 
-// Every change is on the disk when the call returns: a new file beside the old one, synced,
-// then renamed. A change that cannot be written is undone and throws std::runtime_error.
+// Every change is on disk when the call returns: written to a new file beside the old one, synced
+// and renamed. A change that cannot be written is undone and throws std::runtime_error.
 class Accounts {
 public:
-    // Reads the file; where it is missing there are none. Throws std::runtime_error for a
-    // file that others may read, or that makes no sense.
+    // Reads the file; without one there are no accounts. Throws std::runtime_error for a file that
+    // others may read or that cannot be understood.
     explicit Accounts(std::filesystem::path file);
 
+    // All accounts, oldest first. Valid until the next change.
     const std::vector<Account>& all() const { return accounts_; }
-    const Account* find(std::string_view name) const; // null: there is none
+    // The account of a name, compared exactly; null if there is none. Valid until the next change.
+    const Account* find(std::string_view name) const;
 
     // Adds the account, or replaces the one of the same name.
     void put(const Account& account);
+    // Removes the account; nothing happens if there is none of that name.
     void remove(std::string_view name);
 
-    // Whether another enabled administrator is there, so that this one may go.
+    // Whether another account is an enabled administrator, so that this one may go.
     bool hasOtherAdministrator(std::string_view name) const;
 
 private:

@@ -98,7 +98,7 @@ void Authenticator::checkPassword(const std::string& name, const std::string& pa
         done(ofAccount(name));
         return;
     }
-    if (isLocked(name) || password.size() > kLongestPassword ||
+    if (isLocked(name) || password.size() > kMaxPasswordLength ||
         password.find('\0') != std::string::npos) {
         done(refused());
         return;

@@ -30,7 +30,7 @@ enum class Identification : std::uint8_t {
 struct Identity {
     Identification result = Identification::missing;
     std::string user;
-    Role role = Role::readOnly;
+    model::Role role = model::Role::readOnly;
     std::string sessionId; // empty: by name and password
 };
 

@@ -14,10 +14,11 @@ namespace redfish {
 namespace {
 
 using model::Message;
+using model::Privilege;
 
 model::AccountRules accountRules() {
-    return {.shortestPassword = kShortestPassword,
-            .longestPassword = kLongestPassword,
+    return {.minPasswordLength = kMinPasswordLength,
+            .maxPasswordLength = kMaxPasswordLength,
             .isAccountName = isAccountName};
 }
 
@@ -30,7 +31,7 @@ bool maySee(const Identity& identity, std::string_view name) {
 }
 
 bool isEnabledAdministrator(const Account& account) {
-    return account.isEnabled && account.role == Role::administrator;
+    return account.isEnabled && account.role == model::Role::administrator;
 }
 
 Response cannotBeKept(const std::exception& error) {
@@ -147,7 +148,7 @@ Response AccountHandlers::create(const model::NewAccount& wanted, const std::str
     }
     try {
         accounts_.put({.name = wanted.userName,
-                       .role = roleNamed(wanted.roleId).value(),
+                       .role = model::roleNamed(wanted.roleId).value(),
                        .isEnabled = wanted.isEnabled,
                        .hash = hash});
     } catch (const std::exception& error) {
@@ -168,7 +169,8 @@ model::Problems AccountHandlers::problemsOfChange(const Identity& identity, cons
     }
     const bool staysAdministrator =
         change.isEnabled.value_or(account.isEnabled) &&
-        roleNamed(change.roleId.value_or(std::string(nameOf(account.role)))) == Role::administrator;
+        model::roleNamed(change.roleId.value_or(std::string(nameOf(account.role)))) ==
+            model::Role::administrator;
     if (isEnabledAdministrator(account) && !staysAdministrator &&
         !accounts_.hasOtherAdministrator(account.name)) {
         return {{.message = Message::lastAdministrator, .arguments = {}, .property = {}}};
@@ -220,7 +222,7 @@ Response AccountHandlers::change(const Call& call, const model::AccountChange& c
     Account account = *present;
     account.hash = hash.empty() ? account.hash : hash;
     account.isEnabled = change.isEnabled.value_or(account.isEnabled);
-    account.role = change.roleId ? roleNamed(*change.roleId).value() : account.role;
+    account.role = change.roleId ? model::roleNamed(*change.roleId).value() : account.role;
     try {
         accounts_.put(account);
     } catch (const std::exception& error) {

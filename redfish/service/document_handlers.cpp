@@ -15,6 +15,8 @@ namespace redfish {
 
 namespace {
 
+using model::Privilege;
+
 // The standard opens these to everyone, so that a client can find out what it talks to.
 constexpr std::array kOpenDocuments{model::kVersions, model::kServiceRoot, model::kOdata};
 

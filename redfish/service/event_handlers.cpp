@@ -10,6 +10,7 @@
 namespace redfish {
 
 using model::Message;
+using model::Privilege;
 
 Routes EventHandlers::routes() {
     return {{std::string(model::kEventStream), Method::get, Privilege::login,

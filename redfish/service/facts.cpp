@@ -15,8 +15,8 @@ model::ServiceFacts Facts::now() const {
     facts.version = version_;
     facts.isProviderThere = isProviderThere_;
     facts.sessionTimeout = sessions_.idleLimit();
-    facts.shortestPassword = kShortestPassword;
-    facts.longestPassword = kLongestPassword;
+    facts.minPasswordLength = kMinPasswordLength;
+    facts.maxPasswordLength = kMaxPasswordLength;
     facts.lockoutThreshold = static_cast<int>(authenticator_.rules().threshold);
     facts.lockoutDuration = authenticator_.rules().duration;
     facts.lockoutReset = authenticator_.rules().duration;

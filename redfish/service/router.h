@@ -3,7 +3,7 @@
 #pragma once
 
 #include "redfish/http/message.h"
-#include "redfish/security/privileges.h"
+#include "redfish/model/roles.h"
 
 #include <string>
 #include <string_view>
@@ -19,7 +19,7 @@ struct Route {
     std::string path;
     // HEAD needs no row: it is served by the row of GET.
     Method method = Method::get;
-    Privilege privilege = Privilege::login;
+    model::Privilege privilege = model::Privilege::login;
     Handle handle{};
 };
 

@@ -14,6 +14,7 @@ namespace redfish {
 namespace {
 
 using model::Message;
+using model::Privilege;
 
 constexpr std::string_view kPrefix = "/redfish";
 

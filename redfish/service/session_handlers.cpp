@@ -13,6 +13,7 @@ namespace redfish {
 namespace {
 
 using model::Message;
+using model::Privilege;
 
 std::string timeText() {
     const std::time_t now = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());

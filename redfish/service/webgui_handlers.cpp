@@ -12,6 +12,8 @@ namespace redfish {
 
 namespace {
 
+using model::Privilege;
+
 Response readingResponse(const Reading& reading) {
     return {.status = 200,
             .headers = {{"ETag", reading.entityTag}},

@@ -80,8 +80,8 @@ TEST(RedfishPage, HasThePrivilegesOfEveryRole) {
     const std::vector<std::string> lines = linesOfPage();
     for (const RoleEntry& entry : roles()) {
         std::string privileges;
-        for (const std::string_view each : entry.privileges) {
-            privileges += (privileges.empty() ? "`" : ", `") + std::string(each) + "`";
+        for (const Privilege each : entry.privileges) {
+            privileges += (privileges.empty() ? "`" : ", `") + std::string(nameOf(each)) + "`";
         }
         EXPECT_THAT(lines,
                     testing::Contains("| `" + std::string(entry.id) + "` | " + privileges + " |"));

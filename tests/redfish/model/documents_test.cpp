@@ -100,17 +100,6 @@ TEST(Session, SaysWhoAndWhence) {
     EXPECT_FALSE(session({"7", "joe", "Operator", "", ""}).contains("ClientOriginIPAddress"));
 }
 
-TEST(Roles, HaveThePrivilegesOfTheStandard) {
-    EXPECT_THAT(role(*findRole("Administrator"))["AssignedPrivileges"],
-                testing::UnorderedElementsAre("Login", "ConfigureManager", "ConfigureUsers",
-                                              "ConfigureComponents", "ConfigureSelf"));
-    EXPECT_THAT(role(*findRole("Operator"))["AssignedPrivileges"],
-                testing::UnorderedElementsAre("Login", "ConfigureComponents", "ConfigureSelf"));
-    EXPECT_THAT(role(*findRole("ReadOnly"))["AssignedPrivileges"],
-                testing::UnorderedElementsAre("Login", "ConfigureSelf"));
-    EXPECT_EQ(findRole("readonly"), nullptr);
-}
-
 TEST(EventService, LeadsToTheStream) {
     EXPECT_EQ(eventService(sampleFacts())["ServerSentEventUri"], kEventStream);
 }

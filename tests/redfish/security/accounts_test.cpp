@@ -11,7 +11,7 @@ namespace {
 
 using redfish::Account;
 using redfish::Accounts;
-using redfish::Role;
+using redfish::model::Role;
 
 class TheAccounts : public testing::Test {
 protected:

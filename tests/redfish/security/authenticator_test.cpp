@@ -10,7 +10,7 @@ namespace {
 
 using redfish::Identification;
 using redfish::Identity;
-using redfish::Role;
+using redfish::model::Role;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 

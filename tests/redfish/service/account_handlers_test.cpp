@@ -12,7 +12,7 @@ namespace {
 using redfish::Method;
 using redfish::Request;
 using redfish::Response;
-using redfish::Role;
+using redfish::model::Role;
 
 const std::string kAll(redfish::model::kAccounts);
 

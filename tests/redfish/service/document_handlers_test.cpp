@@ -7,8 +7,8 @@
 namespace {
 
 using redfish::Method;
-using redfish::Privilege;
 using redfish::Response;
+using redfish::model::Privilege;
 using testing::StartsWith;
 
 class TheDocumentHandlers : public test::HandlersFixture {

@@ -42,12 +42,12 @@ protected:
     static constexpr const char* kPassword = "right-password";
 
     HandlersFixture() {
-        addAccount("admin", redfish::Role::administrator);
-        addAccount("worker", redfish::Role::operatorRole);
-        addAccount("looker", redfish::Role::readOnly);
+        addAccount("admin", redfish::model::Role::administrator);
+        addAccount("worker", redfish::model::Role::operatorRole);
+        addAccount("looker", redfish::model::Role::readOnly);
     }
 
-    void addAccount(const std::string& name, redfish::Role role) {
+    void addAccount(const std::string& name, redfish::model::Role role) {
         static const std::string hash = redfish::hashPassword(kPassword);
         accounts.put({.name = name, .role = role, .isEnabled = true, .hash = hash});
     }

@@ -6,7 +6,7 @@
 namespace {
 
 using redfish::Method;
-using redfish::Privilege;
+using redfish::model::Privilege;
 
 const redfish::Router<int> kRouter({
     {.path = "/a", .method = Method::get, .privilege = Privilege::login, .handle = 1},
@@ -57,21 +57,6 @@ TEST(ARouter, RefusesARouteThatAnEarlierOneHides) {
     }
     EXPECT_NO_THROW(redfish::Router<int>({at("/a/b", Method::get), at("/a/*", Method::get)}));
     EXPECT_NO_THROW(redfish::Router<int>({at("/a", Method::get), at("/a", Method::patch)}));
-}
-
-TEST(Privileges, AreThoseOfTheRoles) {
-    using redfish::hasPrivilege;
-    using redfish::Role;
-    for (const Role role : {Role::administrator, Role::operatorRole, Role::readOnly}) {
-        EXPECT_TRUE(hasPrivilege(role, Privilege::login));
-        EXPECT_TRUE(hasPrivilege(role, Privilege::configureSelf));
-    }
-    EXPECT_TRUE(hasPrivilege(Role::operatorRole, Privilege::configureComponents));
-    EXPECT_FALSE(hasPrivilege(Role::readOnly, Privilege::configureComponents));
-    EXPECT_FALSE(hasPrivilege(Role::operatorRole, Privilege::configureUsers));
-    EXPECT_FALSE(hasPrivilege(Role::operatorRole, Privilege::configureManager));
-    EXPECT_TRUE(hasPrivilege(Role::administrator, Privilege::configureUsers));
-    EXPECT_EQ(nameOf(Privilege::configureUsers), "ConfigureUsers");
 }
 
 } // namespace
