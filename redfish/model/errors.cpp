@@ -82,9 +82,6 @@ Problem problemOf(const client::Error& error) {
     if (dynamic_cast<const client::LeaseHeld*>(&error) != nullptr) {
         return {Message::resourceInUse, {}, {}};
     }
-    if (dynamic_cast<const client::Stopped*>(&error) != nullptr) {
-        return {Message::serviceShuttingDown, {retryAfter()}, {}};
-    }
     return {Message::internalError, {}, {}};
 }
 

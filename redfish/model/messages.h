@@ -16,8 +16,6 @@ namespace redfish::model {
 // words are ours.
 enum class Message : std::uint8_t {
     success,
-    created,
-    accountModified,
     accountRemoved,
     generalError,
     internalError,
@@ -46,28 +44,22 @@ enum class Message : std::uint8_t {
     queryParameterUnsupported,
     queryParameterValueFormatError,
     queryParameterOutOfRange,
-    queryNotSupportedOnResource,
     preconditionFailed,
-    preconditionRequired,
     headerInvalid,
     notAcceptable,
     unsupportedMediaType,
     payloadTooLarge,
     headerTooLarge,
-    uriTooLong,
-    requestTimeout,
     // Who asks.
     noValidSession,
     resourceAtUriUnauthorized,
     insufficientPrivilege,
-    passwordChangeRequired,
     sessionLimitExceeded,
     eventSubscriptionLimitExceeded,
     requestLimitExceeded,
     // Accounts.
     resourceAlreadyExists,
     createLimitReachedForResource,
-    resourceCannotBeDeleted,
     lastAdministrator,
     // The provider of the resource and the way to it.
     providerUnavailable,
@@ -75,7 +67,6 @@ enum class Message : std::uint8_t {
     resourceInUse,
     invalidObject,
     providerRefused,
-    serviceShuttingDown,
     // Events that a provider sends.
     resourceUpdated,
 };

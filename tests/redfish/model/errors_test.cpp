@@ -79,7 +79,7 @@ TEST(ProblemOf, TranslatesWhatGoesWrongOnTheWay) {
         {problemOf(client::StoreContents("")), "ServiceTemporarilyUnavailable [5]", 503},
         {problemOf(client::NoAnswer("")), "OperationTimeout", 504},
         {problemOf(client::LeaseHeld("")), "ResourceInUse", 503},
-        {problemOf(client::Stopped("")), "ServiceShuttingDown [5]", 503},
+        {problemOf(client::Stopped("")), "InternalError", 500},
         {problemOf(client::StoreRefused("")), "InternalError", 500},
         {problemOf(client::InvalidArgument("")), "InternalError", 500},
         {problemOf(static_cast<const client::Error&>(answered)), "InvalidObject [key]", 500},

@@ -2,6 +2,10 @@
 
 #include <gmock/gmock.h>
 
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
 #include <regex>
 #include <set>
 
@@ -59,7 +63,7 @@ TEST(Messages, HaveIdsOfRegistryVersionAndName) {
 TEST(TextOf, PutsArgumentsInTheirPlaces) {
     EXPECT_EQ(
         textOf(Message::propertyValueNotInList, std::vector<std::string>{"\"blue\"", "Theme"}),
-        "The value \"blue\" is none of those that the property Theme may have.");
+        "The value \"blue\" is not allowed for the property Theme.");
 }
 
 TEST(TextOf, TakesAnArgumentAsItIs) {
@@ -80,6 +84,47 @@ TEST(MessageRegistry, HoldsEveryMessage) {
     EXPECT_EQ(entry["ArgDescriptions"].size(), 2U);
     EXPECT_EQ(entry["MessageSeverity"], "Warning");
     EXPECT_FALSE(registry["Messages"]["Success"].contains("ParamTypes"));
+}
+
+// The name of each enumerator in the sources of the service, the table itself left out.
+std::set<std::string> messagesInSources() {
+    std::set<std::string> found;
+    const std::regex use(R"(Message::([a-z]\w+))");
+    for (const auto& entry :
+         std::filesystem::recursive_directory_iterator(ORVANE_SOURCE_FOLDER "/redfish")) {
+        if (entry.path().extension() != ".cpp" || entry.path().filename() == "messages.cpp") {
+            continue;
+        }
+        std::ifstream stream(entry.path());
+        const std::string text(std::istreambuf_iterator<char>(stream), {});
+        for (std::sregex_iterator each(text.begin(), text.end(), use), end; each != end; ++each) {
+            found.insert((*each)[1]);
+        }
+    }
+    return found;
+}
+
+// Enumerator and key of each row, as messages.cpp pairs them.
+std::map<std::string, std::string> enumeratorsOfTable() {
+    std::ifstream stream(ORVANE_SOURCE_FOLDER "/redfish/model/messages.cpp");
+    const std::string text(std::istreambuf_iterator<char>(stream), {});
+    const std::regex row(R"re(MessageEntry\{Message::(\w+), "(\w+)")re");
+    std::map<std::string, std::string> found;
+    for (std::sregex_iterator each(text.begin(), text.end(), row), end; each != end; ++each) {
+        found[(*each)[1]] = (*each)[2];
+    }
+    return found;
+}
+
+// A message that nothing sends would promise clients an error that never comes.
+TEST(MessageRegistry, HoldsNoMessageThatNothingSends) {
+    const std::set<std::string> used = messagesInSources();
+    const auto table = enumeratorsOfTable();
+    ASSERT_EQ(table.size(), messages().size());
+    for (const auto& [enumerator, key] : table) {
+        // The provider sends this one, with its events.
+        EXPECT_TRUE(used.contains(enumerator) || key == "Msg000") << key;
+    }
 }
 
 // What the daemon sends stands in its own sources; a message that is new there is new here.

@@ -116,8 +116,6 @@ export const de: Texts = {
     "error.PropertyUnknown": "die Einheit kennt diese Einstellung nicht.",
     "error.ResourceInUse": "jemand anders ändert gerade die Einstellungen.",
     "error.SessionLimitExceeded": "Es gibt so viele Sitzungen, wie die Steuerung erlaubt.",
-    "error.PasswordChangeRequired":
-        "Das Passwort dieses Kontos muss geändert werden, bevor es benutzt werden kann.",
 
     "panel.title": "Das Panel jetzt",
     "panel.lit": "Hell, Stufe {level} von {levels}",

@@ -115,8 +115,6 @@ export const en = {
     "error.PropertyUnknown": "the unit does not know this setting.",
     "error.ResourceInUse": "somebody else is changing the settings.",
     "error.SessionLimitExceeded": "There are as many sessions as the controller allows.",
-    "error.PasswordChangeRequired":
-        "The password of this account must be changed before it can be used.",
 
     "panel.title": "The panel now",
     "panel.lit": "Lit, level {level} of {levels}",

@@ -116,8 +116,6 @@ export const es: Texts = {
     "error.PropertyUnknown": "la unidad no conoce este ajuste.",
     "error.ResourceInUse": "otra persona está cambiando los ajustes.",
     "error.SessionLimitExceeded": "El controlador no admite más sesiones.",
-    "error.PasswordChangeRequired":
-        "Hay que cambiar la contraseña de esta cuenta antes de poder usarla.",
 
     "panel.title": "El panel ahora",
     "panel.lit": "Encendido, nivel {level} de {levels}",

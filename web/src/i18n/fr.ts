@@ -116,8 +116,6 @@ export const fr: Texts = {
     "error.PropertyUnknown": "l’unité ne connaît pas ce réglage.",
     "error.ResourceInUse": "quelqu’un d’autre modifie les réglages.",
     "error.SessionLimitExceeded": "Le contrôleur n’admet pas plus de sessions.",
-    "error.PasswordChangeRequired":
-        "Le mot de passe de ce compte doit être changé avant de pouvoir l’utiliser.",
 
     "panel.title": "L’écran maintenant",
     "panel.lit": "Allumé, niveau {level} sur {levels}",
