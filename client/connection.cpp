@@ -55,6 +55,15 @@ void throwRefused(const Address& address, const Words& words, const std::string&
     throw StoreRefused(what + " failed: " + error + adviceFor(error));
 }
 
+std::map<std::string, std::string> hashIn(const Reply& reply) {
+    std::map<std::string, std::string> fields;
+    const std::vector<Reply>& texts = reply.elements;
+    for (std::size_t i = 0; i + 1 < texts.size(); i += 2) {
+        fields.emplace(texts[i].text, texts[i + 1].text);
+    }
+    return fields;
+}
+
 StoreConnection::StoreConnection(Address address) : address_(std::move(address)) {}
 
 Wire& StoreConnection::wire() {
@@ -107,26 +116,32 @@ std::optional<std::vector<Reply>> StoreConnection::roundTrip(std::span<const Wor
     return replies;
 }
 
-std::vector<Reply> StoreConnection::checked(std::span<const Words> commands,
-                                            std::optional<std::vector<Reply>> replies) const {
+std::vector<Reply> StoreConnection::received(std::span<const Words> commands,
+                                             std::optional<std::vector<Reply>> replies) const {
     if (!replies) {
         throw StoreUnreachable("store " + address_.text() + ": no reply to " +
                                commands.front().front() + " within " +
                                std::to_string(kStoreTimeout.count() / 1000) +
                                " s; is the server overloaded or stopped?");
     }
-    for (std::size_t i = 0; i < commands.size(); ++i) {
-        if ((*replies)[i].kind == Reply::Kind::error) {
-            throwRefused(address_, commands[i], (*replies)[i].text);
-        }
-    }
     return std::move(*replies);
 }
 
-Reply StoreConnection::command(const Words& words) {
-    const std::span commands(&words, 1);
+void StoreConnection::check(const Words& command, const Reply& reply) const {
+    if (reply.kind == Reply::Kind::error) {
+        throwRefused(address_, command, reply.text);
+    }
+}
+
+std::vector<Reply> StoreConnection::exchange(std::span<const Words> commands) {
     wire();
-    return std::move(checked(commands, roundTrip(commands)).front());
+    return received(commands, roundTrip(commands));
+}
+
+Reply StoreConnection::command(const Words& words) {
+    Reply reply = std::move(exchange(std::span(&words, 1)).front());
+    check(words, reply);
+    return reply;
 }
 
 // That a connection is lost shows without looking: nothing is spoilt by asking twice.
@@ -146,7 +161,11 @@ std::vector<Reply> StoreConnection::lookUp(std::span<const Words> commands) {
         wire();
         replies = roundTrip(commands);
     }
-    return checked(commands, std::move(replies));
+    std::vector<Reply> all = received(commands, std::move(replies));
+    for (std::size_t i = 0; i < commands.size(); ++i) {
+        check(commands[i], all[i]);
+    }
+    return all;
 }
 
 std::optional<std::string> StoreConnection::hashField(const std::string& key,
@@ -159,12 +178,7 @@ std::optional<std::string> StoreConnection::hashField(const std::string& key,
 }
 
 std::map<std::string, std::string> StoreConnection::hash(const std::string& key) {
-    const Reply reply = command({"HGETALL", key});
-    std::map<std::string, std::string> fields;
-    for (std::size_t i = 0; i + 1 < reply.elements.size(); i += 2) {
-        fields[reply.elements[i].text] = reply.elements[i + 1].text;
-    }
-    return fields;
+    return hashIn(command({"HGETALL", key}));
 }
 
 bool StoreConnection::exists(const std::string& key) {

@@ -25,6 +25,12 @@ public:
     // Throws StoreUnreachable, StoreRefused.
     Reply command(const Words& words);
 
+    // Several commands in one round trip and their replies, error replies among them: `check` turns
+    // one into an exception. Never repeated, as `command`. Throws StoreUnreachable.
+    std::vector<Reply> exchange(std::span<const Words> commands);
+    // Throws StoreRefused if the reply to the command is an error.
+    void check(const Words& command, const Reply& reply) const;
+
     // Commands that only read, in one round trip, and their replies, none of them an error. Sent
     // once more where a connection that stood already turns out to be lost. Throws as `command`.
     std::vector<Reply> lookUp(std::span<const Words> commands);
@@ -44,12 +50,16 @@ private:
     Wire& wire();
     // On the wire that is there. Nothing: no reply in time; the wire is dropped then.
     std::optional<std::vector<Reply>> roundTrip(std::span<const Words> commands);
-    std::vector<Reply> checked(std::span<const Words> commands,
-                               std::optional<std::vector<Reply>> replies) const;
+    // Throws StoreUnreachable for nothing.
+    std::vector<Reply> received(std::span<const Words> commands,
+                                std::optional<std::vector<Reply>> replies) const;
 
     Address address_;
     std::unique_ptr<Wire> wire_;
 };
+
+// The fields of a hash; empty for a reply that is no list.
+std::map<std::string, std::string> hashIn(const Reply& reply);
 
 // What a refused command throws: names server, command and key, and advises. Shared by
 // connections and subscriptions.

@@ -13,27 +13,59 @@ namespace client {
 
 namespace {
 
+constexpr const char* kCollectionField = "instanceCollection";
+
 [[noreturn]] void throwContents(const StoreConnection& store, const std::string& what) {
     throw StoreContents("store " + store.address().text() + ": " + what);
 }
 
-// The members of a list or set, in the order of the list or sorted.
-std::vector<std::string> membersOf(StoreConnection& store, const std::string& key) {
-    const std::string kind = store.command({"TYPE", key}).text;
+std::string titleField() {
+    return "title:" + std::string(kSchemaType);
+}
+
+Words readMembers(const Place& place) {
+    return place.isSet ? Words{"SMEMBERS", place.collection}
+                       : Words{"LRANGE", place.collection, "0", "0"};
+}
+
+// The first of a list, the lowest of a set; empty where there is none.
+std::string firstOf(const Reply& members) {
+    const auto first =
+        std::min_element(members.elements.begin(), members.elements.end(),
+                         [](const Reply& a, const Reply& b) { return a.text < b.text; });
+    return first == members.elements.end() ? std::string{} : first->text;
+}
+
+// Completes a place of which the schema type is known.
+void findInstanceOf(StoreConnection& store, Place& place) {
+    const std::optional<std::string> collection =
+        store.hashField(place.schemaType, kCollectionField);
+    if (!collection || collection->empty()) {
+        throwContents(store, "the schema type \"" + place.schemaType + "\" has no field \"" +
+                                 kCollectionField + "\"; run orvanectl provision");
+    }
+    place.collection = *collection;
+    const std::string kind = store.command({"TYPE", place.collection}).text;
     if (kind != "list" && kind != "set" && kind != "none") {
-        throwContents(store, "the instance collection \"" + key + "\" is a " + kind +
+        throwContents(store, "the instance collection \"" + place.collection + "\" is a " + kind +
                                  ", neither list nor set; delete the key and restart the provider");
     }
-    const Reply reply = kind == "set" ? store.command({"SMEMBERS", key})
-                                      : store.command({"LRANGE", key, "0", "-1"});
-    std::vector<std::string> members;
-    for (const Reply& element : reply.elements) {
-        members.push_back(element.text);
+    place.isSet = kind == "set";
+    place.instance = firstOf(store.command(readMembers(place)));
+    if (place.instance.empty()) {
+        throwContents(store, "the instance collection \"" + place.collection +
+                                 "\" has no members; start the provider");
     }
-    if (kind == "set") {
-        std::sort(members.begin(), members.end());
+}
+
+std::string providerOf(StoreConnection& store, const std::string& schemaType) {
+    const std::optional<std::string> channel = store.hashField(kProviderDirectory, schemaType);
+    if (!channel || channel->empty()) {
+        throw NobodyThere("store " + store.address().text() + ": no provider of \"" + schemaType +
+                          "\" is registered in the hash \"" + kProviderDirectory +
+                          "\"; start the provider");
     }
-    return members;
+    return *channel;
 }
 
 // The value behind "name=" in a line of CLIENT LIST.
@@ -50,7 +82,7 @@ std::string valueIn(const std::string& line, const std::string& name) {
 } // namespace
 
 std::string findSchemaType(StoreConnection& store) {
-    const std::string field = "title:" + std::string(kSchemaType);
+    const std::string field = titleField();
     const std::optional<std::string> id = store.hashField(kSchemaRegistry, field);
     if (!id || id->empty()) {
         throwContents(store, "the hash \"" + std::string(kSchemaRegistry) + "\" has no field \"" +
@@ -61,29 +93,34 @@ std::string findSchemaType(StoreConnection& store) {
 }
 
 std::string findProvider(StoreConnection& store) {
-    const std::string id = findSchemaType(store);
-    const std::optional<std::string> channel = store.hashField(kProviderDirectory, id);
-    if (!channel || channel->empty()) {
-        throw NobodyThere("store " + store.address().text() + ": no provider of \"" + id +
-                          "\" is registered in the hash \"" + kProviderDirectory +
-                          "\"; start the provider");
-    }
-    return *channel;
+    return providerOf(store, findSchemaType(store));
 }
 
 std::string findInstance(StoreConnection& store) {
-    const std::string id = findSchemaType(store);
-    const std::optional<std::string> collection = store.hashField(id, "instanceCollection");
-    if (!collection || collection->empty()) {
-        throwContents(store, "the schema type \"" + id +
-                                 "\" has no field \"instanceCollection\"; run orvanectl provision");
-    }
-    const std::vector<std::string> members = membersOf(store, *collection);
-    if (members.empty() || members.front().empty()) {
-        throwContents(store, "the instance collection \"" + *collection +
-                                 "\" has no members; start the provider");
-    }
-    return members.front();
+    Place place;
+    place.schemaType = findSchemaType(store);
+    findInstanceOf(store, place);
+    return place.instance;
+}
+
+Place findPlace(StoreConnection& store) {
+    Place place;
+    place.schemaType = findSchemaType(store);
+    place.channel = providerOf(store, place.schemaType);
+    findInstanceOf(store, place);
+    return place;
+}
+
+std::vector<Words> lookAgain(const Place& place) {
+    return {{"HGET", kSchemaRegistry, titleField()},
+            {"HGET", kProviderDirectory, place.schemaType},
+            {"HGET", place.schemaType, kCollectionField},
+            readMembers(place)};
+}
+
+bool isStill(const Place& place, std::span<const Reply> replies) {
+    return replies[0].text == place.schemaType && replies[1].text == place.channel &&
+           replies[2].text == place.collection && firstOf(replies[3]) == place.instance;
 }
 
 long long countListeners(StoreConnection& store, const std::string& channel) {

@@ -19,6 +19,23 @@ std::string findProvider(StoreConnection& store);
 // list or a set (the lowest key then). StoreContents where there is none.
 std::string findInstance(StoreConnection& store);
 
+// Where a request for the resource goes, as found at one moment.
+struct Place {
+    std::string schemaType; // its id
+    std::string channel;    // of the provider
+    std::string collection; // key of the instance collection
+    bool isSet = false;     // what the collection is: a set, else a list
+    std::string instance;   // its key
+};
+
+// Looks everything up, step by step. Throws as findProvider and findInstance, in that order.
+Place findPlace(StoreConnection& store);
+
+// Commands that only read, and whether their replies show that the place is still the same: for a
+// caller that has found it before and sends them along with others.
+std::vector<Words> lookAgain(const Place& place);
+bool isStill(const Place& place, std::span<const Reply> replies);
+
 // How many connections listen on the channel.
 long long countListeners(StoreConnection& store, const std::string& channel);
 

@@ -24,18 +24,10 @@ constexpr const char* kMaxAtOnce = "100";
 // The first millisecond that a date of this form, with its four digits of a year, cannot tell.
 constexpr std::int64_t kYear10000 = 253'402'300'800'000;
 
-std::map<std::string, std::string> fieldsOf(const Reply& list) {
-    std::map<std::string, std::string> fields;
-    for (std::size_t i = 0; i + 1 < list.elements.size(); i += 2) {
-        fields[list.elements[i].text] = list.elements[i + 1].text;
-    }
-    return fields;
-}
-
 Event makeEvent(const Reply& entry) {
     Event event;
     event.id = entry.elements.at(0).text;
-    std::map<std::string, std::string> fields = fieldsOf(entry.elements.at(1));
+    std::map<std::string, std::string> fields = hashIn(entry.elements.at(1));
     event.eventType = fields["EventType"];
     event.kind = fields["Kind"];
     event.message = fields["Message"];

@@ -1,5 +1,5 @@
-// A key with an owner's token and a life: taken with SET NX PX, prolonged and given up by
-// scripts that look at the token first. What it protects is left to client/webgui.cpp.
+// A key with an owner's token and a life: taken with SET NX PX, given up by a script that
+// compares the token first.
 #include "client/lease.h"
 
 #include "client/errors.h"
@@ -13,19 +13,23 @@ namespace {
 
 constexpr std::chrono::milliseconds kRetryPause{10};
 
-constexpr const char* kProlongScript =
-    "if redis.call('GET', KEYS[1]) == ARGV[1] then "
-    "return redis.call('PEXPIRE', KEYS[1], ARGV[2]) end return 0";
 constexpr const char* kReleaseScript = "if redis.call('GET', KEYS[1]) == ARGV[1] then "
                                        "return redis.call('DEL', KEYS[1]) end return 0";
 
 } // namespace
 
 Lease::Lease(StoreConnection& store, std::string key, std::chrono::milliseconds life,
-             Deadline deadline, const Stop* stop)
+             Deadline deadline, const Stop* stop, std::vector<Words> reads)
     : store_(store), key_(std::move(key)), token_(makeUuid()), life_(life) {
-    const Words take{"SET", key_, token_, "NX", "PX", std::to_string(life_.count())};
-    while (store_.command(take).isNil()) {
+    std::vector<Words> commands{{"SET", key_, token_, "NX", "PX", std::to_string(life_.count())}};
+    commands.insert(commands.end(), std::make_move_iterator(reads.begin()),
+                    std::make_move_iterator(reads.end()));
+    while (true) {
+        replies_ = store_.exchange(commands);
+        store_.check(commands.front(), replies_.front());
+        if (!replies_.front().isNil()) {
+            break;
+        }
         if (Clock::now() >= deadline) {
             throwHeld("is held by another client");
         }
@@ -33,22 +37,22 @@ Lease::Lease(StoreConnection& store, std::string key, std::chrono::milliseconds 
             throw Stopped("stopped while waiting for the lease \"" + key_ + "\"");
         }
     }
+    replies_.erase(replies_.begin());
 }
 
 Lease::~Lease() {
     try {
-        store_.command({"EVAL", kReleaseScript, "1", key_, token_});
+        if (!token_.empty()) {
+            store_.command(release());
+        }
     } catch (const std::exception&) {
         // It ends by itself.
         token_.clear();
     }
 }
 
-void Lease::prolong() {
-    const Words words{"EVAL", kProlongScript, "1", key_, token_, std::to_string(life_.count())};
-    if (store_.command(words).integer == 0) {
-        throwHeld("was lost to another client");
-    }
+Words Lease::release() const {
+    return {"EVAL", kReleaseScript, "1", key_, token_};
 }
 
 void Lease::throwHeld(const std::string& reason) {

@@ -40,6 +40,10 @@ inline constexpr const char* kTargetField = "OriginalObjID";
 inline constexpr const char* kActionField = "Action";
 inline constexpr const char* kUserField = "EventUserName";
 
+// Fields of the instance's actions, each the key of one.
+inline constexpr const char* kTurnOffLcdField = "#WebGUI.TurnOffLCD";
+inline constexpr const char* kGuiReadyField = "#WebGUI.GUIReady";
+
 // Actions.
 inline constexpr const char* kTurnOffLcd = "WebGUI.TurnOffLCD";
 inline constexpr const char* kGuiReady = "WebGUI.GUIReady";

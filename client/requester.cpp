@@ -20,11 +20,25 @@ constexpr std::chrono::milliseconds kAbandonedLife{5000};
 
 constexpr int kMaxArguments = 5;
 
-// ARGV: life in milliseconds, then names and values. One step, so that no client can die
-// between writing the object and limiting its life.
-constexpr const char* kStoreScript = "if redis.call('EXISTS', KEYS[1]) == 1 then return 0 end "
-                                     "redis.call('HSET', KEYS[1], unpack(ARGV, 2)) "
-                                     "redis.call('PEXPIRE', KEYS[1], ARGV[1]) return 1";
+// Stores the request object and publishes the request. One step, so that no client can die between
+// writing the object and limiting its life, and none sends anything under a lease that it has lost.
+//   KEYS  the object; the lease, where there is one
+//   ARGV  the lease's token and its life in milliseconds, channel, payload, the object's life in
+//         milliseconds, its names and values
+// Gives the number of listeners, or one of the results below. Without a listener there is no
+// object.
+constexpr const char* kSendScript =
+    "if KEYS[2] then "
+    "if redis.call('GET', KEYS[2]) ~= ARGV[1] then return -2 end "
+    "redis.call('PEXPIRE', KEYS[2], ARGV[2]) end "
+    "if redis.call('EXISTS', KEYS[1]) == 1 then return -1 end "
+    "redis.call('HSET', KEYS[1], unpack(ARGV, 6)) "
+    "redis.call('PEXPIRE', KEYS[1], ARGV[5]) "
+    "local heard = redis.pcall('PUBLISH', ARGV[3], ARGV[4]) "
+    "if heard == 0 or type(heard) == 'table' then redis.call('DEL', KEYS[1]) end return heard";
+constexpr long long kObjectExists = -1;
+constexpr long long kLeaseLost = -2;
+
 constexpr const char* kAbandonScript = "if redis.call('DEL', KEYS[1]) == 0 then return 0 end "
                                        "redis.call('HSET', KEYS[1], 'Abandoned', 'true') "
                                        "redis.call('PEXPIRE', KEYS[1], ARGV[1]) return 1";
@@ -56,30 +70,25 @@ std::string Answer::text() const {
 // The request object in the store, gone at the latest with this guard.
 class Requester::RequestObject {
 public:
-    RequestObject(StoreConnection& store, const Request& request, std::chrono::milliseconds life)
-        : store_(store) {
-        if (request.fields.empty()) {
-            return;
-        }
-        Words words{"EVAL", kStoreScript, "1", request.argument, std::to_string(life.count())};
-        for (const auto& [name, value] : request.fields) {
-            words.push_back(name);
-            words.push_back(value);
-        }
-        key_ = request.argument;
-        isAction_ = request.messageId == kActionRequest;
-        if (store_.command(words).integer == 0) {
-            key_.clear();
-            throw StoreContents("store " + store_.address().text() + ": the key \"" +
-                                request.argument +
-                                "\" exists already; choose another one for the request object");
+    RequestObject(StoreConnection& store, const Request& request)
+        : store_(store), isAction_(!request.fields.empty() && request.messageId == kActionRequest) {
+    }
+    ~RequestObject() {
+        if (!key_.empty()) {
+            tryCommand(removal());
         }
     }
-    ~RequestObject() { tryCommand({"DEL", key_}); }
     RequestObject(const RequestObject&) = delete;
     RequestObject& operator=(const RequestObject&) = delete;
 
     bool isAction() const { return isAction_; }
+
+    // It is in the store now.
+    void keep(const std::string& key) { key_ = key; }
+    void dismiss() { key_.clear(); }
+
+    bool isThere() const { return !key_.empty(); }
+    Words removal() const { return {"DEL", key_}; }
 
     void abandon() noexcept {
         tryCommand({"EVAL", kAbandonScript, "1", key_, std::to_string(kAbandonedLife.count())});
@@ -90,9 +99,7 @@ private:
     // Where it fails, the object expires by itself.
     void tryCommand(const Words& words) noexcept {
         try {
-            if (!key_.empty()) {
-                store_.command(words);
-            }
+            store_.command(words);
         } catch (const std::exception&) {
             key_.clear();
         }
@@ -100,7 +107,7 @@ private:
 
     StoreConnection& store_;
     std::string key_; // empty: nothing to delete
-    bool isAction_ = false;
+    bool isAction_;
 };
 
 namespace {
@@ -126,25 +133,66 @@ private:
 Requester::Requester(StoreConnection& store, std::chrono::milliseconds timeout, const Stop* stop)
     : store_(store), subscription_(store.address()), timeout_(timeout), stop_(stop) {}
 
-Answer Requester::perform(const std::string& channel, const Request& request) {
+// A name per request: what is answered late or twice reaches nobody.
+void Requester::prepare() {
+    if (replies_.empty()) {
+        replies_ = replyChannel(makeUuid());
+        subscription_.announce(replies_);
+    }
+}
+
+Answer Requester::perform(const std::string& channel, const Request& request, Escort* escort) {
     if (stop_ != nullptr && stop_->isRequested()) {
         throw Stopped("stopped before the request was sent");
     }
-    // A name per request: what is answered late or twice reaches nobody.
-    const std::string replies = replyChannel(makeUuid());
+    prepare();
+    const std::string replies = std::exchange(replies_, {});
     const std::string payload = payloadOf(request, replies);
     const Subscribed subscribed(subscription_, replies);
-    RequestObject object(store_, request, timeout_ + kRequestObjectMargin);
+    RequestObject object(store_, request);
     const Clock::time_point published = Clock::now();
-    if (store_.command({"PUBLISH", channel, payload}).integer == 0) {
-        throw NobodyThere("store " + store_.address().text() + ": nobody listens on channel \"" +
-                          channel + "\"; start the provider");
-    }
+    send(channel, payload, request, object, escort);
     const std::string uuid = awaitAnswer(channel, replies, object);
-    Answer answer = readAnswer(uuid);
+    Answer answer = readAnswer(uuid, object, escort);
     answer.latency =
         std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - published);
     return answer;
+}
+
+void Requester::send(const std::string& channel, const std::string& payload, const Request& request,
+                     RequestObject& object, const Escort* escort) {
+    Words words{"PUBLISH", channel, payload};
+    Lease* const lease = escort == nullptr ? nullptr : escort->lease;
+    if (!request.fields.empty()) {
+        words = {"EVAL", kSendScript, lease == nullptr ? "1" : "2", request.argument};
+        if (lease != nullptr) {
+            words.push_back(lease->key());
+        }
+        words.push_back(lease == nullptr ? "" : lease->token());
+        words.push_back(std::to_string(lease == nullptr ? 0 : lease->life().count()));
+        words.push_back(channel);
+        words.push_back(payload);
+        words.push_back(std::to_string((timeout_ + kRequestObjectMargin).count()));
+        for (const auto& [name, value] : request.fields) {
+            words.push_back(name);
+            words.push_back(value);
+        }
+    }
+    const long long listeners = store_.command(words).integer;
+    if (listeners == kObjectExists) {
+        throw StoreContents("store " + store_.address().text() + ": the key \"" + request.argument +
+                            "\" exists already; choose another one for the request object");
+    }
+    if (lease != nullptr && listeners == kLeaseLost) {
+        lease->throwLost();
+    }
+    if (listeners == 0) {
+        throw NobodyThere("store " + store_.address().text() + ": nobody listens on channel \"" +
+                          channel + "\"; start the provider");
+    }
+    if (!request.fields.empty()) {
+        object.keep(request.argument);
+    }
 }
 
 std::string Requester::awaitAnswer(const std::string& channel, const std::string& replies,
@@ -169,8 +217,24 @@ std::string Requester::awaitAnswer(const std::string& channel, const std::string
     return *uuid;
 }
 
-Answer Requester::readAnswer(const std::string& uuid) {
-    const std::map<std::string, std::string> fields = store_.hash(uuid);
+Answer Requester::readAnswer(const std::string& uuid, RequestObject& object, Escort* escort) {
+    std::vector<Words> commands{{"HGETALL", uuid}};
+    if (object.isThere()) {
+        commands.push_back(object.removal());
+    }
+    const std::size_t own = commands.size();
+    if (escort != nullptr) {
+        commands.insert(commands.end(), escort->after.begin(), escort->after.end());
+    }
+    std::vector<Reply> replies = store_.exchange(commands);
+    object.dismiss();
+    store_.check(commands.front(), replies.front());
+    const std::map<std::string, std::string> fields = hashIn(replies.front());
+    if (escort != nullptr) {
+        escort->replies.assign(
+            std::make_move_iterator(replies.begin() + static_cast<std::ptrdiff_t>(own)),
+            std::make_move_iterator(replies.end()));
+    }
     const auto id = fields.find("MessageId");
     if (id == fields.end()) {
         throw StoreContents(

@@ -21,24 +21,42 @@ bool isAbout(const Reply& reply, const char* kind, const std::string& channel) {
 
 Subscription::Subscription(Address address) : address_(std::move(address)) {}
 
+void Subscription::announce(const std::string& channel) noexcept {
+    try {
+        if (wire_) {
+            wire_->send({"SUBSCRIBE", channel}, Clock::now() + kStoreTimeout);
+            announced_ = channel;
+        }
+    } catch (const std::exception&) {
+        wire_.reset();
+    }
+}
+
 void Subscription::subscribe(const std::string& channel) {
     if (wire_) {
         try {
-            confirm(channel);
-            return;
+            const bool isAnnounced = announced_ == channel;
+            confirm(channel, isAnnounced);
+            // What was confirmed long ago may have been lost since.
+            if (!isAnnounced || !wire_->isStale()) {
+                return;
+            }
         } catch (const StoreUnreachable&) {
             // An idle connection may have been lost long ago; subscribing again is harmless.
         }
     }
     wire_ = std::make_unique<Wire>(address_, kStoreTimeout);
-    confirm(channel);
+    confirm(channel, false);
 }
 
-void Subscription::confirm(const std::string& channel) {
+void Subscription::confirm(const std::string& channel, bool isAnnounced) {
     const Deadline deadline = Clock::now() + kStoreTimeout;
     const Words words{"SUBSCRIBE", channel};
+    announced_.clear();
     try {
-        wire_->send(words, deadline);
+        if (!isAnnounced) {
+            wire_->send(words, deadline);
+        }
         while (std::optional<Reply> reply = wire_->receive(deadline, nullptr)) {
             if (reply->kind == Reply::Kind::error) {
                 throwRefused(address_, words, reply->text);

@@ -10,6 +10,10 @@ class Subscription {
 public:
     explicit Subscription(Address address);
 
+    // Asks for the subscription and leaves the confirmation to `subscribe`, so that the store works
+    // on it meanwhile. Does nothing without a connection, or if that is lost.
+    void announce(const std::string& channel) noexcept;
+
     // Returns when the store has confirmed it: what is published from then on is not
     // missed. Connects when needed. Throws StoreUnreachable, StoreRefused.
     void subscribe(const std::string& channel);
@@ -23,10 +27,11 @@ public:
                                     const Stop* stop);
 
 private:
-    void confirm(const std::string& channel);
+    void confirm(const std::string& channel, bool isAnnounced);
 
     Address address_;
     std::unique_ptr<Wire> wire_;
+    std::string announced_; // channel asked for and not yet confirmed; empty: none
 };
 
 } // namespace client

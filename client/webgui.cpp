@@ -1,14 +1,10 @@
 // What the requests for the WebGUI resource carry, and in which order things happen.
-// Their transport is left to client/requester.cpp, the finding to client/discovery.cpp.
 #include "client/webgui.h"
 
-#include "client/discovery.h"
-#include "client/lease.h"
 #include "client/names.h"
 #include "client/uuid.h"
 
 #include <algorithm>
-#include <array>
 
 namespace client {
 
@@ -21,18 +17,6 @@ const std::string* findChange(const SettingValues& changes, std::string_view nam
     const auto change = std::find_if(changes.begin(), changes.end(),
                                      [name](const auto& each) { return each.first == name; });
     return change == changes.end() ? nullptr : &change->second;
-}
-
-// What PTTL says of a missing key.
-constexpr long long kMissing = -2;
-
-std::map<std::string, std::string> fieldsIn(Reply& reply) {
-    std::map<std::string, std::string> fields;
-    std::vector<Reply>& texts = reply.elements;
-    for (std::size_t i = 0; i + 1 < texts.size(); i += 2) {
-        fields.emplace(std::move(texts[i].text), std::move(texts[i + 1].text));
-    }
-    return fields;
 }
 
 // Names of the changes that belong to one request.
@@ -66,42 +50,62 @@ std::string valueOf(const Setting& setting, const SettingValues& changes, const 
     return field->second;
 }
 
+// The message ids that the changes need, ascending.
+std::vector<std::string> requestsFor(const SettingValues& changes) {
+    std::vector<std::string> ids;
+    for (const Setting& setting : settings()) {
+        if ((ids.empty() || ids.back() != setting.messageId) &&
+            !namesFor(setting.messageId, changes).empty()) {
+            ids.emplace_back(setting.messageId);
+        }
+    }
+    return ids;
+}
+
 } // namespace
 
-WebGui::WebGui(const Address& address, std::chrono::milliseconds timeout, const Stop* stop)
-    : store_(address), requester_(store_, timeout, stop), stop_(stop) {}
+// One change of settings on its way.
+struct WebGui::Work {
+    const SettingValues& changes;
+    const std::string& user;
+    Lease& lease;
+    Snapshot present;
+    bool isRead = true; // `present` is what the last request has left
+};
+
+WebGui::WebGui(const Address& address, std::chrono::milliseconds timeout, const Stop* stop,
+               Scope scope)
+    : store_(address), requester_(store_, timeout, stop), reader_(scope), stop_(stop) {}
+
+const Place& WebGui::place() {
+    if (!place_ || !isStill(*place_, store_.exchange(lookAgain(*place_)))) {
+        place_ = findPlace(store_);
+    }
+    return *place_;
+}
 
 Answer WebGui::perform(const Request& request) {
     return requester_.perform(findProvider(store_), request);
 }
 
 Answer WebGui::read() {
-    const std::string channel = findProvider(store_);
-    return requester_.perform(channel, {kReadRequest, findInstance(store_), {}});
+    const Place& found = place();
+    return requester_.perform(found.channel, {kReadRequest, found.instance, {}});
 }
 
-// The mark comes first, so that the fields are not older than the time that it tells. One
-// without an end is counted as one that ends now.
-bool WebGui::look(const std::string& instance, Snapshot& snapshot) {
-    const std::array<Words, 2> commands{{{"PTTL", freshnessKey(instance)}, {"HGETALL", instance}}};
-    std::vector<Reply> replies = store_.lookUp(commands);
-    const long long left = replies[0].integer;
-    snapshot.instance = instance;
-    snapshot.fields = fieldsIn(replies[1]);
-    snapshot.freshFor = std::chrono::milliseconds(std::max(0LL, left));
-    return left != kMissing && !snapshot.fields.empty();
+Snapshot WebGui::look(const std::string& instance) {
+    return reader_.take(store_, instance, store_.lookUp(reader_.commands(instance)));
 }
 
-Snapshot WebGui::snapshotOf(const std::string& instance) {
-    Snapshot snapshot;
-    if (look(instance, snapshot)) {
-        return snapshot;
-    }
-    const Answer answer = perform({kReadRequest, instance, {}});
+// `channel`: of the provider; null: not known.
+Snapshot WebGui::snapshotOf(const std::string& instance, const std::string* channel) {
+    const Request request{kReadRequest, instance, {}};
+    const Answer answer =
+        channel == nullptr ? perform(request) : requester_.perform(*channel, request);
     if (!answer.isSuccess()) {
         throw AnsweredOtherwise("the read of \"" + instance + "\"", answer);
     }
-    look(instance, snapshot);
+    Snapshot snapshot = look(instance);
     if (snapshot.fields.empty()) {
         throw StoreContents("store " + store_.address().text() + ": the instance \"" + instance +
                             "\" is missing; restart the provider");
@@ -109,72 +113,133 @@ Snapshot WebGui::snapshotOf(const std::string& instance) {
     return snapshot;
 }
 
-std::map<std::string, std::string> WebGui::fieldsOf(const std::string& instance) {
-    return snapshotOf(instance).fields;
-}
-
 Snapshot WebGui::snapshot() {
-    Snapshot snapshot;
-    if (!instance_.empty() && look(instance_, snapshot)) {
-        return snapshot;
+    if (!instance_.empty()) {
+        Snapshot snapshot = look(instance_);
+        if (snapshot.isFresh) {
+            return snapshot;
+        }
     }
     instance_ = findInstance(store_);
-    return snapshotOf(instance_);
+    Snapshot snapshot = look(instance_);
+    return snapshot.isFresh ? snapshot : snapshotOf(instance_, nullptr);
 }
 
-std::map<std::string, std::string> WebGui::fields() {
+HashFields WebGui::fields() {
     return snapshot().fields;
 }
 
-std::vector<UpdateAnswer> WebGui::updateSettings(const SettingValues& changes,
-                                                 const std::string& user, bool anyValue,
-                                                 Precondition precondition) {
-    checkSettings(changes, anyValue);
-    checkSettings({{kUserField, user}}, anyValue);
-    std::vector<UpdateAnswer> answers;
-    std::string_view done;
-    for (const Setting& setting : settings()) {
-        if (setting.messageId == done || namesFor(setting.messageId, changes).empty()) {
+// Takes the lease of the instance, and reads it in the same round trip. Where something has moved
+// since it was found last, that is found anew.
+void WebGui::take(std::optional<Lease>& lease, Snapshot& present) {
+    const std::chrono::milliseconds life = requester_.timeout() + kLeaseMargin;
+    // A dead client's lease ends within its life: nobody waits in vain.
+    const Deadline deadline = Clock::now() + life + requester_.timeout();
+    for (bool isKnown = place_.has_value();; isKnown = false) {
+        if (!isKnown) {
+            place_ = findPlace(store_);
+        }
+        std::vector<Words> reads = lookAgain(*place_);
+        const std::size_t own = reads.size();
+        for (Words& each : reader_.commands(place_->instance)) {
+            reads.push_back(std::move(each));
+        }
+        lease.emplace(store_, leaseKey(place_->instance), life, deadline, stop_, reads);
+        const std::span<const Reply> replies = lease->replies();
+        if (isKnown && !isStill(*place_, replies.first(own))) {
+            lease.reset();
             continue;
         }
-        done = setting.messageId;
-        answers.push_back(update(std::string(setting.messageId), changes, user, precondition));
-        precondition = nullptr; // what the first request changed is no change of another's
-        if (!answers.back().answer.isSuccess()) {
+        for (std::size_t i = own; i < reads.size(); ++i) {
+            store_.check(reads[i], replies[i]);
+        }
+        present = reader_.take(store_, place_->instance, replies.subspan(own));
+        if (!present.isFresh) {
+            present = snapshotOf(place_->instance, &place_->channel);
+        }
+        return;
+    }
+}
+
+Update WebGui::updateSettings(const SettingValues& changes, const std::string& user, bool anyValue,
+                              const Precondition& precondition) {
+    checkSettings(changes, anyValue);
+    checkSettings({{kUserField, user}}, anyValue);
+    const std::vector<std::string> ids = requestsFor(changes);
+    if (ids.empty()) {
+        return {};
+    }
+    requester_.prepare();
+    std::optional<Lease> lease;
+    Snapshot present;
+    take(lease, present);
+    if (precondition && !precondition(present)) {
+        throw PreconditionFailed("the instance \"" + present.instance +
+                                 "\" is not in the state that the change asks for; read it anew");
+    }
+    Work work{.changes = changes, .user = user, .lease = *lease, .present = std::move(present)};
+    Update done;
+    for (const std::string& id : ids) {
+        done.answers.push_back(
+            {id, namesFor(id, changes), update(work, id, /*isLast=*/id == ids.back())});
+        if (!done.answers.back().answer.isSuccess()) {
             break;
         }
     }
-    return answers;
+    if (work.isRead) {
+        done.after = std::move(work.present);
+    }
+    return done;
 }
 
-UpdateAnswer WebGui::update(const std::string& messageId, const SettingValues& changes,
-                            const std::string& user, const Precondition& precondition) {
-    const std::string channel = findProvider(store_);
-    const std::string instance = findInstance(store_);
-    const std::chrono::milliseconds life = requester_.timeout() + kLeaseMargin;
-    // A dead client's lease ends within its life, so that waiting for it is no vain hope.
-    Lease lease(store_, leaseKey(instance), life, Clock::now() + life + requester_.timeout(),
-                stop_);
-    const std::map<std::string, std::string> present = fieldsOf(instance);
-    if (precondition && !precondition(present)) {
-        throw PreconditionFailed("the instance \"" + instance +
-                                 "\" is not in the state that the change asks for; read it anew");
+// The instance is read together with the answer, and the lease given up with the last one.
+Answer WebGui::update(Work& work, const std::string& messageId, bool isLast) {
+    const std::string& instance = place_->instance;
+    if (!work.isRead) {
+        work.present = snapshotOf(instance, &place_->channel);
     }
     Request request{messageId, requestKey(makeUuid()), {{kTargetField, instance}}};
     for (const Setting& setting : settings()) {
         if (setting.messageId == messageId) {
-            request.fields.emplace_back(setting.name,
-                                        valueOf(setting, changes, user, instance, present));
+            request.fields.emplace_back(setting.name, valueOf(setting, work.changes, work.user,
+                                                              instance, work.present.fields));
         }
     }
-    lease.prolong();
-    return {messageId, namesFor(messageId, changes), requester_.perform(channel, request)};
+    Escort escort{.lease = &work.lease, .after = reader_.commands(instance)};
+    const std::size_t own = escort.after.size();
+    if (isLast) {
+        escort.after.push_back(work.lease.release());
+    }
+    Answer answer = requester_.perform(place_->channel, request, &escort);
+    if (isLast && escort.replies.back().kind != Reply::Kind::error) {
+        work.lease.dismiss();
+    }
+    const std::span<const Reply> replies = std::span(escort.replies).first(own);
+    work.isRead = takeAfter(replies, work.present);
+    return answer;
+}
+
+// False: it has to be read once more. What the request has done is done in any case.
+bool WebGui::takeAfter(std::span<const Reply> replies, Snapshot& present) {
+    const bool hasFailed = std::any_of(replies.begin(), replies.end(), [](const Reply& each) {
+        return each.kind == Reply::Kind::error;
+    });
+    try {
+        if (!hasFailed) {
+            present = reader_.take(store_, present.instance, replies);
+        }
+        return !hasFailed && present.isFresh;
+    } catch (const Error&) {
+        return false;
+    }
 }
 
 Answer WebGui::runAction(const std::string& action) {
-    return perform({kActionRequest,
-                    requestKey(makeUuid()),
-                    {{kTargetField, findInstance(store_)}, {kActionField, action}}});
+    const Place& found = place();
+    return requester_.perform(found.channel,
+                              {kActionRequest,
+                               requestKey(makeUuid()),
+                               {{kTargetField, found.instance}, {kActionField, action}}});
 }
 
 } // namespace client

@@ -1,11 +1,12 @@
 // The WebGUI resource as a client sees it: read it, change its settings, run its actions.
 #pragma once
 
+#include "client/discovery.h"
 #include "client/requester.h"
 #include "client/settings.h"
+#include "client/snapshot.h"
 
 #include <functional>
-#include <map>
 
 namespace client {
 
@@ -20,16 +21,17 @@ struct UpdateAnswer {
     Answer answer;
 };
 
-// The instance as it stood at one moment.
-struct Snapshot {
-    std::string instance; // its key
-    std::map<std::string, std::string> fields;
-    std::chrono::milliseconds freshFor{}; // from that moment on it may be served as it stands
+// What became of a change of settings.
+struct Update {
+    std::vector<UpdateAnswer> answers;
+    // The instance after it, read under the lease of the change. Nothing where it could not be
+    // read or is not fresh: a read has to follow.
+    std::optional<Snapshot> after;
 };
 
-// What a change must find, looked at under the lease and before anything is sent: gets the
-// present fields. False refuses the change.
-using Precondition = std::function<bool(const std::map<std::string, std::string>&)>;
+// What a change must find, asked under the lease and before anything is sent. False refuses the
+// change.
+using Precondition = std::function<bool(const Snapshot& present)>;
 
 // A change whose precondition did not hold. Nothing was sent.
 class PreconditionFailed : public Error {
@@ -37,14 +39,16 @@ public:
     using Error::Error;
 };
 
-// Provider and instance are looked up anew by every call; only a read of the instance that the
-// last one found, still fresh, takes it as it is: one round trip. Not for two threads at once;
+// Every call checks where provider and instance are; only a read of the instance that the last one
+// found, still fresh, takes it as it is. Costs one round trip then, and a change of settings three
+// for its first request and two for each further one: what was found last is checked, and the
+// instance read, together with what has to be sent anyway. Not for two threads at once;
 // `stop` (may be null) is borrowed for its life and ends the waits of every call.
 // Throw as Requester::perform and the functions of client/discovery.h.
 class WebGui {
 public:
     explicit WebGui(const Address& address, std::chrono::milliseconds timeout = kAnswerTimeout,
-                    const Stop* stop = nullptr);
+                    const Stop* stop = nullptr, Scope scope = Scope::settings);
 
     StoreConnection& store() { return store_; }
 
@@ -55,18 +59,18 @@ public:
     // fresh. Throws AnsweredOtherwise too.
     std::map<std::string, std::string> fields();
 
-    // The same with the time for which the fields stay fresh.
+    // The same with the time for which the fields stay fresh, and the actions, if asked for.
     Snapshot snapshot();
 
     // Changes settings: one request per message id concerned, in ascending order, up to the
     // first that is not answered "Success". Properties of the same request that are not
-    // named keep their present values; these are read, and the request is answered, under a
+    // named keep their present values; these are read, and all requests are answered, under a
     // lease, so that no change of another client is lost. Values are checked first, as
     // checkSettings does. `user` is sent as "EventUserName" unless `changes` name it.
     // `precondition` is asked once, before the first request; empty: everything will do.
     // Throws InvalidArgument, LeaseHeld, PreconditionFailed, AnsweredOtherwise (to the read) too.
-    std::vector<UpdateAnswer> updateSettings(const SettingValues& changes, const std::string& user,
-                                             bool anyValue = false, Precondition precondition = {});
+    Update updateSettings(const SettingValues& changes, const std::string& user,
+                          bool anyValue = false, const Precondition& precondition = {});
 
     // Runs an action, for instance kTurnOffLcd.
     Answer runAction(const std::string& action);
@@ -75,17 +79,20 @@ public:
     Answer perform(const Request& request);
 
 private:
-    UpdateAnswer update(const std::string& messageId, const SettingValues& changes,
-                        const std::string& user, const Precondition& precondition);
-    std::map<std::string, std::string> fieldsOf(const std::string& instance);
-    Snapshot snapshotOf(const std::string& instance);
-    // True: the instance is there and fresh.
-    bool look(const std::string& instance, Snapshot& snapshot);
+    struct Work;
+    const Place& place();
+    void take(std::optional<Lease>& lease, Snapshot& present);
+    Answer update(Work& work, const std::string& messageId, bool isLast);
+    bool takeAfter(std::span<const Reply> replies, Snapshot& present);
+    Snapshot look(const std::string& instance);
+    Snapshot snapshotOf(const std::string& instance, const std::string* channel);
 
     StoreConnection store_;
     Requester requester_;
+    SnapshotReader reader_;
     const Stop* stop_;
-    std::string instance_; // that was read last; empty: none yet
+    std::optional<Place> place_; // as found last
+    std::string instance_;       // that was read last; empty: none yet
 };
 
 } // namespace client

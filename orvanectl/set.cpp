@@ -36,7 +36,7 @@ int set(const Context& context, const SetOptions& options) {
     }
     client::WebGui webGui = context.connect();
     const std::vector<client::UpdateAnswer> answers =
-        webGui.updateSettings(changes, options.user, options.force);
+        webGui.updateSettings(changes, options.user, options.force).answers;
     print(context, answers);
     return statusOf(answers.back().answer);
 }

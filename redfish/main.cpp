@@ -75,7 +75,7 @@ void serve(const redfish::Options& options) {
                               .version = ORVANE_REDFISH_VERSION,
                               .web = options.web});
     const redfish::EventReader reader(
-        store, server.post(),
+        store, gateway, server.post(),
         [&events](const std::vector<client::Event>& received, bool isOld,
                   const std::string& instance) { events.publish(received, isOld, instance); });
     sayAddress(options, server.port());

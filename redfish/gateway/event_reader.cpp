@@ -1,5 +1,4 @@
-// Follows the event stream on a thread of its own. Who gets which event is left to
-// service/event_hub.cpp.
+// Follows the event stream on a thread of its own.
 #include "redfish/gateway/event_reader.h"
 
 #include "client/discovery.h"
@@ -18,8 +17,8 @@ constexpr int kMaxKept = 2000;
 
 } // namespace
 
-EventReader::EventReader(client::Address store, Post post, Received received)
-    : address_(std::move(store)), post_(guard_.guard(std::move(post))),
+EventReader::EventReader(client::Address store, Gateway& gateway, Post post, Received received)
+    : address_(std::move(store)), gateway_(gateway), post_(guard_.guard(std::move(post))),
       received_(std::move(received)), thread_([this] { run(); }) {}
 
 EventReader::~EventReader() {
@@ -64,6 +63,7 @@ void EventReader::tell(client::StoreConnection& store, std::vector<client::Event
         }
     }
     post_([this, events = std::move(events), isOld, instance = instance_] {
+        gateway_.forget();
         received_(events, isOld, instance);
     });
 }

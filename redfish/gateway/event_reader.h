@@ -1,8 +1,9 @@
-// The one reader of the event stream in the store, for all who listen. Starts anew after an
-// outage, where it has left off.
+// The one reader of the event stream in the store, for all who listen. After an outage it goes on
+// where it has left off.
 #pragma once
 
 #include "client/events.h"
+#include "redfish/gateway/gateway.h"
 #include "redfish/http/message.h"
 #include "redfish/runtime/post.h"
 
@@ -19,7 +20,10 @@ public:
     using Received = std::function<void(const std::vector<client::Event>&, bool isOld,
                                         const std::string& instance)>;
 
-    EventReader(client::Address store, Post post, Received received);
+    // The gateway forgets what it has read before an event is passed on: who reads upon an event
+    // never gets the resource from before it, even if the news of the changed key, which come on
+    // another connection, are late. It outlives the reader.
+    EventReader(client::Address store, Gateway& gateway, Post post, Received received);
     ~EventReader();
     EventReader(const EventReader&) = delete;
     EventReader& operator=(const EventReader&) = delete;
@@ -30,6 +34,7 @@ private:
     void tell(client::StoreConnection& store, std::vector<client::Event> events, bool isOld);
 
     client::Address address_;
+    Gateway& gateway_;
     PostGuard guard_;
     Post post_;
     Received received_;

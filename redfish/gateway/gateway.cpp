@@ -23,20 +23,13 @@ constexpr std::size_t kMaxChanges = 32;
 constexpr std::chrono::milliseconds kRetryPause{500};
 constexpr std::chrono::milliseconds kNewsWait{1000};
 
-std::string fieldOf(const model::Fields& fields, const std::string& name) {
-    const auto found = fields.find(name);
-    return found == fields.end() ? std::string{} : found->second;
-}
-
-// The resource with what the store keeps of its actions.
-model::StoredWebGui withActions(client::StoreConnection& store, model::Fields fields) {
-    const auto hash = [&store](const std::string& key) {
-        return key.empty() ? model::Fields{} : store.hash(key);
-    };
-    const model::Fields actions = hash(fieldOf(fields, "Actions"));
-    return {.resource = std::move(fields),
-            .turnOffLcd = hash(fieldOf(actions, "#WebGUI.TurnOffLCD")),
-            .guiReady = hash(fieldOf(actions, "#WebGUI.GUIReady"))};
+Reading readingOf(const client::Snapshot& snapshot) {
+    Reading reading;
+    reading.body = makeText(model::serialise(model::webGui({.resource = snapshot.fields,
+                                                            .turnOffLcd = snapshot.turnOffLcd,
+                                                            .guiReady = snapshot.guiReady})));
+    reading.entityTag = entityTag(*reading.body);
+    return reading;
 }
 
 model::Problems unavailable() {
@@ -78,8 +71,8 @@ class Gateway::Lender {
 public:
     Lender(const GatewayOptions& options, const client::Stop& stop) {
         for (std::size_t i = 0; i < kReadThreads + kChangeThreads; ++i) {
-            free_.push_back(
-                std::make_unique<client::WebGui>(options.store, options.timeout, &stop));
+            free_.push_back(std::make_unique<client::WebGui>(options.store, options.timeout, &stop,
+                                                             client::Scope::settingsAndActions));
         }
     }
     std::unique_ptr<client::WebGui> lend() {
@@ -148,12 +141,10 @@ void Gateway::read(Read done) {
         // Counted from before the read, so that it ends no later than in the store.
         const client::Clock::time_point begin = client::Clock::now();
         stored.reading.problems = problemsOf(webGui.store(), [&] {
-            client::Snapshot snapshot = webGui.snapshot();
+            const client::Snapshot snapshot = webGui.snapshot();
             stored.instance = snapshot.instance;
             stored.until = begin + snapshot.freshFor;
-            stored.reading.body = makeText(model::serialise(
-                model::webGui(withActions(webGui.store(), std::move(snapshot.fields)))));
-            stored.reading.entityTag = entityTag(*stored.reading.body);
+            stored.reading = readingOf(snapshot);
         });
         post_([this, flight, stored = std::move(stored)] { land(flight, stored); });
     });
@@ -198,30 +189,40 @@ void Gateway::change(client::SettingValues changes, std::string user, std::strin
         ChangeResult result;
         client::Precondition precondition;
         if (!ifMatch.empty()) {
-            precondition = [&](const std::map<std::string, std::string>& fields) {
-                return isListed(
-                    ifMatch,
-                    entityTag(model::serialise(model::webGui(withActions(webGui.store(), fields)))),
-                    Comparison::strong);
+            precondition = [&ifMatch](const client::Snapshot& present) {
+                return isListed(ifMatch, readingOf(present).entityTag, Comparison::strong);
             };
         }
         result.problems = problemsOf(webGui.store(), [&] {
-            for (const client::UpdateAnswer& each :
-                 webGui.updateSettings(changes, user, false, precondition)) {
+            const client::Update update = webGui.updateSettings(changes, user, false, precondition);
+            if (update.after) {
+                result.reading = readingOf(*update.after);
+            }
+            for (const client::UpdateAnswer& each : update.answers) {
                 result.isAnythingChanged |= each.answer.isSuccess();
                 if (!each.answer.isSuccess()) {
                     throw client::AnsweredOtherwise("a change", each.answer);
                 }
             }
         });
-        post_([this, shared, result] {
-            forget();
-            (*shared)(result);
-        });
+        post_([this, shared, result = std::move(result)] { finish(*shared, result); });
     });
     if (!isTaken) {
-        (*shared)({.isAnythingChanged = false, .problems = unavailable()});
+        (*shared)({.isAnythingChanged = false, .problems = unavailable(), .reading = {}});
     }
+}
+
+// The reading that came with the change is not kept: news of later changes may have come before it.
+void Gateway::finish(const Changed& done, ChangeResult result) {
+    forget();
+    if (!result.isAnythingChanged || result.reading.body) {
+        done(result);
+        return;
+    }
+    read([done, result = std::move(result)](const Reading& reading) mutable {
+        result.reading = reading;
+        done(result);
+    });
 }
 
 void Gateway::act(std::string action, Done done) {

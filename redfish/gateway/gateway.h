@@ -31,6 +31,7 @@ struct Reading {
 struct ChangeResult {
     bool isAnythingChanged = false;
     model::Problems problems;
+    Reading reading; // after it, if anything was changed
 };
 
 struct GatewayOptions {
@@ -55,11 +56,15 @@ public:
     void read(Read done);
 
     // Changes settings of which the values were checked. `ifMatch`: what the header of that name
-    // asks for; empty: nothing. A read after it gives the new values.
+    // asks for; empty: nothing. A read after it gives the new values too.
     void change(client::SettingValues changes, std::string user, std::string ifMatch, Changed done);
 
     // Runs an action: client::kTurnOffLcd, client::kGuiReady.
     void act(std::string action, Done done);
+
+    // Drops the reading in memory: who asks from now on gets one that is begun after this call, not
+    // one that is under way. To be called before an event is passed on to clients.
+    void forget();
 
     // Key of the instance in the store, as last read; empty: not yet known.
     const std::string& instance() const { return instance_; }
@@ -75,7 +80,7 @@ private:
 
     bool submit(WorkerPool& pool, Work work);
     void land(const std::shared_ptr<Flight>& flight, const Stored& stored);
-    void forget();
+    void finish(const Changed& done, ChangeResult result);
     void follow(); // the thread that is told of changes in the store
     void followOnce(client::StoreConnection& store);
 

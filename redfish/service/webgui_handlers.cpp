@@ -88,20 +88,16 @@ void WebGuiHandlers::patch(const Call& call, const Respond& respond) {
         return;
     }
     access_.change(std::move(changes.value), call.identity.user, std::string(call.request.ifMatch),
-                   [this, respond](const ChangeResult& result) {
-                       if (!result.problems.empty() && !result.isAnythingChanged) {
+                   [respond](const ChangeResult& result) {
+                       if (!result.isAnythingChanged) {
                            respond(errorResponse(result.problems));
-                           return;
+                       } else if (!result.reading.problems.empty()) {
+                           respond(errorResponse(result.reading.problems));
+                       } else if (!result.problems.empty()) {
+                           respond(partlyChanged(result.reading, result.problems));
+                       } else {
+                           respond(readingResponse(result.reading));
                        }
-                       access_.read([respond, result](const Reading& reading) {
-                           if (!reading.problems.empty()) {
-                               respond(errorResponse(reading.problems));
-                           } else if (!result.problems.empty()) {
-                               respond(partlyChanged(reading, result.problems));
-                           } else {
-                               respond(readingResponse(reading));
-                           }
-                       });
                    });
 }
 

@@ -55,27 +55,40 @@ TEST_F(Leases, ArePassedOnWhenGivenUp) {
     EXPECT_EQ(server.command({"EXISTS", "Lease:x"}), "0");
 }
 
-TEST_F(Leases, AreProlonged) {
-    Lease lease = take(milliseconds(60'000));
-    server.command({"PEXPIRE", "Lease:x", "20000"});
-    lease.prolong();
-    EXPECT_GT(life(), 20'000);
-}
-
-TEST_F(Leases, ThatAreLostAreNeitherProlongedNorTakenFromTheirNewHolder) {
+TEST_F(Leases, ThatAreLostAreNotTakenFromTheirNewHolder) {
     {
-        Lease lease = take(milliseconds(5000));
+        const Lease lease = take(milliseconds(5000));
         server.command({"SET", "Lease:x", "new holder", "PX", "10000"});
-        try {
-            lease.prolong();
-            ADD_FAILURE() << "prolonged";
-        } catch (const client::LeaseHeld& error) {
-            EXPECT_EQ(error.what(), "store " + server.address() +
-                                        ": the lease \"Lease:x\" was lost to another client; it "
-                                        "ends by itself: try again in a moment");
-        }
     }
     EXPECT_EQ(server.command({"GET", "Lease:x"}), "new holder");
+}
+
+TEST_F(Leases, ReadInTheRoundTripInWhichTheyAreTaken) {
+    server.command({"SET", "key", "value"});
+    const auto exchanges = [this] {
+        const std::string stats = server.command({"INFO", "stats"});
+        const std::string name = "total_reads_processed:";
+        return std::stoi(stats.substr(stats.find(name) + name.size()));
+    };
+    store.exists("key"); // connected from now on
+    const int before = exchanges();
+    const Lease lease(store, "Lease:x", milliseconds(5000), Clock::now(), &stop,
+                      {{"GET", "key"}, {"HGETALL", "key"}, {"GET", "Lease:x"}});
+    EXPECT_EQ(exchanges() - before, 2) << "one for the lease, one for counting";
+    ASSERT_EQ(lease.replies().size(), 3U);
+    EXPECT_EQ(lease.replies()[0].text, "value");
+    EXPECT_EQ(lease.replies()[1].kind, client::Reply::Kind::error);
+    EXPECT_EQ(lease.replies()[2].text, lease.token()) << "it was held already";
+}
+
+TEST_F(Leases, ThatWereGivenUpAreLeftAlone) {
+    {
+        Lease lease = take(milliseconds(5000));
+        EXPECT_EQ(store.command(lease.release()).integer, 1);
+        server.command({"SET", "Lease:x", lease.token(), "PX", "10000"});
+        lease.dismiss();
+    }
+    EXPECT_EQ(server.command({"EXISTS", "Lease:x"}), "1");
 }
 
 TEST_F(Leases, WithoutAnEndAreToldApart) {

@@ -84,6 +84,67 @@ TEST_F(Requests, KeepTheirObjectOnlyWhileTheyWait) {
     EXPECT_FALSE(store.exists("my-object"));
 }
 
+TEST_F(Requests, HoldTheirLeaseForItsWholeLifeFromTheirSendingOn) {
+    client::Lease lease(store, "Lease:x", milliseconds(60'000), client::Clock::now(), &stop);
+    server.command({"PEXPIRE", "Lease:x", "20000"});
+    client::Escort escort{.lease = &lease};
+    EXPECT_TRUE(
+        requester
+            .perform(test::StandInProvider::kChannel, {"00002", "object", {{"a", "b"}}}, &escort)
+            .isSuccess());
+    EXPECT_GT(std::stoi(server.command({"PTTL", "Lease:x"})), 20'000);
+}
+
+TEST_F(Requests, AreNotSentUnderALeaseThatWasLost) {
+    client::Lease lease(store, "Lease:x", milliseconds(60'000), client::Clock::now(), &stop);
+    server.command({"SET", "Lease:x", "new holder", "PX", "10000"});
+    client::Escort escort{.lease = &lease};
+    try {
+        requester.perform(test::StandInProvider::kChannel, {"00002", "object", {{"a", "b"}}},
+                          &escort);
+        ADD_FAILURE() << "sent";
+    } catch (const client::LeaseHeld& error) {
+        EXPECT_EQ(error.what(), "store " + server.address() +
+                                    ": the lease \"Lease:x\" was lost to another client; it "
+                                    "ends by itself: try again in a moment");
+    }
+    EXPECT_LE(std::stoi(server.command({"PTTL", "Lease:x"})), 10'000) << "not prolonged";
+    EXPECT_EQ(provider.receivedCount(), 0U);
+    EXPECT_FALSE(store.exists("object"));
+}
+
+TEST_F(Requests, BringTheRepliesToWhatFollowsThem) {
+    client::Escort escort{.after = {{"EXISTS", "object"}, {"INCR", "count"}, {"NONSENSE"}}};
+    requester.perform(test::StandInProvider::kChannel, {"00002", "object", {{"a", "b"}}}, &escort);
+    ASSERT_EQ(escort.replies.size(), 3U);
+    EXPECT_EQ(escort.replies[0].integer, 0) << "the object is gone";
+    EXPECT_EQ(escort.replies[1].integer, 1);
+    EXPECT_EQ(escort.replies[2].kind, client::Reply::Kind::error);
+}
+
+TEST_F(Requests, LeaveAnObjectAloneThatWasThereBefore) {
+    server.command({"HSET", "object", "of", "another"});
+    EXPECT_THROW(perform({"00002", "object", {{"a", "b"}}}), client::StoreContents);
+    EXPECT_EQ(server.command({"HGETALL", "object"}), "of another");
+    EXPECT_EQ(provider.receivedCount(), 0U);
+}
+
+TEST_F(Requests, ThatWerePreparedUseWhatWasPrepared) {
+    EXPECT_TRUE(perform({"00001", "key", {}}).isSuccess()); // connected from now on
+    requester.prepare();
+    std::string prepared;
+    EXPECT_TRUE(test::waitUntil([&] {
+        prepared = channels();
+        return prepared.find("Reply:") != std::string::npos;
+    }));
+    EXPECT_TRUE(perform({"00001", "key", {}}).isSuccess());
+    EXPECT_THAT(prepared, testing::HasSubstr(provider.received().at(1).replyChannel));
+    requester.prepare();
+    server.command({"CLIENT", "KILL", "TYPE", "pubsub"});
+    const test::StandInProvider again(server);
+    EXPECT_TRUE(perform({"00001", "key", {}}).isSuccess()) << "on a new connection";
+}
+
 TEST_F(Requests, FailOnAReturnMessageThatIsMissingOrOfAnotherKind) {
     provider.behave({.hasReturnMessage = false});
     EXPECT_THROW(perform({"00001", "key", {}}), client::StoreContents);

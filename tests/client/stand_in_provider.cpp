@@ -157,12 +157,12 @@ void StandInProvider::handle(const std::string& payload) {
     }
     std::this_thread::sleep_for(behaviour.work);
     if (behaviour.messageId == "Success" && behaviour.times > 0) {
-        work(request);
+        work(request, behaviour.marksFresh);
     }
     answer(request, behaviour);
 }
 
-void StandInProvider::work(const ReceivedRequest& request) {
+void StandInProvider::work(const ReceivedRequest& request, bool marksFresh) {
     if (request.messageId == "00001") {
         command({"SET", "TTL:" + request.argument, "1", "EX", "1"});
         return;
@@ -183,7 +183,9 @@ void StandInProvider::work(const ReceivedRequest& request) {
         words.push_back(value == request.object.end() ? "" : value->second);
     }
     command(words);
-    command({"SET", std::string("TTL:") + kInstance, "1", "EX", "1"});
+    const std::string mark = std::string("TTL:") + kInstance;
+    command(marksFresh ? std::vector<std::string>{"SET", mark, "1", "EX", "1"}
+                       : std::vector<std::string>{"DEL", mark});
     command({"XADD", "Events:Zolan Event", "*", "EventType", "ResourceUpdated", "Kind", "MESSAGE",
              "Message", "Resource updated", "MessageId", "Orvane.1.0.Msg000", "MessageArgs.0",
              "WebGUI00", "OriginOfCondition", kInstance});

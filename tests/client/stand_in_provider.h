@@ -34,6 +34,7 @@ struct Behaviour {
     std::chrono::milliseconds work{0};  // between reading the object and writing
     bool hasReturnMessage = true;       // false: an answer that leads nowhere
     bool diesUnanswered = false;        // takes no further requests
+    bool marksFresh = true;             // false: an update takes the mark away
 };
 
 class StandInProvider {
@@ -67,7 +68,7 @@ private:
     void publishInstance();
     void listen();
     void handle(const std::string& payload);
-    void work(const ReceivedRequest& request);
+    void work(const ReceivedRequest& request, bool marksFresh);
     void answer(const ReceivedRequest& request, const Behaviour& behaviour);
     Behaviour behaviourFor(const std::string& messageId) const;
 

@@ -36,7 +36,8 @@ TEST_F(TheWebGui, LosesNoneOfTwoChangesMadeAtTheSameMoment) {
         WebGui own(address(), milliseconds(20'000));
         for (int round = 0; round < kRounds; ++round) {
             together.arrive_and_wait();
-            const auto answers = own.updateSettings({{name, std::to_string(round)}}, "test");
+            const auto answers =
+                own.updateSettings({{name, std::to_string(round)}}, "test").answers;
             failed += answers.size() == 1 && answers[0].answer.isSuccess() ? 0 : 1;
             together.arrive_and_wait();
             if (checks) {
@@ -109,8 +110,8 @@ TEST_F(TheWebGui, TellsForHowLongASnapshotIsFresh) {
 
 TEST_F(TheWebGui, SendsNothingWhenThePreconditionDoesNotHold) {
     std::string seen;
-    const auto precondition = [&](const std::map<std::string, std::string>& fields) {
-        seen = fields.at("Theme");
+    const auto precondition = [&](const client::Snapshot& present) {
+        seen = present.fields.at("Theme");
         return seen == "dark";
     };
     EXPECT_THROW(webGui.updateSettings({{"Theme", "dark"}}, "test", false, precondition),
@@ -122,16 +123,84 @@ TEST_F(TheWebGui, SendsNothingWhenThePreconditionDoesNotHold) {
         << "the lease is given up";
 }
 
+TEST_F(TheWebGui, HandsBackTheNewReadingWithAChange) {
+    const client::Update update =
+        webGui.updateSettings({{"Language", "Deutsch"}, {"Theme", "dark"}}, "test");
+    ASSERT_TRUE(update.after);
+    EXPECT_EQ(update.after->fields.at("Language"), "Deutsch");
+    EXPECT_EQ(update.after->fields.at("Theme"), "dark");
+    EXPECT_EQ(update.after->instance, StandInProvider::kInstance);
+    EXPECT_GT(update.after->freshFor, milliseconds(0));
+    EXPECT_EQ(server.command({"EXISTS", "Lease:" + std::string(StandInProvider::kInstance)}), "0");
+}
+
+TEST_F(TheWebGui, HandsBackNoReadingThatIsNotFresh) {
+    provider.behave("00002", {.marksFresh = false});
+    const client::Update update =
+        webGui.updateSettings({{"Language", "Deutsch"}, {"Theme", "dark"}}, "test");
+    ASSERT_EQ(update.answers.size(), 2U);
+    EXPECT_TRUE(update.after);
+    EXPECT_EQ(provider.receivedCount(), 4U) << "it is read before each of the two requests";
+    EXPECT_FALSE(webGui.updateSettings({{"Language", "English"}}, "test").after);
+}
+
+// Taking the lease with all that is to be known, sending, reading the answer with what has become
+// of the instance. What is asked of the store here comes from three connections: the client's two
+// and that of the stand-in, which counts the same for each change.
+TEST_F(TheWebGui, NeedsThreeRoundTripsForAChange) {
+    server.command({"SET", std::string("TTL:") + StandInProvider::kInstance, "1"});
+    webGui.updateSettings({{"Theme", "dark"}}, "test");
+    const auto of = [this](const std::string& command) {
+        const std::string stats = server.command({"INFO", "commandstats"});
+        const std::size_t at = stats.find("cmdstat_" + command + ":calls=");
+        return at == std::string::npos
+                   ? 0
+                   : std::stoi(stats.substr(at + command.size() + sizeof("cmdstat_:calls=") - 1));
+    };
+    const auto exchanges = [this] {
+        const std::string stats = server.command({"INFO", "stats"});
+        const std::string name = "total_reads_processed:";
+        return std::stoi(stats.substr(stats.find(name) + name.size()));
+    };
+    const int before = exchanges();
+    const int hashes = of("hgetall");
+    webGui.updateSettings({{"Theme", "light"}}, "test");
+    // The stand-in's: HGETALL, PTTL, HSET, SET, XADD, HSET, EXPIRE, PUBLISH. The client's further
+    // two: SUBSCRIBE and UNSUBSCRIBE, for which nobody waits. The test's: INFO, twice.
+    EXPECT_EQ(exchanges() - before, 3 + 8 + 2 + 2);
+    EXPECT_EQ(of("hgetall") - hashes, 3 + 1) << "instance before and after, answer; request object";
+}
+
+TEST_F(TheWebGui, LooksAgainWhereProviderAndInstanceHaveMoved) {
+    EXPECT_TRUE(
+        webGui.updateSettings({{"Theme", "dark"}}, "test").answers.at(0).answer.isSuccess());
+    const std::string collection = "Collection:OrvaneWebGUI.1.0.0.WebGUI";
+    const std::string last = StandInProvider::kInstance;
+    server.command({"DEL", collection, last});
+    EXPECT_THROW(webGui.updateSettings({{"Theme", "dark"}}, "test"), client::StoreContents);
+    EXPECT_EQ(server.command({"EXISTS", "Lease:" + last}), "0") << "the lease is given up";
+    server.command({"SADD", collection, "other"});
+    server.command({"HSET", "other", "Language", "English"});
+    server.command({"SET", "TTL:other", "1"});
+    provider.behave("00002", {.work = milliseconds(0)});
+    webGui.updateSettings({{"Language", "Deutsch"}}, "test");
+    EXPECT_EQ(provider.received().back().object.at("OriginalObjID"), "other");
+    server.command({"HDEL", "OvrCallbacks", "SchemaType:OrvaneWebGUI.1.0.0.WebGUI"});
+    EXPECT_THROW(webGui.updateSettings({{"Language", "Deutsch"}}, "test"), client::NobodyThere);
+}
+
 // The second request changes other properties than the first; what the first has changed is no
 // reason to refuse the second.
 TEST_F(TheWebGui, AsksThePreconditionOnce) {
     int asked = 0;
-    const auto precondition = [&](const auto& fields) {
+    const auto precondition = [&](const client::Snapshot& present) {
         ++asked;
-        return fields.at("Language") == "English";
+        return present.fields.at("Language") == "English";
     };
-    const auto answers = webGui.updateSettings({{"Language", "Deutsch"}, {"Theme", "dark"}}, "test",
-                                               false, precondition);
+    const auto answers = webGui
+                             .updateSettings({{"Language", "Deutsch"}, {"Theme", "dark"}}, "test",
+                                             false, precondition)
+                             .answers;
     EXPECT_EQ(answers.size(), 2U);
     EXPECT_EQ(asked, 1);
 }
@@ -151,7 +220,7 @@ TEST_F(TheWebGui, SendsNothingWhenOneOfTheValuesIsNotAllowed) {
     EXPECT_THROW(webGui.updateSettings({{"Language", "x"}, {"Theme", "blue"}}, "test"),
                  client::InvalidArgument);
     EXPECT_EQ(provider.receivedCount(), 0U);
-    EXPECT_TRUE(webGui.updateSettings({}, "test").empty());
+    EXPECT_TRUE(webGui.updateSettings({}, "test").answers.empty());
 }
 
 TEST_F(TheWebGui, FindsAProviderThatWasStartedAnew) {

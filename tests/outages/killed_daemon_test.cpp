@@ -163,8 +163,9 @@ private:
                 next_ = changed(known_, changes);
                 ++started_;
                 started_.notify_all();
-                for (const client::UpdateAnswer& each :
-                     webGui.updateSettings(changes, "load", /*anyValue=*/true)) {
+                const client::Update update =
+                    webGui.updateSettings(changes, "load", /*anyValue=*/true);
+                for (const client::UpdateAnswer& each : update.answers) {
                     ASSERT_EQ(each.answer.messageId, "Success") << output() << errors();
                 }
                 known_ = next_;

@@ -4,6 +4,7 @@
 #include "redfish/http/entity_tag.h"
 #include "redfish/server/server.h"
 #include "tests/client/stand_in_provider.h"
+#include "tests/support/relay.h"
 
 #include <future>
 #include <gmock/gmock.h>
@@ -170,6 +171,28 @@ TEST_F(TheGateway, GivesTheNewValuesRightAfterAChange) {
     EXPECT_EQ(provider.received().back().object.at("EventUserName"), "somebody");
 }
 
+TEST_F(TheGateway, HandsBackTheNewReadingWithAChange) {
+    makeFresh();
+    ASSERT_TRUE(waitUntilKept());
+    const auto before = lookups();
+    const ChangeResult result = change({{"Theme", "dark"}, {"Language", "Deutsch"}});
+    EXPECT_TRUE(result.reading.problems.empty());
+    EXPECT_THAT(*result.reading.body, HasSubstr(R"("Theme":"dark")"));
+    EXPECT_THAT(*result.reading.body, HasSubstr(R"("Language":"Deutsch")"));
+    EXPECT_EQ(lookups(), before) << "without another read";
+    EXPECT_EQ(result.reading.entityTag, read().entityTag);
+    EXPECT_EQ(*result.reading.body, *read().body);
+}
+
+TEST_F(TheGateway, ReadsAfterAChangeThatLeavesTheResourceUnread) {
+    provider.behave("00003", {.marksFresh = false});
+    const ChangeResult result = change({{"Theme", "dark"}});
+    EXPECT_TRUE(result.isAnythingChanged);
+    ASSERT_TRUE(result.reading.body);
+    EXPECT_THAT(*result.reading.body, HasSubstr(R"("Theme":"dark")"));
+    EXPECT_EQ(readRequests(), 2) << "before the change and after it";
+}
+
 TEST_F(TheGateway, ChangesOnlyWhatIsInTheStateThatIsAskedFor) {
     makeFresh();
     const std::string tag = read().entityTag;
@@ -229,6 +252,37 @@ TEST_F(TheGateway, EndsWithoutWaitingForAnAnswer) {
     EXPECT_EQ(answered, 0);
 }
 
+// The event and the news of the changed key come on two connections. Here the news are held back
+// for as long as the test likes, and a client reads at the very moment at which it gets the event.
+TEST_F(TheGateway, NeverServesWhatWasReadBeforeAnEventToWhomHasTheEvent) {
+    const test::TemporaryFolder folder;
+    test::Relay relay(folder.file("relay.sock"), store.socketPath());
+    on([&] {
+        gateway = std::make_unique<redfish::Gateway>(
+            redfish::GatewayOptions{.store =
+                                        client::parseAddress("unix:" + folder.file("relay.sock")),
+                                    .timeout = seconds(10)},
+            server.post());
+    });
+    makeFresh();
+    ASSERT_TRUE(waitUntilKept());
+    std::promise<std::string> body;
+    const redfish::EventReader reader(
+        client::parseAddress(store.address()), *gateway, server.post(),
+        [&](const std::vector<client::Event>& events, bool /*isOld*/, const std::string&) {
+            if (!events.empty()) {
+                gateway->read([&](const Reading& reading) { body.set_value(*reading.body); });
+                relay.setDelay(milliseconds(0));
+            }
+        });
+    relay.setDelay(std::chrono::hours(1));
+    store.command({"HSET", StandInProvider::kInstance, "Theme", "dark"});
+    store.command({"XADD", "Events:Zolan Event", "*", "Message", "changed"});
+    std::future<std::string> result = body.get_future();
+    ASSERT_EQ(result.wait_for(seconds(20)), std::future_status::ready);
+    EXPECT_THAT(result.get(), HasSubstr(R"("Theme":"dark")"));
+}
+
 class TheEventReader : public testing::Test {
 protected:
     ~TheEventReader() override {
@@ -254,16 +308,17 @@ protected:
     test::RedisServer store;
     std::mutex mutex;
     std::vector<std::string> messages;
-    std::unique_ptr<redfish::EventReader> reader;
     redfish::Server server{{.address = "127.0.0.1", .port = 0, .isClear = true},
                            [](unsigned int) { return redfish::Response{}; }};
+    redfish::Gateway gateway{{.store = client::parseAddress(store.address())}, server.post()};
+    std::unique_ptr<redfish::EventReader> reader;
     std::thread thread{[this] { server.run({}, false); }};
 };
 
 TEST_F(TheEventReader, GivesWhatIsKeptAndWhatComesOnceAndInOrder) {
     append("kept");
     reader = std::make_unique<redfish::EventReader>(
-        client::parseAddress(store.address()), server.post(),
+        client::parseAddress(store.address()), gateway, server.post(),
         [this](const std::vector<client::Event>& events, bool isOld, const std::string&) {
             const std::lock_guard guard(mutex);
             for (const client::Event& each : events) {

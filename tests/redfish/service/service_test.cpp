@@ -60,9 +60,9 @@ protected:
          .webGui = {
              .read = [this](const redfish::Gateway::Read& done) { done(reading); },
              .change =
-                 [](const client::SettingValues&, const std::string&, const std::string&,
-                    const redfish::Gateway::Changed& done) {
-                     done({.isAnythingChanged = true, .problems = {}});
+                 [this](const client::SettingValues&, const std::string&, const std::string&,
+                        const redfish::Gateway::Changed& done) {
+                     done({.isAnythingChanged = true, .problems = {}, .reading = reading});
                  },
              .act = [](const std::string&, const redfish::Gateway::Done& done) { done({}); }},
          .events = hub,

@@ -41,15 +41,20 @@ protected:
     Reading reading{.body = redfish::makeText(R"({"Theme":"light","Language":"English"})"),
                     .entityTag = "\"tag\"",
                     .problems = {}};
-    ChangeResult changed{.isAnythingChanged = true, .problems = {}};
+    ChangeResult changed{.isAnythingChanged = true, .problems = {}, .reading = reading};
     Problems acted;
+    int reads = 0;
     client::SettingValues askedChanges;
     std::string askedUser;
     std::string askedTag;
     std::vector<std::string> actions;
 
     redfish::WebGuiHandlers handlers{
-        {.read = [this](const redfish::Gateway::Read& done) { done(reading); },
+        {.read =
+             [this](const redfish::Gateway::Read& done) {
+                 ++reads;
+                 done(reading);
+             },
          .change =
              [this](const client::SettingValues& changes, const std::string& user,
                     const std::string& ifMatch, const redfish::Gateway::Changed& done) {
@@ -105,10 +110,24 @@ TEST_F(TheWebGuiHandlers, PassOnValuesUserAndPrecondition) {
 }
 
 TEST_F(TheWebGuiHandlers, AnswerARefusedChangeWithItsReason) {
-    changed = {.isAnythingChanged = false, .problems = problem(Message::preconditionFailed)};
+    changed = {.isAnythingChanged = false,
+               .problems = problem(Message::preconditionFailed),
+               .reading = {}};
     const Response response = patch(R"({"Theme":"dark"})");
     EXPECT_EQ(response.status, 412U);
     EXPECT_EQ(test::messageOf(response), "PreconditionFailed");
+}
+
+TEST_F(TheWebGuiHandlers, AnswerAChangeWithTheReadingThatCameWithIt) {
+    changed.reading.body = redfish::makeText(R"({"Theme":"dark"})");
+    changed.reading.entityTag = "\"new\"";
+    const Response response = patch(R"({"Theme":"dark"})");
+    EXPECT_EQ(test::bodyOf(response), R"({"Theme":"dark"})");
+    EXPECT_EQ(test::headerOf(response, "ETag"), "\"new\"");
+    EXPECT_EQ(reads, 0);
+    changed.reading = {
+        .body = nullptr, .entityTag = {}, .problems = problem(Message::operationTimeout)};
+    EXPECT_EQ(patch(R"({"Theme":"dark"})").status, 504U) << "made, yet unread";
 }
 
 TEST_F(TheWebGuiHandlers, ShowWhatIsInForceAfterAPartialChange) {
