@@ -38,9 +38,6 @@ enum Column {
     kColumnCount
 };
 
-// Values of SettingsColumn::type.
-enum ColumnType { kNumber = 0, kText = 1, kBoolean = 2 };
-
 template <typename Call>
 int callAtPace(Call call) {
     int code = 0;
@@ -61,7 +58,7 @@ struct TableFree {
 // The columns of a row to write, in the order of the calls of `add`.
 class RowBuilder {
 public:
-    void add(ColumnType type, const char* name, const std::string& value) {
+    void add(SettingsColumnType type, const char* name, const std::string& value) {
         tql_update_ssqlcol_struct(&columns_[count_++], type, name, value.c_str());
     }
     SettingsRow row() { return {count_, columns_.data()}; }
@@ -145,22 +142,22 @@ int WebGUIAgent::updateData(int insertRow) {
     const bool insert = insertRow != 0;
     RowBuilder builder;
     if (insert) {
-        builder.add(kText, "Name", name_);
+        builder.add(kSettingsText, "Name", name_);
     }
-    builder.add(kBoolean, "InitBoot", booleanText(getInitialBoot()));
-    builder.add(kText, "Language", language_);
-    builder.add(kNumber, "Brightness", std::to_string(screenBrightness_));
-    builder.add(kText, "BacklightOff", backlightOff_);
-    builder.add(kText, "Screensaver", activeAlarmScreensaver_);
-    builder.add(kText, "Timer", inactivityTimer_);
-    builder.add(kText, "Measurement", measurementSystem_);
-    builder.add(kText, "DateFormat", dateFormat_);
-    builder.add(kText, "TimeFormat", timeFormat_);
+    builder.add(kSettingsBoolean, "InitBoot", booleanText(getInitialBoot()));
+    builder.add(kSettingsText, "Language", language_);
+    builder.add(kSettingsNumber, "Brightness", std::to_string(screenBrightness_));
+    builder.add(kSettingsText, "BacklightOff", backlightOff_);
+    builder.add(kSettingsText, "Screensaver", activeAlarmScreensaver_);
+    builder.add(kSettingsText, "Timer", inactivityTimer_);
+    builder.add(kSettingsText, "Measurement", measurementSystem_);
+    builder.add(kSettingsText, "DateFormat", dateFormat_);
+    builder.add(kSettingsText, "TimeFormat", timeFormat_);
     if (insert) {
-        builder.add(kText, "HasAlert", "NO");
+        builder.add(kSettingsText, "HasAlert", "NO");
     }
-    builder.add(kBoolean, "RoomAverage", booleanText(getRoomAverage()));
-    builder.add(kText, "HiLoPeriod", hiLoPeriod_);
+    builder.add(kSettingsBoolean, "RoomAverage", booleanText(getRoomAverage()));
+    builder.add(kSettingsText, "HiLoPeriod", hiLoPeriod_);
     const SettingsRow row = builder.row();
     return insert ? insertRowAtPace(row) : updateRowAtPace(row);
 }

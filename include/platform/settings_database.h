@@ -1,6 +1,10 @@
-// libwebguidb.so: row-level access to the settings database. Values are always bound,
-// never part of an SQL text. Failures beyond the result are said on standard error. One
-// handle belongs to one thread at a time; nothing throws.
+// libwebguidb.so: row-level access to the settings database.
+//
+// For every function:
+//   values   bound, never part of an SQL text
+//   throws   never
+//   log      a failure writes one line to standard error
+//   threads  any; one handle belongs to one thread at a time
 #pragma once
 
 #include <cstddef>
@@ -19,9 +23,16 @@ static_assert(offsetof(SettingsDatabase, path) == sizeof(void*));
 static_assert(offsetof(SettingsDatabase, ready) == (sizeof(void*) == 4 ? 260 : 264));
 static_assert(offsetof(SettingsDatabase, schemaLevel) == (sizeof(void*) == 4 ? 264 : 268));
 
+// Values of SettingsColumn::type. Readers get texts whatever the type.
+enum SettingsColumnType {
+    kSettingsNumber = 0, // decimal
+    kSettingsText = 1,
+    kSettingsBoolean = 2, // "true" or "false"
+};
+
 // One value of a row; texts NUL-terminated.
 struct SettingsColumn {
-    int type; // 0 number, 1 text, 2 boolean
+    int type; // a SettingsColumnType
     char name[24];
     char value[256];
 };
@@ -29,7 +40,7 @@ static_assert(sizeof(SettingsColumn) == 284);
 static_assert(offsetof(SettingsColumn, name) == 4);
 static_assert(offsetof(SettingsColumn, value) == 28);
 
-// A row to write; the columns are borrowed.
+// A row to write, of at least one column. The columns are borrowed.
 struct SettingsRow {
     unsigned int columnCount;
     SettingsColumn* columns;
@@ -37,8 +48,8 @@ struct SettingsRow {
 static_assert(sizeof(SettingsRow) == 2 * sizeof(void*));
 static_assert(offsetof(SettingsRow, columns) == sizeof(void*));
 
-// The rows that a query found: rows[0] is the heading, rows[1] the first data row, each
-// an array of columns in table order. free_sql_tbl frees it.
+// The rows that a query found: rows[0] is the heading, rows[1] the first data row, each an array of
+// columns in table order. The caller frees it with free_sql_tbl.
 struct SettingsTable {
     unsigned int rowCount; // data rows
     SettingsColumn** rows;
@@ -49,36 +60,39 @@ static_assert(offsetof(SettingsTable, rows) == sizeof(void*));
 #pragma GCC visibility push(default)
 extern "C" {
 
-// Opens the file named in the handle, with mode 2: a missing file, or its folder, is made
-// with one row of defaults, an older one brought up to date, a damaged one set aside and
-// replaced.
+// Opens the file named in the handle. Mode 2 is the only one: it makes a missing file or folder
+// with one row of defaults, brings an older file up to date, and sets a damaged one aside and
+// replaces it.
 //   result  0 opened, 1 opened and newly made, 2 opened and brought up to date;
-//           -1 failed, with `ready` and `schemaLevel` 0
+//           -1 failed, with `connection` null and `ready` and `schemaLevel` 0
 int open_database(SettingsDatabase* database, int mode);
 
-// Closes it; harmless after a failed or missing open. Returns 0.
+// Closes it and empties the handle but for its path. Harmless after a failed or missing open, and
+// for null. Returns 0.
 int close_database(SettingsDatabase* database);
 
-// Reads the rows that the condition selects ("where ...", a leading blank or not).
-//   result  0 success: `result` is filled, NULL as an empty text, whatever the storage
-//           class, texts cut to 255 characters; otherwise `result` is empty and owns nothing
+// Reads the rows that the condition selects: "where ...", with or without a leading blank; empty or
+// null selects all.
+//   returns  0: `result` is filled, NULL as an empty text, texts cut to 255 characters;
+//            otherwise `result` is empty and owns nothing: the handle is not open, there is no such
+//            table, or SQLite refuses the condition
 int query_database_dat_with_condition(SettingsDatabase* database, const char* table,
                                       SettingsTable* result, const char* condition);
 
-// Frees and empties it; an empty one is left alone.
+// Frees and empties it. Leaves an empty one alone; ignores null.
 void free_sql_tbl(SettingsTable* table);
 
-// Sets the row's columns in the rows that the condition selects. That there is none is
-// success; an SQL error is a failure.
+// Sets the row's columns in all rows that the condition selects; succeeds even if it selects none.
+// Fails on an SQL error, such as an unknown column, and on a handle that is not open.
 int update_database_table_with_condition(SettingsDatabase* database, const char* table,
                                          const SettingsRow* row, const char* condition);
 
-// Adds a row. An SQL error is a failure.
+// Adds a row. Fails as the update does.
 int insert_database_table_entry_struct(SettingsDatabase* database, const char* table,
                                        const SettingsRow* row);
 
-// Fills one column record; texts are copied, silently cut to 23 and 255 characters, a null
-// one is empty.
+// Fills one column record. Copies both texts, silently cut to 23 and 255 characters; null counts as
+// empty.
 void tql_update_ssqlcol_struct(SettingsColumn* column, int type, const char* name,
                                const char* value);
 

@@ -1,5 +1,4 @@
-// The database as files: its folder, its header, and setting a damaged one aside. What is
-// in the file is left to SQLite.
+// Folders and names are made durable by syncing the folder that holds them.
 #include "platform/settings_database/database_file.h"
 
 #include <algorithm>
@@ -12,12 +11,14 @@
 #include <system_error>
 #include <unistd.h>
 
+namespace settings_database {
+
 namespace fs = std::filesystem;
 
 namespace {
 
-// The database first: a -wal or -journal whose database is gone is ignored by SQLite, but a
-// database without its -journal would be taken for whole.
+// The database first: SQLite ignores a -wal or -journal whose database is gone, but would take a
+// database without its -journal for whole.
 constexpr const char* kCompanions[] = {"", "-journal", "-wal", "-shm"};
 
 constexpr int kLastFormatVersion = 2; // header bytes 18 and 19: 1 rollback journal, 2 WAL
@@ -81,7 +82,7 @@ fs::path nameForDamaged(const fs::path& file) {
 
 void makeFolderOf(const fs::path& file) {
     const fs::path folder = folderOf(file);
-    if (fs::exists(folder)) { // anything but a folder is found out by opening the file
+    if (fs::exists(folder)) { // opening the file fails if it is anything but a folder
         return;
     }
     makeFolderOf(folder);
@@ -94,7 +95,8 @@ void makeFolderOf(const fs::path& file) {
 void syncFolderOf(const fs::path& file) {
     const fs::path folder = folderOf(file);
     const Descriptor descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    // A folder that may not be read, or a file system without such a call, leaves nothing to do.
+    // Nothing can be done about a folder without read permission, or a file system that cannot sync
+    // folders.
     if (descriptor.number() >= 0 && ::fsync(descriptor.number()) != 0 && errno != EINVAL) {
         failWith(folder);
     }
@@ -126,7 +128,7 @@ bool hasForeignHeader(const fs::path& file) {
 }
 
 fs::path setAside(const fs::path& file) {
-    // The file itself, where `file` is a link to it: its companions lie beside the file.
+    // Resolves links: the companions lie beside the file itself.
     const fs::path original = fs::canonical(file);
     fs::path name = nameForDamaged(original);
     for (const char* companion : kCompanions) {
@@ -138,3 +140,5 @@ fs::path setAside(const fs::path& file) {
     syncFolderOf(name);
     return name;
 }
+
+} // namespace settings_database

@@ -1,5 +1,4 @@
-// Opening and closing the database: missing, older and damaged files. The tables are left to
-// schema.cpp, names and folders to database_file.cpp.
+// Opening and closing the database, whether its file is missing, older or damaged.
 #include "log_line.h"
 #include "platform/settings_database.h"
 #include "platform/settings_database/database_file.h"
@@ -15,12 +14,14 @@
 #include <string>
 #include <system_error>
 
+namespace settings_database {
+
 namespace {
 
-constexpr int kReadWriteAndCreate = 2; // the one mode that the callers use
+constexpr int kReadWriteAndCreate = 2; // the only mode that callers use
 
-// Opening happens once and may wait for a tool that reads the file; later calls are repeated
-// by the caller.
+// Opening happens once and may wait for a tool that reads the file; callers repeat the calls
+// that come later.
 constexpr int kOpeningTimeoutMilliseconds = 2000;
 constexpr int kCallTimeoutMilliseconds = 100;
 
@@ -29,18 +30,13 @@ constexpr int kOpened = 0;
 constexpr int kMade = 1;
 constexpr int kUpdated = 2;
 
-struct CloseConnection {
-    void operator()(sqlite3* connection) const { sqlite3_close_v2(connection); }
-};
-using Connection = std::unique_ptr<sqlite3, CloseConnection>;
-
-// The file is no usable database, whoever opens it and whenever.
+// The file is not a usable database, and no later attempt will find otherwise.
 class DamagedFile : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-// A relative path keeps its meaning, but none of SQLite's special names does.
+// A relative path keeps its meaning; SQLite's special names, such as ":memory:", lose theirs.
 std::string fileName(const SettingsDatabase& database) {
     const std::string path(boundedText(database.path));
     if (path.empty()) {
@@ -79,9 +75,9 @@ void checkWhole(sqlite3* connection) {
     }
 }
 
-// With a write-ahead log a commit is one append and one sync. Where the log cannot be had,
-// because somebody reads the file just now or the file system has no shared memory, the
-// rollback journal serves, with its folder synced too (EXTRA; the same as FULL for a log).
+// With a write-ahead log a commit is one append and one sync. If the log is not available,
+// because someone is reading the file or the file system has no shared memory, SQLite keeps the
+// rollback journal and syncs its folder too (EXTRA; the same as FULL for a log).
 void makeCommitsDurable(sqlite3* connection) {
     execute(connection, "PRAGMA synchronous = EXTRA");
     try {
@@ -106,8 +102,8 @@ bool saysDamaged(const SqlError& error, const std::string& file) {
     }
 }
 
-// Opens the file and gives it its tables. Throws DamagedFile, and anything else where it
-// cannot be opened.
+// Opens the file and gives it its tables. Throws DamagedFile if it is damaged, any other exception
+// if it cannot be opened.
 Connection openWhole(const std::string& file, SchemaChange& change) {
     refuseOtherThanFile(file);
     makeFolderOf(file);
@@ -117,7 +113,7 @@ Connection openWhole(const std::string& file, SchemaChange& change) {
         makeCommitsDurable(connection.get());
         change = bringUpToDate(connection.get());
     } catch (const std::exception& error) {
-        // Nothing is moved from the log into a file that is about to be set aside.
+        // Leave the log alone: the file may be about to be set aside.
         sqlite3_db_config(connection.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
         const auto* sqlError = dynamic_cast<const SqlError*>(&error);
         if (sqlError != nullptr && saysDamaged(*sqlError, file)) {
@@ -134,7 +130,7 @@ void makeRoom(const std::string& file, const std::string& reason) {
     try {
         const std::string name = setAside(file).string();
         logErrorLine("open_database", file, " is damaged (", reason, "): kept as ", name,
-                     ", a new one is made");
+                     ", starting with a new one");
     } catch (const std::system_error& error) {
         throw std::runtime_error("it is damaged (" + reason +
                                  ") and cannot be set aside: " + error.what());
@@ -167,7 +163,7 @@ int resultOf(SchemaChange change) {
 int open(SettingsDatabase& database, int mode) {
     close_database(&database);
     if (mode != kReadWriteAndCreate) {
-        logErrorLine("open_database", "Unknown mode ", mode);
+        logErrorLine("open_database", "Unknown mode ", mode, "; only 2 is supported");
         return kFailed;
     }
     SchemaChange change = SchemaChange::none;
@@ -178,6 +174,10 @@ int open(SettingsDatabase& database, int mode) {
 }
 
 } // namespace
+
+} // namespace settings_database
+
+using namespace settings_database;
 
 int open_database(SettingsDatabase* database, int mode) {
     if (database == nullptr) {
@@ -190,7 +190,7 @@ int open_database(SettingsDatabase* database, int mode) {
             logErrorLine("open_database", "Cannot open ", boundedText(database->path), ": ",
                          error.what());
         } catch (const std::exception&) {
-            return kFailed; // no memory even for the line
+            return kFailed; // too little memory even for the line
         }
         return kFailed;
     }

@@ -1,5 +1,4 @@
-// Reading and writing rows by column records. Which rows, and what their values mean, is left
-// to the callers.
+// Reading and writing rows by column records.
 #include "log_line.h"
 #include "platform/settings_database.h"
 #include "platform/settings_database/statement.h"
@@ -17,18 +16,18 @@
 #include <string_view>
 #include <vector>
 
+namespace settings_database {
+
 namespace {
 
 constexpr int kDone = 0;
 constexpr int kFailed = 1;
 
-enum ColumnType { kNumber = 0, kText = 1, kBoolean = 2 };
-
-// What the last failure said. A caller repeats a call that meets a lock many times; the same
-// line is written once, until a call succeeds or something else is to be said.
+// The line that was logged last. Callers repeat a call many times while the database is locked; an
+// equal line is logged once, until a call succeeds or fails differently.
 class LastFailure {
 public:
-    void say(const char* call, const std::string& text) {
+    void log(const char* call, const std::string& text) {
         const std::scoped_lock lock(mutex_);
         const std::string line = std::string(call) + ": " + text;
         if (line != line_) {
@@ -65,8 +64,8 @@ private:
     sqlite3_mutex* mutex_;
 };
 
-// Runs the body of a C function: checks the handle, and turns every exception into a failure
-// and a line.
+// Runs the body of a C function: checks the handle, and turns every exception into a failure and a
+// line of log.
 template <typename Body>
 int runCall(const char* call, const SettingsDatabase* database, const char* table, Body body) {
     try {
@@ -83,10 +82,10 @@ int runCall(const char* call, const SettingsDatabase* database, const char* tabl
             return kDone;
         } catch (const std::exception& error) {
             const std::string name = table == nullptr ? "" : table;
-            lastFailure().say(call, name + ": " + error.what());
+            lastFailure().log(call, name + ": " + error.what());
         }
     } catch (const std::exception&) {
-        return kFailed; // no memory even for the line
+        return kFailed; // too little memory even for the line
     }
     return kFailed;
 }
@@ -110,10 +109,10 @@ int typeOf(const Statement& statement, int column) {
     const int storage = statement.storageClass(column);
     if (storage == SQLITE_INTEGER || storage == SQLITE_FLOAT ||
         isNumericType(statement.declaredType(column))) {
-        return kNumber;
+        return kSettingsNumber;
     }
     const std::string_view value = statement.text(column);
-    return value == "true" || value == "false" ? kBoolean : kText;
+    return value == "true" || value == "false" ? kSettingsBoolean : kSettingsText;
 }
 
 void fill(SettingsColumn& column, int type, std::string_view name, std::string_view value) {
@@ -124,7 +123,7 @@ void fill(SettingsColumn& column, int type, std::string_view name, std::string_v
 
 constexpr std::size_t kRowPointerBytes = sizeof(void*);
 
-// The result while it grows; frees what it holds unless it is handed over.
+// A result that grows row by row; freed unless it is handed over.
 class TableBuilder {
 public:
     TableBuilder() = default;
@@ -139,7 +138,8 @@ public:
         }
         table_.rows[0] = newRow(statement);
         for (int i = 0; i < statement.columnCount(); ++i) {
-            fill(table_.rows[0][i], kText, statement.columnName(i), statement.columnName(i));
+            fill(table_.rows[0][i], kSettingsText, statement.columnName(i),
+                 statement.columnName(i));
         }
     }
 
@@ -195,7 +195,8 @@ std::span<const SettingsColumn> columnsOf(const SettingsRow* row) {
     return {row->columns, row->columnCount};
 }
 
-// With a log SQLite writes on to a file that has lost its name, where nobody finds it again.
+// With a write-ahead log SQLite keeps writing to a file that has lost its name, where nobody will
+// find it again.
 void refuseMovedFile(sqlite3* connection) {
     int isMoved = 0;
     if (sqlite3_file_control(connection, "main", SQLITE_FCNTL_HAS_MOVED, &isMoved) == SQLITE_OK &&
@@ -214,11 +215,15 @@ void runWithValues(sqlite3* connection, const std::string& sql,
         statement.bind(++position, boundedText(column.value));
     }
     while (statement.step()) {
-        // Rows come only from a condition that asks for them; they are not needed.
+        // Only a condition that asks for rows gives any; ignore them.
     }
 }
 
 } // namespace
+
+} // namespace settings_database
+
+using namespace settings_database;
 
 int query_database_dat_with_condition(SettingsDatabase* database, const char* table,
                                       SettingsTable* result, const char* condition) {
@@ -229,7 +234,7 @@ int query_database_dat_with_condition(SettingsDatabase* database, const char* ta
     return runCall("query_database_dat_with_condition", database, table, [&](sqlite3* connection) {
         Statement statement(connection, withCondition("SELECT * FROM " + quoted(table), condition));
         TableBuilder rows;
-        // The first step comes before the heading: it notices columns that were added meanwhile.
+        // Step before the heading: the first step notices columns that were added since.
         bool isRow = statement.step();
         rows.addHeading(statement);
         for (; isRow; isRow = statement.step()) {

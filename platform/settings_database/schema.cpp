@@ -1,8 +1,9 @@
-// The tables of the settings database, their defaults, and how a file of any older shape
-// gets them. Files and connections are left to open_and_close.cpp.
+// Tables are compared by their columns and rebuilt, never altered; docs/settings-database.md has
+// the rules for its users.
 #include "platform/settings_database/schema.h"
 
 #include "platform/settings_database/statement.h"
+#include "platform/settings_database/theme_view.h"
 
 #include <algorithm>
 #include <optional>
@@ -12,6 +13,8 @@
 #include <strings.h>
 #include <vector>
 
+namespace settings_database {
+
 namespace {
 
 struct ColumnDefault {
@@ -19,8 +22,8 @@ struct ColumnDefault {
     const char* value;
 };
 
-// The columns in the order in which the readers count them, with the values of a new panel.
-// The first one selects the row.
+// The columns in the order that readers count on, with the values of a new panel. The first one
+// selects the row.
 constexpr ColumnDefault kSettings[] = {
     {"Name", "Zolan CMS Web GUI Settings"},
     {"InitBoot", "true"},
@@ -61,7 +64,7 @@ bool contains(const Names& names, const char* name) {
                        [name](const std::string& each) { return isSameName(each, name); });
 }
 
-// "table", "view" or, where there is neither of that name, an empty text.
+// "table" or "view"; empty if neither has that name.
 std::string kindOf(sqlite3* connection, std::string_view name) {
     Statement statement(connection, "SELECT type FROM sqlite_master WHERE type IN ('table', "
                                     "'view') AND name = ? COLLATE NOCASE");
@@ -69,8 +72,8 @@ std::string kindOf(sqlite3* connection, std::string_view name) {
     return statement.step() ? std::string(statement.text(0)) : std::string();
 }
 
-// The columns that a reader of `name` gets; nothing where it cannot be read, which for a
-// view includes that what it is made of is gone.
+// The columns that a reader of `name` gets; nothing if it cannot be read, for example a view whose
+// table is gone.
 std::optional<Names> columnsOf(sqlite3* connection, const char* name) {
     try {
         const Statement statement(connection, "SELECT * FROM " + quoted(name));
@@ -96,12 +99,6 @@ bool hasShape(sqlite3* connection, const Table& table) {
                       });
 }
 
-// A view of another definition will do, as long as the theme can be read from it.
-bool hasThemeView(sqlite3* connection) {
-    const std::optional<Names> names = columnsOf(connection, kThemeView);
-    return names && contains(*names, "Key") && contains(*names, "Data");
-}
-
 bool hasRow(sqlite3* connection) {
     Statement statement(connection, "SELECT 1 FROM webgui_tbl WHERE Name = ?");
     statement.bind(1, kSettings[0].value);
@@ -110,7 +107,7 @@ bool hasRow(sqlite3* connection) {
 
 bool isUpToDate(sqlite3* connection) {
     return hasShape(connection, kSettingsTable) && hasRow(connection) &&
-           hasShape(connection, kMiscTable) && hasThemeView(connection);
+           hasShape(connection, kMiscTable) && givesStoredTheme(connection);
 }
 
 bool isEmpty(sqlite3* connection) {
@@ -159,8 +156,8 @@ void copyRows(sqlite3* connection, const Table& table, const std::string& backup
     statement.step();
 }
 
-// Makes the table anew with its columns in order and moves the rows over. The old table
-// stays as a backup where it had columns that the new one has not.
+// Makes the table anew with its columns in order and moves the rows over. Keeps the old table as a
+// backup if it has columns that the new one lacks.
 void rebuild(sqlite3* connection, const Table& table, const std::string& kind) {
     const std::optional<Names> oldColumns = columnsOf(connection, table.name);
     const std::string backup = freeBackupName(connection, table.name);
@@ -208,7 +205,7 @@ void giveRow(sqlite3* connection) {
 }
 
 void giveThemeView(sqlite3* connection) {
-    if (hasThemeView(connection)) {
+    if (givesStoredTheme(connection)) {
         return;
     }
     const std::string name = quoted(kThemeView);
@@ -224,7 +221,7 @@ void giveThemeView(sqlite3* connection) {
             "CREATE VIEW " + name + " AS SELECT Key, Data FROM Misc WHERE Key = 'Theme'");
 }
 
-// A transaction that is rolled back unless it is committed.
+// Rolls back unless it was committed.
 class Transaction {
 public:
     explicit Transaction(sqlite3* connection) : connection_(connection) {
@@ -251,7 +248,7 @@ SchemaChange bringUpToDate(sqlite3* connection) {
         return SchemaChange::none;
     }
     Transaction transaction(connection);
-    // Asked again: another process may have done it meanwhile.
+    // Check again under the lock: another process may have been faster.
     if (isUpToDate(connection)) {
         return SchemaChange::none;
     }
@@ -263,3 +260,5 @@ SchemaChange bringUpToDate(sqlite3* connection) {
     transaction.commit();
     return wasEmpty ? SchemaChange::made : SchemaChange::updated;
 }
+
+} // namespace settings_database

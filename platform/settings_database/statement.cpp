@@ -1,10 +1,11 @@
-// One SQLite statement, its texts and its errors. What is run, and what an error means, is
-// left to the callers.
+// Statements by SQLite's C interface.
 #include "platform/settings_database/statement.h"
 
 #include <cstring>
 #include <new>
 #include <system_error>
+
+namespace settings_database {
 
 namespace {
 
@@ -102,3 +103,5 @@ std::string joined(const std::vector<std::string>& items) {
     }
     return text;
 }
+
+} // namespace settings_database

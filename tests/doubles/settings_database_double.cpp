@@ -25,9 +25,9 @@ std::size_t indexOf(const std::string& column) {
     return static_cast<std::size_t>(found - settingsColumnNames().begin());
 }
 
-// As the library types values of text columns: 2 for a boolean, otherwise 1.
+// As the library types the values of text columns.
 int typeOf(const std::string& value) {
-    return value == "true" || value == "false" ? 2 : 1;
+    return value == "true" || value == "false" ? kSettingsBoolean : kSettingsText;
 }
 
 void closeConnection() {

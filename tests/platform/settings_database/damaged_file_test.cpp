@@ -54,8 +54,8 @@ protected:
         EXPECT_EQ(countOf(line, '\n'), 1);
         EXPECT_THAT(line, testing::StartsWith("[open_database]: " + path() + " is damaged ("));
         EXPECT_THAT(line, testing::HasSubstr(reason));
-        EXPECT_THAT(
-            line, testing::EndsWith("): kept as " + folder().file(kept) + ", a new one is made\n"));
+        EXPECT_THAT(line, testing::EndsWith("): kept as " + folder().file(kept) +
+                                            ", starting with a new one\n"));
         database.close();
         EXPECT_EQ(Database(path()).open(), 0);
     }

@@ -123,8 +123,9 @@ TEST_F(OpenDatabase, RefusesEveryModeButTwoAndNamesIt) {
         Database database(path());
         testing::internal::CaptureStderr();
         EXPECT_EQ(open_database(database.handle(), mode), -1);
-        EXPECT_EQ(testing::internal::GetCapturedStderr(),
-                  "[open_database]: Unknown mode " + std::to_string(mode) + "\n");
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), "[open_database]: Unknown mode " +
+                                                              std::to_string(mode) +
+                                                              "; only 2 is supported\n");
         EXPECT_EQ(database.handle()->connection, nullptr);
         EXPECT_EQ(database.handle()->ready, 0);
         EXPECT_EQ(database.handle()->schemaLevel, 0);

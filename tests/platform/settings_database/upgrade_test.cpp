@@ -161,6 +161,61 @@ TEST_F(Upgrade, ReplacesAViewThatTheThemeCannotBeReadFrom) {
     }
 }
 
+// Each has the columns Key and Data and loses the stored theme nevertheless.
+TEST_F(Upgrade, ReplacesAViewThatDoesNotGiveTheStoredTheme) {
+    for (const char* view :
+         {"SELECT Key, Data FROM Misc WHERE Key = 'Other'",
+          "SELECT Key, Data FROM Misc WHERE Key = 'theme'", "SELECT 'Theme' AS Key, Data FROM Misc",
+          "SELECT 'Theme' AS Key, 'light' AS Data", "SELECT Data AS Key, Key AS Data FROM Misc",
+          "SELECT Key, upper(Data) AS Data FROM Misc", "SELECT Key, NULL AS Data FROM Misc",
+          "SELECT Key, Data FROM elsewhere",
+          "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i FROM n) "
+          "SELECT 'Theme' AS Key, i AS Data FROM n WHERE i = 0"}) {
+        SCOPED_TRACE(view);
+        std::filesystem::remove(path());
+        make(settings() +
+             "CREATE TABLE Misc(Key, Data); CREATE TABLE elsewhere(Key, Data);"
+             "INSERT INTO Misc VALUES('Theme','light'),('Other','kept');"
+             "INSERT INTO elsewhere VALUES('Theme','light');"
+             "CREATE VIEW View_Theme AS " +
+             view);
+        upgrade();
+        EXPECT_EQ(sqlite(path(), "SELECT Data FROM View_Theme WHERE Key = 'Theme'"), "light\n");
+        EXPECT_EQ(sqlite(path(), "SELECT * FROM Misc"), "Theme|light\nOther|kept\n");
+        EXPECT_EQ(sqlite(path(), "SELECT * FROM elsewhere"), "Theme|light\n");
+    }
+}
+
+TEST_F(Upgrade, LeavesAViewThatGivesTheStoredThemeAlone) {
+    for (const char* view :
+         {"SELECT * FROM Misc", "SELECT DATA, KEY FROM main.MISC WHERE key IN ('Theme', 'Other')",
+          "SELECT Key, Data FROM Inner_View",
+          "SELECT m.Key, m.Data FROM Misc m LEFT JOIN elsewhere e ON e.Key = m.Key",
+          "SELECT Key, Data FROM Misc UNION ALL SELECT 'Theme', 'dark' WHERE NOT EXISTS "
+          "(SELECT 1 FROM Misc WHERE Key = 'Theme')"}) {
+        SCOPED_TRACE(view);
+        std::filesystem::remove(path());
+        make(settings() + "CREATE VIEW View_Theme AS " + view +
+             "; CREATE TABLE elsewhere(Key, Data); CREATE TABLE Misc(Key, Data);"
+             "CREATE VIEW Inner_View AS SELECT Key, Data FROM Misc;"
+             "INSERT INTO Misc VALUES('Theme','a theme of another program')");
+        const std::string before = sqlite(path(), ".dump");
+        EXPECT_EQ(Database(path()).open(), 0);
+        EXPECT_EQ(sqlite(path(), ".dump"), before);
+    }
+}
+
+TEST_F(Upgrade, ReplacesATableWithTheColumnsOfTheViewAndKeepsItsRows) {
+    make(settings() + "CREATE TABLE Misc(Key, Data); INSERT INTO Misc VALUES('Theme','light');"
+                      "CREATE TABLE View_Theme(Key, Data);"
+                      "INSERT INTO View_Theme VALUES('Theme','dark')");
+    upgrade();
+    EXPECT_EQ(sqlite(path(), "SELECT * FROM View_Theme"), "Theme|light\n");
+    EXPECT_EQ(sqlite(path(), "SELECT * FROM View_Theme_old_1"), "Theme|dark\n");
+    EXPECT_EQ(sqlite(path(), "UPDATE Misc SET Data = 'dark'; SELECT * FROM View_Theme"),
+              "Theme|dark\n");
+}
+
 TEST_F(Upgrade, ReplacesATableInPlaceOfTheViewAndKeepsItsRows) {
     make(settings() + "CREATE TABLE View_Theme(Theme); INSERT INTO View_Theme VALUES('light')");
     upgrade();
