@@ -71,7 +71,7 @@ WebGUIAgent& AgentTest::start(const std::string& theme) {
         doubles::database().statements.push_back("INSERT INTO Misc VALUES ('Theme', '" + theme +
                                                  "')");
     }
-    doubles::database().recordStatements = true; // a test may have reset the doubles
+    doubles::database().recordStatements = true; // in case the test has reset the doubles
     doubles::database().statementsWithMemory.reset();
     delete std::exchange(G_WebGUIAgent, nullptr);
     G_WebGUIAgent = new WebGUIAgent;
@@ -82,7 +82,7 @@ WebGUIAgent& AgentTest::start(const std::string& theme) {
 }
 
 void AgentTest::answerCountWith(const char* text) {
-    // The text outlives the connection: tests give literals.
+    // Tests pass literals, which outlive the connection.
     ASSERT_EQ(sqlite3_create_function(doubles::settingsConnection(), "count", 0, SQLITE_UTF8,
                                       const_cast<char*>(text), nullptr, countNothing, giveText),
               SQLITE_OK);

@@ -1,5 +1,4 @@
-// The base of the agent's tests: an agent on the doubles, with the SQL that it runs in the record
-// of the calls. What a test expects of them is left to the test.
+// The base of the agent's tests: an agent on the doubles, which also record the SQL that it runs.
 #pragma once
 
 #include "agent/webgui_agent.h"
@@ -17,7 +16,7 @@ namespace agent_test {
 
 using Calls = std::vector<std::string>;
 
-// Calls as the record shows them.
+// Calls as the doubles record them.
 inline constexpr char kQuery[] = "query_database_dat_with_condition(\"webgui_tbl\", "
                                  "\"where Name is 'Zolan CMS Web GUI Settings'\")";
 inline constexpr char kPause[] = "usleep(200000)";
@@ -27,13 +26,13 @@ inline constexpr char kReadTheme[] =
 inline constexpr char kCountThemes[] =
     "sqlite3_exec(\"SELECT count(*) from Misc WHERE Key = 'Theme'\")";
 
-// The row that an update writes: the default settings, but for these columns.
+// The call that writes the default settings with these columns changed.
 std::string updateCall(const std::map<std::string, std::string>& changes = {});
 
-// What hasAlert does, then what follows it.
+// The calls of hasAlert, followed by `rest`.
 Calls alertCheckThen(const Calls& rest);
 
-// Parts in order, each so many times.
+// `calls`, repeated.
 Calls repeated(int times, const Calls& calls);
 
 class AgentTest : public doubles::PlatformTest {
@@ -43,18 +42,17 @@ protected:
     AgentTest(const AgentTest&) = delete;
     AgentTest& operator=(const AgentTest&) = delete;
 
-    // Makes the process-wide agent as start-up does; what that called and wrote is forgotten.
-    // The theme row is there, with this value, unless it is empty.
+    // Creates the process-wide agent as start-up does, then clears the record and the output.
+    // Unless `theme` is empty, the database holds it.
     WebGUIAgent& start(const std::string& theme = "dark");
 
-    // An aggregate without arguments that gives this text instead of the number of rows: what
-    // `SELECT count(*)` then collects. Null: SQL NULL.
+    // Makes `SELECT count(*)` return this text instead of the number of rows; null means SQL NULL.
     static void answerCountWith(const char* text);
 
-    // Lets memory run out in a statement of the agent's own: that many succeed before.
+    // Lets memory run out in the agent's own SQL, after that many statements.
     static void endMemoryAfter(int statements);
 
-    // A function instead of the aggregate: 1 for each row, and so nothing without a row.
+    // Makes count(*) return 1 per row instead of one total, and so nothing without rows.
     static void countRowByRow();
 };
 

@@ -1,5 +1,5 @@
-// The one lock of the handlers, with real threads: who waits for whom. The pause after a database
-// call is where a handler is held.
+// Which handler waits for which, with real threads. The tests hold a handler in the pause after a
+// database call.
 #include "agent/handler_tables.h"
 #include "requests/return_messages.h"
 #include "tests/agent/agent_fixture.h"
@@ -16,10 +16,10 @@ using namespace std::chrono_literals;
 
 constexpr char kInstance[] = "80000000-0000-0000-0000-008000000000";
 
-// Long enough to see a thread that does not wait get through, and nothing depends on it otherwise.
+// How long a thread gets to run past a lock that it should wait for. Only a defect depends on it.
 constexpr auto kLongEnough = 100ms;
 
-// Holds the first thread that pauses until it is let go. Later pauses return at once.
+// Blocks the first thread that pauses until release(). Later pauses return at once.
 class HeldPause {
 public:
     HeldPause() {
@@ -30,7 +30,7 @@ public:
             }
         };
     }
-    // Set after the threads have ended.
+    // Destroy it after the threads have ended.
     ~HeldPause() { doubles::duringPause() = nullptr; }
     HeldPause(const HeldPause&) = delete;
     HeldPause& operator=(const HeldPause&) = delete;
@@ -99,7 +99,7 @@ protected:
     }
     ~HandlerLock() override { G_ManagingMode = 2; }
 
-    // Whether `other` comes to its end while `holder` is held inside a pause.
+    // Returns whether `other` returns while `holder` is blocked in a pause.
     static bool endsWhile(int (*holder)(), int (*other)()) {
         HeldPause pause;
         std::future<int> first = std::async(std::launch::async, holder);
@@ -111,7 +111,7 @@ protected:
         EXPECT_EQ(second.get(), 0);
         return ended;
     }
-    // As above, without a bound for the one that has to get through.
+    // Expects that it does, and gives it time.
     static void expectEndsWhile(int (*holder)(), int (*other)()) {
         HeldPause pause;
         std::future<int> first = std::async(std::launch::async, holder);
@@ -157,7 +157,7 @@ TEST_F(HandlerLock, IsTakenByAReadOnlyAfterItHasWrittenTheInstance) {
     EXPECT_EQ(second.get(), 0);
 }
 
-// GUIReady never pauses, so it cannot hold another one up.
+// GUIReady never pauses, so no test can hold it.
 TEST_F(HandlerLock, KeepsUpdatesAndActionsApart) {
     for (const auto holder : {updateLanguage, updateDisplay, updateBoot, turnOffLcd}) {
         for (const auto other : {updateLanguage, updateDisplay, updateBoot, turnOffLcd, guiReady}) {
@@ -171,7 +171,7 @@ TEST_F(HandlerLock, IsHeldByAReadWhileItWritesTheSettings) {
     EXPECT_FALSE(endsWhile(read, updateLanguage));
 }
 
-// Every handler at once, many times: for the thread sanitizer, and for the row at the end.
+// All handlers at once, many times: for the thread sanitizer and a whole row at the end.
 TEST_F(HandlerLock, LeavesAWholeRowAfterManyHandlersAtOnce) {
     constexpr int kRounds = 40;
     std::vector<std::thread> threads;

@@ -1,5 +1,5 @@
-// The handler tables, and what each handler makes of its values: agent/handler_tables.cpp. The lock
-// of the handlers has tests of its own.
+// The handler tables, and what each handler does with its values: agent/handler_tables.cpp, except
+// for its mutex.
 #include "agent/handler_tables.h"
 #include "requests/return_messages.h"
 #include "tests/agent/agent_fixture.h"
@@ -57,7 +57,7 @@ protected:
         return result;
     }
 
-    // "00003" with the default settings, but for one value.
+    // The values of a "00003" that changes one default setting.
     using Values = std::vector<std::string>;
     static Values displayValues(std::size_t position = 0, const std::string& value = "5") {
         Values values{"5",  "Never", "Enabled",  "5 Minutes", "Metric",  "YYYY-MM-DD",
@@ -148,7 +148,7 @@ TEST_F(Handlers, OfUpdatesFailWithoutAnAgent) {
         EXPECT_EQ(update(handler, displayValues()), 1) << name;
         EXPECT_EQ(output(), "[" + std::string(name) + "]: G_WebGUIAgent is NULL.\n");
         EXPECT_EQ(errors(), "");
-        expectAnswer("InternalError"); // set, not sent
+        expectAnswer("InternalError"); // set, but not sent
         EXPECT_THAT(doubles::calls(), IsEmpty());
     }
 }
@@ -336,7 +336,7 @@ TEST_F(Handlers, OfDisplayStoreTenNewValuesBesideARefusedBrightness) {
     expectAnswer("Success");
 }
 
-TEST_F(Handlers, OfDisplayTakeTheNumberInFrontOfTheBrightness) {
+TEST_F(Handlers, OfDisplayReadTheLeadingNumberOfTheBrightness) {
     start();
     EXPECT_EQ(updateDisplay(displayValues(0, " 6 of 7")), 0);
     EXPECT_EQ(agent().getScreenBrightness(), 6);
@@ -380,7 +380,7 @@ TEST_F(Handlers, OfDisplayReadTheRoomAverageAsABoolean) {
     }
 }
 
-TEST_F(Handlers, OfDisplayTellTheUnitTheScaleOnlyWhenTheSettingChanges) {
+TEST_F(Handlers, OfDisplaySetTheUnitsScaleOnlyWhenTheSettingChanges) {
     struct Case {
         const char* before;
         const char* value;
@@ -401,7 +401,7 @@ TEST_F(Handlers, OfDisplayTellTheUnitTheScaleOnlyWhenTheSettingChanges) {
     for (const Case& each : cases) {
         doubles::setSetting("Measurement", each.before);
         start();
-        doubles::coolingUnit().scale = 7; // whatever the unit has
+        doubles::coolingUnit().scale = 7; // any other scale
         EXPECT_EQ(updateDisplay(displayValues(4, each.value)), 0);
         const Calls calls = doubles::callsOf("CoolSetTempScale");
         EXPECT_EQ(calls, each.call == nullptr ? Calls{} : Calls{each.call}) << each.value;
@@ -422,7 +422,7 @@ TEST_F(Handlers, OfDisplayLeaveTheUnitAloneUnlessTheManagingModeIsZero) {
     }
 }
 
-TEST_F(Handlers, OfDisplayGiveTheUserNameAsItIs) {
+TEST_F(Handlers, OfDisplayPassTheUserNameUnchanged) {
     start();
     Values values = displayValues(4, "Imperial");
     values[10] = "";
@@ -431,7 +431,7 @@ TEST_F(Handlers, OfDisplayGiveTheUserNameAsItIs) {
                 ElementsAre("CoolSetTempScale(0, 0, \"\", 0)"));
 }
 
-TEST_F(Handlers, OfDisplayLookAtNoResultOfPanelAndUnit) {
+TEST_F(Handlers, OfDisplayIgnoreTheResultsOfPanelAndUnit) {
     for (const char* function : {"LCDBrightnessSet", "LCDBlankTimeOutSet", "CoolSetTempScale"}) {
         doubles::failAlways(function, -1);
     }
@@ -501,7 +501,7 @@ TEST_F(ReadHandler, DoesNothingUnlessTheManagingModeIsZero) {
     }
 }
 
-TEST_F(ReadHandler, LeavesAnInstanceThatIsInLineAlone) {
+TEST_F(ReadHandler, LeavesAnInstanceThatMatchesTheUnitAlone) {
     start();
     const std::pair<int, const char*> cases[] = {{0, "Imperial"}, {1, "Metric"}};
     for (const auto& [scale, text] : cases) {
@@ -514,7 +514,7 @@ TEST_F(ReadHandler, LeavesAnInstanceThatIsInLineAlone) {
     expectAnswer("Success");
 }
 
-TEST_F(ReadHandler, BringsTheInstanceThenTheSettingsInLine) {
+TEST_F(ReadHandler, UpdatesTheInstanceThenTheSettings) {
     const std::pair<int, const char*> cases[] = {
         {0, "Imperial"}, {1, "Metric"}, {2, "Metric"}, {-1, "Metric"}};
     for (const auto& [scale, text] : cases) {
@@ -566,7 +566,7 @@ TEST_F(ReadHandler, PassesTheFailureOfTheHashOnAndChangesNothingElse) {
                     ElementsAre(kReadScale, matched("Imperial"), written("Imperial")));
         EXPECT_EQ(agent().getMeasurementSystem(), "Metric");
         EXPECT_EQ(output() + errors(), "");
-        expectAnswer("Success"); // as it was
+        expectAnswer("Success"); // unchanged
     }
 }
 
@@ -582,7 +582,7 @@ TEST_F(ReadHandler, SucceedsWhenTheRowCannotBeWritten) {
     expectAnswer("Success");
 }
 
-TEST_F(ReadHandler, BringsTheInstanceAloneInLineWithoutAnAgent) {
+TEST_F(ReadHandler, UpdatesOnlyTheInstanceWithoutAnAgent) {
     doubles::coolingUnit().scale = 0;
     storeInInstance("Metric");
     EXPECT_EQ(read(), 0);
@@ -601,7 +601,7 @@ TEST_F(ReadHandler, NeedsNoAnswerRecord) {
 
 // --- Actions --------------------------------------------------------------------------
 
-TEST_F(Handlers, OfTurnOffLcdBlankThePanelAndMakeNoObject) {
+TEST_F(Handlers, OfTurnOffLcdBlankThePanelAndCreateNoObject) {
     start();
     std::string newObjectId;
     EXPECT_EQ(OrvaneWebGUI_Agent_ACTION_TurnOffLCD(doubles::context(), kInstance, nullptr, &answer,
@@ -628,7 +628,7 @@ TEST_F(Handlers, OfTurnOffLcdSucceedWhileAnAlertIsShownAndWhenThePanelFails) {
     EXPECT_EQ(output() + errors(), "");
 }
 
-TEST_F(Handlers, OfGuiReadyRemoveTheMarkerWhateverComesOfItAndNeedNoAgent) {
+TEST_F(Handlers, OfGuiReadySucceedEvenIfTheMarkerStaysAndNeedNoAgent) {
     for (const int result : {0, -1}) {
         doubles::files().unlinkResult = result;
         std::string newObjectId;

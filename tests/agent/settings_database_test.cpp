@@ -1,5 +1,4 @@
-// Opening the settings database and the SQL that does not go through the row helpers:
-// agent/settings_database.cpp.
+// Opening the settings database, and running SQL on it: agent/settings_database.cpp.
 #include "agent/query_result.h"
 #include "tests/agent/agent_fixture.h"
 
@@ -27,7 +26,7 @@ TEST_F(OpenDatabase, NamesTheFileAndAsksForModeTwo) {
                 ElementsAre("open_database(\"/var/database/webgui.db\", 2)"));
 }
 
-TEST_F(OpenDatabase, SaysThatTheDatabaseIsReadyForResultZeroOnly) {
+TEST_F(OpenDatabase, LogsThatTheDatabaseIsReadyForResultZeroOnly) {
     const std::pair<int, const char*> cases[] = {
         {0, "[WebGUIAgent]: Database is ready \n"}, {1, ""}, {2, ""}};
     for (const auto& [result, line] : cases) {
@@ -135,7 +134,7 @@ TEST_F(OpenDatabase, IsFollowedByOneCloseAtTheEnd) {
 
 class RunSql : public agent_test::AgentTest {
 protected:
-    // The text of the exception; empty without one.
+    // The exception's text; empty if there is none.
     static std::string failureOf(const std::string& sql, int collect = 0) {
         try {
             EXPECT_EQ(G_WebGUIAgent->Run_SQL(sql, collect), 0);
@@ -152,7 +151,7 @@ TEST_F(RunSql, StartsWithARecordWithoutRows) {
     EXPECT_EQ(fresh.rowCount, 0U);
 }
 
-TEST_F(RunSql, HandsTheTextToTheDatabase) {
+TEST_F(RunSql, PassesTheTextToTheDatabase) {
     start();
     EXPECT_EQ(failureOf("INSERT INTO Misc VALUES ('a', 'b')"), "");
     EXPECT_EQ(doubles::runSql("SELECT Data FROM Misc WHERE Key = 'a'"), "b");
@@ -219,7 +218,7 @@ TEST_F(RunSql, KeepsTheLaterOfTwoColumnsOfOneName) {
 
 TEST_F(RunSql, CountsARowOfZeroColumns) {
     start();
-    // SQLite then calls back once for a statement without rows, with its zero columns.
+    // With this setting SQLite calls back once, without columns, if a statement has no rows.
     failureOf("PRAGMA empty_result_callbacks = 1");
     EXPECT_EQ(failureOf("CREATE TABLE other (a)", 1), "");
     EXPECT_EQ(G_QueryResult.rowCount, 1U);
@@ -259,7 +258,7 @@ TEST_F(RunSql, ShowsTheCutTextWhenItFails) {
                                               sql.substr(0, 1023) + " with return code 1\n"));
 }
 
-TEST_F(RunSql, SaysOnStandardErrorWhatFailedAndWhy) {
+TEST_F(RunSql, LogsToStandardErrorWhatFailedAndWhy) {
     for (const int collect : {0, 1}) {
         start();
         EXPECT_EQ(failureOf("SELEKT", collect), "failed ");
@@ -279,7 +278,7 @@ TEST_F(RunSql, ShowsTheReturnCodeInDecimalWhateverTheStream) {
               "return code 19\n\tExtra Information: NOT NULL constraint failed: strict.a\n");
 }
 
-TEST_F(RunSql, LeavesTheSecondLineOutWhenThereIsNoMessage) {
+TEST_F(RunSql, OmitsTheSecondLineWithoutAMessage) {
     doubles::database().connection = doubles::Connection::null;
     start("");
     EXPECT_EQ(failureOf("SELECT 1"), "failed ");
@@ -338,7 +337,7 @@ TEST_F(Transaction, BeginsCommitsAndRollsBack) {
     EXPECT_EQ(output() + errors(), "");
 }
 
-TEST_F(Transaction, KeepsOrUndoesWhatStandsBetween) {
+TEST_F(Transaction, KeepsOrUndoesTheStatementsBetween) {
     WebGUIAgent& agent = start("dark");
     agent.Transaction(0);
     agent.setTheme("light");

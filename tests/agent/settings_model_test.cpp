@@ -1,4 +1,4 @@
-// The settings row: what start-up loads and does, reading, writing and the fixed pace:
+// Reading and writing the settings row, the fixed pace, and what start-up applies:
 // agent/settings_model.cpp.
 #include "tests/agent/agent_fixture.h"
 
@@ -27,7 +27,7 @@ class SettingsModel : public agent_test::AgentTest {
 protected:
     static WebGUIAgent& agent() { return *G_WebGUIAgent; }
 
-    // Changes the agent by every setter that touches nothing else.
+    // Calls every setter that has no further effect.
     static void setPlainMembers() {
         agent().setInitialBoot(true);
         agent().setLanguage("Deutsch");
@@ -83,7 +83,7 @@ protected:
         EXPECT_EQ(agent().getHiLoPeriod(), "1 Hour");
     }
 
-    // The alert that the agent holds, seen without loading another one.
+    // Returns the agent's alert without reloading it.
     static bool heldAlert() {
         doubles::failAlways(kQueryName);
         return agent().hasAlert();
@@ -94,7 +94,7 @@ protected:
 
 class SettingsStartUp : public SettingsModel {};
 
-TEST_F(SettingsStartUp, OpensReadsAndBringsThePanelToTheSettingsInThisOrder) {
+TEST_F(SettingsStartUp, OpensReadsAndAppliesTheSettingsInThisOrder) {
     doubles::database().statements = {"INSERT INTO Misc VALUES ('Theme', 'light')"};
     doubles::setSetting("BacklightOff", "Off After 2 Minutes");
     const WebGUIAgent fresh;
@@ -166,7 +166,7 @@ TEST_F(SettingsStartUp, GoesOnWithEmptySettingsWhenTheRowCannotBeRead) {
     EXPECT_EQ(fresh.getScreenBrightness(), 0);
 }
 
-TEST_F(SettingsStartUp, LooksAtNoResultOfThePanel) {
+TEST_F(SettingsStartUp, IgnoresTheResultsOfThePanel) {
     for (const char* function : {"xset_env_init", "LCDBrightnessSet", "LCDBlankTimeOutSet"}) {
         doubles::failAlways(function, -1);
     }
@@ -221,7 +221,7 @@ TEST_F(ReloadData, RefreshesTheThemeInEveryModeAndAfterAFailure) {
             }
             agent().reloadData(mode);
             doubles::database().rows = {doubles::defaultSettings()};
-            doubles::runSql("DROP VIEW View_Theme"); // the member alone can answer now
+            doubles::runSql("DROP VIEW View_Theme"); // only the member is left
             EXPECT_EQ(agent().getTheme(), theme);
             doubles::runSql("CREATE VIEW View_Theme AS SELECT Key, Data FROM Misc");
         }
@@ -375,7 +375,7 @@ TEST_F(HasAlert, IsReadFromTheDatabaseEachTime) {
     EXPECT_THAT(doubles::calls(), ElementsAreArray(alertCheckThen({})));
 }
 
-TEST_F(HasAlert, IsThereForExactlyYes) {
+TEST_F(HasAlert, IsTrueForExactlyYes) {
     const std::pair<const char*, bool> cases[] = {{"YES", true},  {"NO", false},   {"yes", false},
                                                   {"Yes", false}, {"YES ", false}, {"YESS", false},
                                                   {"", false},    {"true", false}};
@@ -417,7 +417,7 @@ TEST_F(UpdateData, LeavesTheAlertInTheDatabaseAlone) {
 }
 
 TEST_F(UpdateData, FillsEachColumnRecordThroughTheLibrary) {
-    doubles::reset(); // no longer leaves the column records out of the record
+    doubles::reset(); // records tql_update_ssqlcol_struct again
     start();
     EXPECT_EQ(agent().updateData(0), 1);
     EXPECT_THAT(doubles::calls(),
@@ -519,7 +519,7 @@ TEST_F(SettingsModel, PlainSettersStoreAndCallNothing) {
     EXPECT_EQ(doubles::setting("Language"), "English");
 }
 
-TEST_F(SettingsModel, GettersGiveCopies) {
+TEST_F(SettingsModel, GettersReturnCopies) {
     start();
     agent().getLanguage() += "!";
     EXPECT_EQ(agent().getLanguage(), "English");

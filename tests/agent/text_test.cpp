@@ -42,7 +42,7 @@ TEST(TrueText, IsAnyTextWhoseFirstFourLettersAreTrueInAnyCase) {
     }
 }
 
-TEST(ParseDecimal, ReadsWhatStandsInFrontAndNothingElse) {
+TEST(ParseDecimal, ReadsOnlyTheLeadingNumber) {
     struct Case {
         const char* text;
         std::int32_t number;

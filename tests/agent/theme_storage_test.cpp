@@ -24,7 +24,7 @@ class Theme : public agent_test::AgentTest {
 protected:
     static WebGUIAgent& agent() { return *G_WebGUIAgent; }
 
-    // The member, which alone can answer once the view is gone.
+    // Returns the member: without the view, nothing else is left.
     std::string themeInMemory() {
         doubles::runSql("DROP VIEW View_Theme");
         std::string theme = agent().getTheme();
@@ -44,7 +44,7 @@ class GetTheme : public Theme {};
 
 // --- setTheme -------------------------------------------------------------------------
 
-TEST_F(SetTheme, ChangesTheRowThatIsThere) {
+TEST_F(SetTheme, ChangesAnExistingRow) {
     start("dark");
     agent().setTheme("light");
     EXPECT_THAT(doubles::calls(), ElementsAre(kCountThemes, kUpdateToLight));
@@ -78,7 +78,7 @@ TEST_F(SetTheme, ChangesEveryRowOfTwo) {
     EXPECT_EQ(doubles::runSql("SELECT Data FROM Misc WHERE Key = 'Else'"), "stays");
 }
 
-TEST_F(SetTheme, WritesAValueThatIsThereAlready) {
+TEST_F(SetTheme, WritesAValueThatIsStoredAlready) {
     start("light");
     agent().setTheme("light");
     EXPECT_THAT(doubles::calls(), ElementsAre(kCountThemes, kUpdateToLight));
@@ -96,7 +96,7 @@ TEST_F(SetTheme, RefusesAnyOtherValue) {
     EXPECT_EQ(themeInMemory(), "dark");
 }
 
-TEST_F(SetTheme, KeepsAValidValueNowhereBelowSchemaLevelTwo) {
+TEST_F(SetTheme, IgnoresAValidValueBelowSchemaLevelTwo) {
     for (const int level : {0, 1}) {
         doubles::reset();
         startWithSchemaLevel(level);
@@ -184,7 +184,7 @@ TEST_F(SetTheme, TakesTheCountAsTheLibraryReadsANumber) {
 
 using SetThemeDeathTest = SetTheme;
 
-TEST_F(SetThemeDeathTest, EndsTheProcessWhenTheCountIsNoNumber) {
+TEST_F(SetThemeDeathTest, EndsTheProcessWhenTheCountIsNotANumber) {
     for (const char* count : {"many", "", " ", "x5"}) {
         start("dark");
         answerCountWith(count);
@@ -230,7 +230,7 @@ TEST_F(SetTheme, AddsARowWhenNothingWasCollected) {
 
 // --- getTheme -------------------------------------------------------------------------
 
-TEST_F(GetTheme, GivesWhatTheViewHolds) {
+TEST_F(GetTheme, ReturnsWhatTheViewHolds) {
     start("dark");
     doubles::runSql("UPDATE Misc SET Data = 'light'");
     doubles::calls();
@@ -240,7 +240,7 @@ TEST_F(GetTheme, GivesWhatTheViewHolds) {
     EXPECT_EQ(themeInMemory(), "light");
 }
 
-TEST_F(GetTheme, GivesAnyStoredTextUnchecked) {
+TEST_F(GetTheme, ReturnsAnyStoredTextUnchecked) {
     start();
     for (const char* text : {"blue", "Dark", "", " "}) {
         doubles::runSql("UPDATE Misc SET Data = '" + std::string(text) + "'");
@@ -262,7 +262,7 @@ TEST_F(GetTheme, StoresTheDefaultWhereThereIsNoRow) {
     EXPECT_THAT(doubles::calls(), ElementsAre(kReadTheme));
 }
 
-TEST_F(GetTheme, GivesTheDefaultEvenWhenItCannotBeStored) {
+TEST_F(GetTheme, ReturnsTheDefaultEvenWhenItCannotBeStored) {
     start("light");
     doubles::runSql("DELETE FROM Misc");
     doubles::runSql("CREATE TRIGGER refuse BEFORE INSERT ON Misc BEGIN SELECT RAISE(ABORT, 'no'); "
@@ -293,7 +293,7 @@ TEST_F(GetTheme, NeedsAReadyDatabase) {
     EXPECT_THAT(doubles::calls(), IsEmpty());
 }
 
-TEST_F(GetTheme, GivesTheMemberWhenTheQueryFails) {
+TEST_F(GetTheme, ReturnsTheMemberWhenTheQueryFails) {
     start("light");
     doubles::runSql("DROP VIEW View_Theme");
     EXPECT_EQ(agent().getTheme(), "light");

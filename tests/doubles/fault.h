@@ -1,5 +1,4 @@
-// How one call of a device library or of the C library fails, and the record of one call. Which
-// function may fail in which way is left to those who ask for it.
+// How one call of a device library or of the C library fails, and the record of one call.
 #pragma once
 
 #include <string>

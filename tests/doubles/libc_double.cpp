@@ -1,5 +1,5 @@
-// What the taken-over functions of the C library do. How they are taken over is left to
-// wrap.cpp (test programs) and preload.cpp (the daemon itself).
+// What the intercepted functions of the C library do. wrap.cpp intercepts them in test programs,
+// preload.cpp in the daemon itself.
 #include "tests/doubles/libc_double.h"
 
 #include "tests/doubles/recorder.h"

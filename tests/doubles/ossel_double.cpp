@@ -1,5 +1,4 @@
-// The double of the object-store client: a store in memory that answers as the contract
-// says. Recording and failing are left to the recorder.
+// The double of the object-store client: a store in memory that keeps to the contract.
 #include "tests/doubles/platform_doubles.h"
 #include "tests/doubles/recorder.h"
 

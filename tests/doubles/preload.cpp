@@ -16,9 +16,8 @@
 //   marker-file PATH                  what is opened instead of the run marker
 //   request MSGID REQARG CHANNEL      handed to the hook inside ovrThreadWaitForExit, after
 //                                     which the workers run until their queues are empty
-//   threads-at-registration           the workers run on threads of their own from their
-//                                     registration on
-//   early-request MSGID REQARG CHANNEL  served inside ovrHookFnRedisRegister by such workers
+//   threads-at-registration           each worker runs on its own thread from its registration on
+//   early-request MSGID REQARG CHANNEL  the same inside ovrHookFnRedisRegister, for such workers
 #include "tests/doubles/platform_doubles.h"
 #include "tests/doubles/recorder.h"
 

@@ -1,5 +1,4 @@
-// The record of the calls, the failures that a test asks for, and how arguments are
-// shown. What a call does otherwise is left to the double of its library.
+// The record of the calls, the failures that a test asks for, and how arguments are shown.
 #include "tests/doubles/recorder.h"
 #include "tests/doubles/platform_doubles.h"
 

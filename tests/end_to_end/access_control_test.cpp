@@ -1,5 +1,5 @@
-// The daemon as a user of the store with the rights of packaging/redis/orvane-webgui.acl: it
-// does all its work with them, and they allow nothing else.
+// The daemon with the rights of packaging/redis/orvane-webgui.acl: they suffice for all its work
+// and allow nothing else.
 #include "tests/end_to_end/end_to_end.h"
 
 #include "tests/support/wait_until.h"
@@ -32,7 +32,7 @@ protected:
         environment()["OSSEL_REDIS_CREDENTIALS"] = file;
     }
 
-    // What the store would say to this command of the daemon's user, without running it.
+    // Asks the store whether the daemon's user may run this command, without running it.
     std::string wouldSay(std::vector<std::string> command) {
         command.insert(command.begin(), {"ACL", "DRYRUN", kUser});
         return redis().command(command);
@@ -60,7 +60,7 @@ TEST_F(AccessControl, TheDaemonDoesAllItsWorkAsItsOwnUser) {
     environment().erase("OSSEL_REDIS_CREDENTIALS");
     EXPECT_EQ(orvanectl({"action", "gui-ready"}).status, 0);
     EXPECT_EQ(orvanectl({"action", "turn-off-lcd"}).status, 0);
-    // Each connection, once lost, is made as the same user again.
+    // A lost connection is re-established as the same user.
     EXPECT_NE(redis().command({"CLIENT", "KILL", "USER", kUser}), "0");
     ASSERT_TRUE(test::waitUntil([this] {
         return redis().command({"PUBSUB", "NUMSUB", "OrvaneWebGUI"}) == "OrvaneWebGUI 1";
@@ -83,7 +83,7 @@ TEST_F(AccessControl, NothingThatTheDaemonDoesIsDenied) {
 }
 
 TEST_F(AccessControl, NoOtherCommandIsAllowed) {
-    // "hello", "quit" and "reset" are every client's, whatever its rights.
+    // Every client may use "hello", "quit" and "reset".
     const std::set<std::string> own{
         "hello",  "quit",       "reset",   "auth",   "ping",      "client",
         "multi",  "exec",       "eval",    "hget",   "hset",      "hgetall",
@@ -102,7 +102,7 @@ TEST_F(AccessControl, NoOtherCommandIsAllowed) {
         command.insert(command.end(), words.begin() + 1, words.end());
         const std::string answer = wouldSay(command);
         if (own.contains(name) || answer.find("not found") != std::string::npos) {
-            continue; // of the latter, which have subcommands, the next test knows
+            continue; // the next test covers commands with subcommands
         }
         EXPECT_TRUE(isDenied(answer)) << name << ": " << answer;
         ++denied;
@@ -127,7 +127,7 @@ TEST_F(AccessControl, NoOtherSubcommandIsAllowed) {
     EXPECT_EQ(wouldSay({"PUBSUB", "NUMSUB", "OrvaneWebGUI"}), "OK");
 }
 
-TEST_F(AccessControl, NoOtherKeyOrChannelIsInReach) {
+TEST_F(AccessControl, NoOtherKeyOrChannelIsAccessible) {
     const std::vector<std::vector<std::string>> commands{
         {"HSET", "OsselSchemaInstances", "x", "y"},
         {"DEL", "SchemaType:OrvaneWebGUI.1.0.0.WebGUI"},
@@ -151,8 +151,8 @@ TEST_F(AccessControl, NoOtherKeyOrChannelIsInReach) {
     EXPECT_EQ(wouldSay({"HSET", "1b4e28ba-2fa1-41d2-883f-0016d3cca427", "x", "y"}), "OK");
 }
 
-// A refused daemon does not start, and says why without saying what the file holds.
-TEST_F(AccessControl, AWrongPasswordIsRefusedAndNotSaid) {
+// A refused daemon does not start. It logs why, but not what the file holds.
+TEST_F(AccessControl, AWrongPasswordIsRefusedAndNotLogged) {
     redis().command({"ACL", "SETUSER", kUser, "resetpass", ">another"});
     launchDaemon();
     EXPECT_EQ(daemon().wait(), 0);
@@ -174,7 +174,7 @@ TEST_F(AccessControl, AFileThatOthersMayReadIsRefused) {
     EXPECT_EQ(orvanectl({"get"}).status, 2);
 }
 
-TEST_F(AccessControl, AFileOfAnotherFormIsRefusedAndNotSaid) {
+TEST_F(AccessControl, AFileInAnotherFormatIsRefusedAndNotLogged) {
     for (const std::string text : {"", "onlyone\n", " Secret-of-the-test\n", "orvane-webgui \n",
                                    "user Secret-of-the-test\nmore\n"}) {
         writeCredentials(text);

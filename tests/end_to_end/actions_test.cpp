@@ -8,7 +8,7 @@ protected:
     std::string action(const std::string& name) { return requestObject({{"Action", name}}); }
 };
 
-TEST_F(Actions, TurnOffLcdDarkensThePanelAndSaysThatThereIsNoMore) {
+TEST_F(Actions, TurnOffLcdDarkensThePanelAndReturnsNoData) {
     ASSERT_FALSE(isBlank());
     const std::string request = action("WebGUI.TurnOffLCD");
     EXPECT_EQ(ask("00000", request), (test::Answer{"Success", {}}));

@@ -1,5 +1,5 @@
-// The daemon with devices below it: a backlight laid out like sysfs, an X server and a cooling
-// unit, each read back with a client that is not ours.
+// The daemon with its devices: a backlight laid out like sysfs, an X server and a cooling unit,
+// each read back with somebody else's program.
 #pragma once
 
 #include "tests/end_to_end/end_to_end.h"
@@ -16,14 +16,14 @@ protected:
     // Starts the devices and then the daemon.
     void SetUp() override;
 
-    // Content of the backlight's file; a level is this many steps.
+    // The content of the backlight's file, and the steps per level.
     static constexpr int kStepsPerLevel = 100;
     std::string backlight() const;
 
     // Idle time of the X server's screen saver, as xset shows it.
     std::string blankTimeOut() const;
     bool isBlank() const;
-    // As if the panel had been without power.
+    // Restarts the X server, as after a power cut of the panel.
     void loseThePanelsState() const;
 
     // The cooling unit's register as mbpoll reads it: "0" or "1".
@@ -37,7 +37,7 @@ protected:
     ChildProcess& xServer() { return *xServer_; }
     ChildProcess& coolingUnit() { return *coolingUnit_; }
 
-    // Again after its end, where it was.
+    // Starts it again on the same address.
     void startXServer();
     void startCoolingUnit();
 

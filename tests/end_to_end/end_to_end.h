@@ -1,5 +1,5 @@
-// The real daemon on a real store, from the outside: it runs in a private view of its fixed
-// paths, everything in a folder of the test's own. What is checked is left to the tests.
+// The real daemon on a real store, seen from outside. It runs in a private view of its fixed paths,
+// with all files in the test's own folder.
 #pragma once
 
 #include "tests/end_to_end/mailbox.h"
@@ -29,8 +29,8 @@ inline constexpr const char* kGuiReady = "80000000-0000-0000-0000-008000000004";
 // Fields and values of a hash.
 using Fields = std::vector<std::pair<std::string, std::string>>;
 
-// The store runs and holds the schema definitions; the daemon is started by the test. At the
-// end a daemon that still runs must stop in an orderly way, with status 0.
+// Runs a store with the schema definitions; the test starts the daemon. At the end a daemon that is
+// still running must stop on SIGTERM with status 0.
 class EndToEnd : public ::testing::Test {
 protected:
     explicit EndToEnd(std::vector<std::string> redisOptions = {});
@@ -41,8 +41,8 @@ protected:
     virtual std::vector<std::string> daemonWrapper() const { return {}; }
 
     // The daemon.
-    void launchDaemon();             // started, no more
-    void startDaemon();              // up: its run marker is there, and it can be stopped
+    void launchDaemon();             // starts it and returns at once
+    void startDaemon();              // starts it and waits until it is up
     void waitUntilUp();              // of a daemon that was launched
     std::optional<int> stopDaemon(); // SIGTERM; its exit status
     ChildProcess& daemon() { return *daemon_; }
@@ -61,12 +61,12 @@ protected:
     std::string collectionKey();
     std::string schemaTypeId();
 
-    // Requests. `ask` fails the test when there is not exactly one answer.
+    // Requests. `ask` fails the test unless there is exactly one answer.
     Mailbox& mailbox();
     Answer ask(const std::string& msgId, const std::string& reqArg);
-    // Stores a request object for the instance and gives its key.
+    // Stores a request object for the instance and returns its key.
     std::string requestObject(const Fields& fields, const std::string& target = kWebGui);
-    // The same with all properties of "00003", the given ones changed.
+    // The same with all properties of "00003", these ones changed.
     std::string displayRequest(const std::map<std::string, std::string>& changes);
 
     // One value of the settings database, read by the sqlite3 command.

@@ -1,5 +1,5 @@
-// Every request that the provider has received is answered exactly once: a thousand of all
-// kinds in flight together, and over a stop in their midst.
+// Every request that reaches the provider is answered exactly once: a thousand of all kinds in
+// flight at once, and when the daemon is stopped among them.
 #include "tests/end_to_end/end_to_end.h"
 
 #include <array>
@@ -23,8 +23,9 @@ protected:
         unknownAction_ = requestObject({{"Action", "WebGUI.None"}});
     }
 
-    // The n-th request of the mix: of 25, one update (which is paced), one id that nobody
-    // knows, five actions, one of them unknown, and eighteen reads, one of them of another key.
+    // The n-th request of the mix. Of 25 requests one is an update (which is slow), one has an
+    // unknown id, five are actions (one of them unknown) and eighteen are reads (one of an unknown
+    // key).
     Sent send(int n) {
         const std::string channel = mailbox().newReplyChannel();
         const auto [msgId, reqArg, expected] = request(n % 25);
@@ -71,7 +72,7 @@ TEST_F(ExactlyOnce, AThousandRequestsOfAllKindsInFlightTogether) {
     EXPECT_TRUE(mailbox().collectUntil([this] { return mailbox().count() >= 1000; },
                                        std::chrono::seconds(100)))
         << mailbox().count();
-    // Only a daemon that has ended can send no second answer any more.
+    // Only once the daemon has ended can no second answer follow.
     EXPECT_EQ(stopDaemon(), 0) << errors();
     mailbox().collectAll();
     EXPECT_EQ(mailbox().count(), 1000U);
@@ -83,9 +84,9 @@ TEST_F(ExactlyOnce, AThousandRequestsOfAllKindsInFlightTogether) {
     }
 }
 
-// The signal comes while requests are still being sent and most are unanswered. Those that
-// found a receiver are answered; those that found none were told so by the store.
-TEST_F(ExactlyOnce, AStopInTheirMidstLosesNoAcceptedRequest) {
+// The signal arrives while requests are still being sent and most are unanswered. Those that had a
+// receiver are answered; for the others the store reported 0 receivers.
+TEST_F(ExactlyOnce, AStopAmongThemLosesNoAcceptedRequest) {
     std::vector<Sent> acceptedOnes;
     bool refused = false;
     for (int i = 0; i < 100'000 && !refused; ++i) {
@@ -102,7 +103,7 @@ TEST_F(ExactlyOnce, AStopInTheirMidstLosesNoAcceptedRequest) {
     }
     EXPECT_TRUE(refused) << "the provider went on receiving after the signal";
     EXPECT_GT(acceptedOnes.size(), 200U);
-    // Its queues may hold more updates than ChildProcess::wait has patience for.
+    // Its queues may hold more updates than fit into the limit of ChildProcess::wait.
     EXPECT_TRUE(mailbox().collectUntil([&] { return mailbox().count() >= acceptedOnes.size(); },
                                        std::chrono::seconds(100)))
         << mailbox().count() << " of " << acceptedOnes.size();

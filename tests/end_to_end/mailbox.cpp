@@ -1,4 +1,4 @@
-// See mailbox.h. What an answer means is the tests' business.
+// See mailbox.h.
 #include "tests/end_to_end/mailbox.h"
 
 #include <hiredis/hiredis.h>
@@ -94,7 +94,7 @@ void Mailbox::take(const redisReply& message) {
     ++count_;
 }
 
-// Waits for something from the store and takes all of it; false when nothing came.
+// Waits for data from the store and reads all of it; false if none arrived.
 bool Mailbox::receiveFor(std::chrono::milliseconds limit) {
     pollfd descriptor{subscription_->fd, POLLIN, 0};
     if (::poll(&descriptor, 1, static_cast<int>(limit.count())) <= 0) {
@@ -128,8 +128,8 @@ bool Mailbox::collectUntil(const std::function<bool()>& condition,
     return true;
 }
 
-// What is published on one connection arrives in its order, so an echo of our own comes after
-// everything that the store has taken before it.
+// A subscriber receives messages in the order in which the store took them, so our own echo comes
+// last.
 void Mailbox::collectAll() {
     echoed_ = false;
     command(*commands_, {"PUBLISH", kEchoChannel, "echo"});

@@ -1,5 +1,5 @@
-// The requester's side of the request channel, on plain hiredis: it sends requests and counts
-// the answers. It shares no code with client/, so that the two check each other.
+// The requester's side of the request channel: sends requests and collects the answers. It uses
+// plain hiredis and shares no code with client/, so that the two check each other.
 #pragma once
 
 #include <chrono>
@@ -15,43 +15,43 @@ struct redisReply;
 
 namespace test {
 
-// One answer as it lies in the store.
+// One answer as the store has it.
 struct Answer {
-    std::string messageId; // empty: no answer came
+    std::string messageId; // empty: there was no answer
     std::vector<std::string> arguments;
 
     bool operator==(const Answer&) const = default;
 };
 
-// How a failed comparison shows it.
+// For failed comparisons.
 void PrintTo(const Answer& answer, std::ostream* out);
 
-// Subscribed to its reply channels when the constructor returns. Not for two threads at once.
+// Subscribes to its reply channels in the constructor. One thread at a time.
 class Mailbox {
 public:
     explicit Mailbox(const std::string& redisSocket);
     Mailbox(const Mailbox&) = delete;
     Mailbox& operator=(const Mailbox&) = delete;
 
-    // A reply channel that nobody used before.
+    // Returns an unused reply channel.
     std::string newReplyChannel();
 
-    // Sends [msgId, reqArg, replyChannel] and gives the number of providers that received it.
+    // Publishes [msgId, reqArg, replyChannel] and returns the number of receivers.
     long long send(const std::string& msgId, const std::string& reqArg,
                    const std::string& replyChannel);
 
-    // Takes in answers until the condition holds; false when it does not within `limit`.
+    // Collects answers until the condition holds; false if it does not within `limit`.
     bool collectUntil(const std::function<bool()>& condition,
                       std::chrono::milliseconds limit = std::chrono::seconds(30));
 
-    // Takes in what the store has sent up to now.
+    // Collects everything that the store has published so far.
     void collectAll();
 
-    // UUIDs of return messages, by reply channel, in the order of their coming.
+    // UUIDs of return messages by reply channel, in order of arrival.
     const std::map<std::string, std::vector<std::string>>& received() const { return received_; }
     std::size_t count() const { return count_; }
 
-    // The return message of that UUID.
+    // Reads the return message of that UUID.
     Answer answer(const std::string& uuid);
 
 private:

@@ -12,7 +12,7 @@ bool contains(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
 }
 
-TEST_F(Orvanectl, StatusTellsWhetherTheProviderAnswers) {
+TEST_F(Orvanectl, StatusShowsWhetherTheProviderAnswers) {
     const Finished up = orvanectl({"status"});
     EXPECT_EQ(up.status, 0) << up.output << up.error;
     EXPECT_EQ(stopDaemon(), 0);
@@ -54,8 +54,8 @@ TEST_F(Orvanectl, AValueThatIsNotAllowedIsSentOnlyWhenForced) {
     EXPECT_TRUE(contains(output(), "[setScreenBrightness]: Incorrect screen brightness(9).\n"));
 }
 
-// Each client reads all properties before it writes all of them, so without the lease one of
-// the two changes would be lost in most rounds.
+// Each client reads all properties before it writes them all. Without the lease, one of the two
+// changes would be lost in most rounds.
 TEST_F(Orvanectl, TwoClientsAtTheSameMomentLoseNoChange) {
     for (int round = 0; round < 5; ++round) {
         const std::string text = "round " + std::to_string(round);

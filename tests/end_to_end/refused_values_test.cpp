@@ -1,5 +1,5 @@
-// Values that the daemon refuses, and properties that a request leaves out: no such request
-// fails, and what is written all the same is as much fixed as what is not.
+// Values that the daemon refuses, and properties that a request omits. No such request fails; the
+// tests fix what it writes and what it does not.
 #include "tests/end_to_end/devices.h"
 
 namespace {
@@ -55,7 +55,7 @@ TEST_F(RefusedValues, AScaleInLowerCaseIsStoredAndCountsAsMetric) {
     EXPECT_EQ(setting("Measurement"), "imperial");
 }
 
-TEST_F(RefusedValues, ATextThatIsNoFlagCountsAsFalseAndStaysInTheInstance) {
+TEST_F(RefusedValues, ATextThatIsNotABooleanCountsAsFalseAndStaysInTheInstance) {
     EXPECT_EQ(ask("00003", displayRequest({{"RoomAverage", "TRUEst"}})).messageId, "Success");
     EXPECT_EQ(setting("RoomAverage"), "true");
     EXPECT_EQ(ask("00003", displayRequest({{"RoomAverage", "1"}})).messageId, "Success");
@@ -63,7 +63,7 @@ TEST_F(RefusedValues, ATextThatIsNoFlagCountsAsFalseAndStaysInTheInstance) {
     EXPECT_EQ(field(kWebGui, "RoomAverage"), "1");
 }
 
-TEST_F(RefusedValues, PropertiesThatARequestLeavesOutBecomeEmpty) {
+TEST_F(RefusedValues, PropertiesThatARequestOmitsBecomeEmpty) {
     EXPECT_EQ(ask("00003", requestObject({{"ScreenBrightness", "6"}})),
               (test::Answer{"Success", {}}));
     for (const char* column : {"BacklightOff", "Screensaver", "Timer", "Measurement", "DateFormat",
@@ -98,8 +98,8 @@ TEST_F(RefusedValues, WhileAnAlertIsShownABacklightChoiceIsStoredButNotApplied) 
     EXPECT_EQ(setting("HasAlert"), "YES");
 }
 
-// The row cannot be written, so the request fails: what has acted stays, the instance keeps
-// its old values, and nothing is announced.
+// If the row cannot be written, the request fails: the devices keep the new values, the instance
+// keeps the old ones, and there is no event.
 TEST_F(RefusedValues, ADatabaseThatTakesNoRowFailsTheRequestAfterTheDevicesHaveActed) {
     sql("CREATE TRIGGER refuse BEFORE UPDATE ON webgui_tbl BEGIN SELECT RAISE(ABORT, 'no'); END");
     EXPECT_EQ(ask("00003", displayRequest({{"ScreenBrightness", "2"}, {"Theme", "light"}})),

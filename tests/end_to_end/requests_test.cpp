@@ -1,4 +1,4 @@
-// What a requester gets for a read, and for a request that cannot be carried out.
+// The answers to reads and to requests that cannot be carried out.
 #include "tests/end_to_end/end_to_end.h"
 #include "tests/support/wait_until.h"
 
@@ -11,7 +11,7 @@ class Requests : public test::EndToEnd {
 protected:
     void SetUp() override { startDaemon(); }
 
-    // Keys that the store has let expire so far.
+    // The number of keys that have expired in the store so far.
     int expiredKeys() {
         const std::string statistics = redis().command({"INFO", "stats"});
         const std::string name = "expired_keys:";
@@ -57,7 +57,7 @@ TEST_F(Requests, AnUnknownMessageIdIsAnsweredWithTheId) {
     }
 }
 
-TEST_F(Requests, ForgeNoLogLineWithControlCharacters) {
+TEST_F(Requests, ControlCharactersForgeNoLogLine) {
     const std::string forged = "0\n[main]: All is well.\x1b[2J";
     const std::string shown = "0\\x0a[main]: All is well.\\x1b[2J";
     EXPECT_EQ(ask(forged, kWebGui), (Answer{"ActionNotSupported", {forged}}));
@@ -118,7 +118,7 @@ TEST_F(Requests, APayloadOfAnotherFormIsDroppedAndTheNextRequestAnswered) {
     EXPECT_NE(errors(), "") << "each is reported";
 }
 
-// A new backlight choice costs two pauses of 200 ms, during which the read is answered.
+// A new backlight choice costs two pauses of 200 ms; the read is answered during them.
 TEST_F(Requests, AReadDoesNotWaitForAnUpdate) {
     const std::string update = mailbox().newReplyChannel();
     const std::string read = mailbox().newReplyChannel();

@@ -1,5 +1,5 @@
-// Each setting from the request to everywhere it must arrive: the answer, the settings
-// database, the instance, the event stream and the device.
+// Each setting on its way from the request to the settings database, the instance, the event stream
+// and the device.
 #include "tests/end_to_end/devices.h"
 
 #include <algorithm>
@@ -12,16 +12,16 @@ using test::kWebGui;
 struct Setting {
     const char* property;
     const char* column; // of webgui_tbl
-    const char* before; // what a new database has
+    const char* before; // in a new database
     const char* after;
 };
 
-// How the test's name shows the row.
+// For the test's name.
 void PrintTo(const Setting& setting, std::ostream* out) {
     *out << setting.before << " -> " << setting.after;
 }
 
-// The properties of "00003" that lie in the settings row.
+// The properties of "00003" that are columns of the settings row.
 constexpr Setting kSettings[] = {
     {"ScreenBrightness", "Brightness", "5", "3"},
     {"BacklightOff", "BacklightOff", "Never", "Off After 2 Minutes"},
@@ -36,7 +36,7 @@ constexpr Setting kSettings[] = {
 
 class Settings : public test::EndToEndWithDevices {
 protected:
-    // A request object with all properties of "00003": the present values and this change.
+    // Stores a request object with all properties of "00003": the present values and this change.
     std::string change(const std::string& name, const std::string& value) {
         test::Fields fields;
         for (const Setting& setting : kSettings) {
@@ -149,7 +149,7 @@ TEST_F(Settings, AReadTakesTheScaleOverFromTheCoolingUnitWithoutAnEvent) {
     EXPECT_EQ(eventCount(), 0);
 }
 
-// A unit that manages itself, named by the environment before the file.
+// The environment says that the unit manages itself; the file does not count then.
 class SettingsOfAManagedUnit : public Settings {
 protected:
     void SetUp() override {

@@ -1,5 +1,5 @@
-// Start-up and shutdown of the daemon, seen in the store, in the settings database, in its run
-// marker, in what it prints and in its exit status.
+// Start-up and shutdown: the store, the settings database, the run marker, the output and the exit
+// status.
 #include "tests/end_to_end/end_to_end.h"
 #include "tests/support/wait_until.h"
 
@@ -33,7 +33,7 @@ protected:
         }
     }
 
-    // Fields of a hash with their values.
+    // The named fields of a hash, which must be all it has.
     std::map<std::string, std::string> hash(const std::string& key,
                                             const std::vector<std::string>& names) {
         EXPECT_EQ(redis().command({"HLEN", key}), std::to_string(names.size())) << key;
@@ -144,9 +144,9 @@ TEST_F(StartAndStop, TheInterruptSignalTakesTheTreeDownToo) {
     expectNothingLeft();
 }
 
-// Without its folder the marker is tried six times, two seconds apart, before the workers
-// start: time to take the store's socket away, so that no worker can connect. The daemon's
-// first connection stands and serves the clean-up.
+// Without its folder the marker is tried six times, two seconds apart, before the workers start.
+// That is time enough to move the store's socket away, so that no worker can connect. The daemon's
+// first connection stays open and serves the clean-up.
 TEST_F(StartAndStop, LosingEveryWorkerTakesTheTreeDown) {
     launchDaemon();
     ASSERT_TRUE(waitUntil([this] { return exists(workTreeKey()); })) << output() << errors();
@@ -224,8 +224,8 @@ TEST_F(StartAndStop, ADefinitionWithoutAnActionEndsTheDaemon) {
     EXPECT_FALSE(exists(kWebGui));
 }
 
-// The first answer shows that the worker has its connection: without one from the start it
-// would be gone for good.
+// The first answer shows that the worker is connected; a worker that cannot connect at its start
+// never comes back.
 TEST_F(StartAndStop, RequestsAreServedAgainAfterTheStoreWasAway) {
     startDaemon();
     ASSERT_EQ(orvanectl({"request", "00001", kWebGui}).status, 0);

@@ -1,5 +1,4 @@
-// The child and its report. The report is sent by a destructor of the program, which comes after
-// all exit handlers.
+// The child and its report, which a destructor of the program sends after all exit handlers.
 #include "tests/fault_sweep/child.h"
 
 #include "tests/doubles/platform_doubles.h"
@@ -11,7 +10,7 @@
 #include <unistd.h>
 #include <utility>
 
-// The address sanitizer asks for it. A child starts as a copy of all memory: little is kept back.
+// Options for the address sanitizer. A child starts as a copy of all memory, so quarantine little.
 extern "C" const char* __asan_default_options();
 extern "C" const char* __asan_default_options() {
     return "quarantine_size_mb=8";
@@ -21,7 +20,7 @@ namespace fault_sweep {
 
 namespace {
 
-// In the child. Never destroyed.
+// The child's. Never destroyed.
 struct Child {
     int pipe = -1;
     std::ostringstream output;
@@ -38,7 +37,7 @@ std::string taken(std::ostringstream& stream) {
     return text;
 }
 
-// Moves what was recorded and written since the last time to the end of the run.
+// Appends the calls and the output since the last time to the run.
 void collect(RecordedRun& run) {
     for (doubles::RecordedCall& call : doubles::recordedCalls()) {
         run.calls.push_back(std::move(call));
@@ -130,7 +129,7 @@ __attribute__((destructor)) void report() {
     std::cout.rdbuf(g_child->output.rdbuf());
     std::cerr.rdbuf(g_child->errors.rdbuf());
     body();
-    ::_exit(3); // it did not end as a daemon does
+    ::_exit(3); // the body has returned instead of exiting
 }
 
 std::string readAll(int pipe) {
@@ -148,7 +147,7 @@ std::string readAll(int pipe) {
 ChildEnd runInChild(const std::function<void()>& body) {
     ChildEnd end;
     int pipe[2] = {-1, -1};
-    std::fflush(nullptr); // or the child writes it once more
+    std::fflush(nullptr); // or the child writes it again
     if (::pipe(pipe) != 0) {
         return end;
     }

@@ -1,5 +1,5 @@
-// A life in a process of its own: a child of the test that ends by exit(), as the daemon does, and
-// reports what it called and wrote up to its last exit handler.
+// A life in a child process that ends by exit(), as the daemon does, and reports its calls and its
+// output up to the last exit handler.
 #pragma once
 
 #include "tests/fault_sweep/replay.h"
@@ -13,20 +13,20 @@ struct ChildEnd {
     int status = -1; // of waitpid
     bool reported = false;
     RecordedRun run;
-    std::string note; // what the child said of itself
+    std::string note; // from the child
     int openConnections = -1;
-    int blocks = -1; // in use at the end, less those at the beginning
+    int blocks = -1; // allocated during the life and not freed
 };
 
-// Runs the body in a child, which starts as a copy of this process. The body ends it by exit().
+// Runs the body in a child, a copy of this process. The body must end it by exit().
 ChildEnd runInChild(const std::function<void()>& body);
 
 // --- For the body ---
 
-// The run begins here: what was recorded, written and allocated before does not count.
+// Begins the run: earlier calls, output and allocations do not count.
 void beginRun();
 
-// What was recorded and written between these two does not count either.
+// Calls and output between these two do not count either.
 void leaveOut();
 void goOn();
 

@@ -1,5 +1,5 @@
-// The daemon itself behind the preloaded double, with each call that can fail failing once: the
-// part of the sweep that shares no process with the test.
+// The daemon itself behind the preloaded double. Each call that can fail does so once, in a process
+// of its own.
 #include "tests/fault_sweep/failing_results.h"
 #include "tests/fault_sweep/sweep.h"
 #include "tests/service/daemon.h"

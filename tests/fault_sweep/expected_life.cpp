@@ -1,5 +1,4 @@
-// Start-up and shutdown, followed call by call. Nothing here is taken from the daemon's own
-// sources.
+// Start-up and shutdown, followed call by call. Written independently of the daemon's sources.
 #include "tests/fault_sweep/expected_life.h"
 
 #include <array>
@@ -24,7 +23,7 @@ enum Instance { kWebGUI, kActions, kOem, kTurnOffLCD, kGUIReady };
 
 struct Leaf {
     Instance number;
-    const char* name;  // in the names of the functions
+    const char* name;  // as in the function names
     const char* field; // of the Actions document
     int fieldCount;
 };
@@ -114,7 +113,7 @@ private:
         collection_ = key ? "" : "collection";
     }
 
-    // A field of a definition; empty without a connection, without a key, and after a failure.
+    // Reads a field of a definition; empty without a connection or a key, and after a failure.
     std::string definition(const std::string& key, const std::string& field,
                            const std::string& value) {
         const bool asked = connected_ && !key.empty();
@@ -165,7 +164,7 @@ private:
         return true;
     }
 
-    // How many there are is the daemon's business; one that fails is enough.
+    // The daemon decides how many there are; one failure is enough.
     bool allocated() {
         bool all = replay_.done("calloc");
         while (replay_.isNext("calloc")) {

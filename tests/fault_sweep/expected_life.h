@@ -1,5 +1,5 @@
-// What a whole life of the daemon, or one of the removals that are kept for tools, has to call and
-// to write, after what became of each call.
+// Which calls and lines must follow in a life of the daemon, or in one of the removals for tools,
+// depending on the outcome of each call.
 #pragma once
 
 #include "tests/fault_sweep/expected_settings.h"
@@ -18,7 +18,7 @@ enum class Course {
     deletion,        // OrvaneWebGUI_Delete with a collection, then the exit handlers
 };
 
-// One life, and what it finds.
+// One life, and what it finds at its start.
 struct Life {
     std::string name;
     Course course = Course::wholeLife;
@@ -28,11 +28,11 @@ struct Life {
     std::optional<std::string> managingMode = std::nullopt; // contents of the file
 };
 
-inline void PrintTo(const Life& life, std::ostream* stream) { // instead of its bytes
+inline void PrintTo(const Life& life, std::ostream* stream) { // not as bytes
     *stream << life.name;
 }
 
-// Reads a run of this life. Throws Replay::Difference.
+// Checks a run of this life. Throws Replay::Difference.
 //   binding   address of the process' binding, as the first line shows it
 // Returns the message ids of the answers to the two requests, a read and an update, of the life's
 // wait, each with a blank behind it; empty where the daemon did not come to wait.

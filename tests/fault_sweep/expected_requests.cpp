@@ -1,4 +1,4 @@
-// One request, followed call by call. Nothing here is taken from the daemon's own sources.
+// One request, followed call by call. Written independently of the daemon's sources.
 #include "tests/fault_sweep/expected_requests.h"
 
 #include <array>
@@ -30,7 +30,7 @@ const char* bodyOf(fnTypes worker) {
     return "";
 }
 
-// What the requester is to be told.
+// The answer that the requester must get.
 struct Answer {
     std::string id = "Success";
     Texts arguments = {};
@@ -56,7 +56,7 @@ public:
 private:
     // --- Answering ---
 
-    // Fills the answer; its texts are lost where there is no memory for them.
+    // Fills the answer; without memory it loses its texts.
     void set(Answer answer) {
         bool complete = replay_.done("calloc") || answer.arguments.empty();
         for (std::size_t i = 0; complete && i < answer.arguments.size(); ++i) {
@@ -68,7 +68,7 @@ private:
         answer_ = answer;
     }
 
-    // Sends it. A failure is told in the name of `function` as well, unless that is empty.
+    // Sends it. Unless `function` is empty, a failure is also logged under that name.
     void send(const std::string& function) {
         if (!isSent() && !function.empty()) {
             replay_.line(function, "Failed to call sendReturnMsg().");
@@ -148,7 +148,7 @@ private:
     void updateObject() {
         if (!propertyCounts().contains(request_.msgId)) {
             set({"ActionNotSupported", {request_.msgId}});
-            send(""); // alone in saying nothing of its own
+            send(""); // the only one without a line of its own
             return;
         }
         update();
@@ -208,7 +208,7 @@ private:
         }
     }
 
-    // The unit of this sweep stands at imperial where it is not in line with the instance.
+    // In this sweep the unit is imperial wherever it differs from the instance.
     bool refresh(bool* changed) {
         const bool answered = replay_.done("CoolGetTempScale");
         const std::string scale = answered && !request_.instanceMatchesUnit ? "Imperial" : "Metric";
@@ -342,7 +342,7 @@ private:
 
     void applyDisplayValues() {
         settings_.setBacklightOff(field("BacklightOff"));
-        // The sweep's brightnesses fit; anything that is no number counts as 0.
+        // The sweep's numbers are in range; anything else counts as 0.
         settings_.setScreenBrightness(
             static_cast<int>(std::strtol(field("ScreenBrightness").c_str(), nullptr, 10)));
         if (field("MeasurementSystem") != settings_.now().measurementSystem &&

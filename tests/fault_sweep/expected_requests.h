@@ -1,5 +1,5 @@
-// What one request has to call, to write and to be answered, after what became of each call. The
-// failure rows of every step are here, one step a function.
+// Which calls, lines and answer must follow in one request, depending on the outcome of each call.
+// One function per step, with all its failures.
 #pragma once
 
 #include "platform/plugin_host.h"
@@ -13,12 +13,12 @@
 namespace fault_sweep {
 
 enum class Road {
-    hook,     // handed to the hook, which posts or refuses it
-    queue,    // put into a worker's queue, past the hook
-    creation, // handed to the dispatch with a table of creations, which the product has not
+    hook,     // through the hook, which posts or refuses it
+    queue,    // straight into a worker's queue
+    creation, // to the dispatch, with a table of creations, which the product lacks
 };
 
-// One kind of request, and the state that it meets.
+// One kind of request, and the state that it finds.
 struct Request {
     std::string name;
     Road road;
@@ -34,7 +34,7 @@ struct Request {
     bool collectionIsSet = false;
 };
 
-inline void PrintTo(const Request& request, std::ostream* stream) { // instead of its bytes
+inline void PrintTo(const Request& request, std::ostream* stream) { // not as bytes
     *stream << request.name;
 }
 
@@ -42,7 +42,7 @@ inline constexpr char kInstance[] = "80000000-0000-0000-0000-008000000000";
 inline constexpr char kChannel[] = "Reply:1";
 inline constexpr char kCollection[] = "collection";
 
-// Reads a run of this request. Throws Replay::Difference.
+// Checks a run of this request. Throws Replay::Difference.
 void followRequest(const Request& request, const RecordedRun& run);
 
 } // namespace fault_sweep

@@ -1,4 +1,4 @@
-// The settings agent, followed call by call. Nothing here is taken from the agent's own sources.
+// The settings agent, followed call by call. Written independently of the agent's sources.
 #include "tests/fault_sweep/expected_settings.h"
 
 #include <algorithm>

@@ -1,5 +1,5 @@
-// What the settings agent has to call and to write, after what became of each call: the rows of
-// the settings database, the theme, the panel.
+// Which calls and lines of the settings agent must follow, depending on the outcome of each call:
+// settings row, theme, panel.
 #pragma once
 
 #include "tests/fault_sweep/replay.h"
@@ -20,7 +20,7 @@ struct Settings {
 
 class ExpectedSettings {
 public:
-    // A fresh agent has loaded nothing yet; `stored` is what the database holds.
+    // The settings of an agent that has loaded nothing yet; `stored` is in the database.
     ExpectedSettings(Replay& replay, Settings stored, bool loaded, bool hasThemeRow);
 
     void construct();

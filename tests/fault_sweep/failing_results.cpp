@@ -1,4 +1,4 @@
-// The tables of failing results and of their telling. Each reads like a page.
+// The two tables: failing results, and how each failure is logged.
 #include "tests/fault_sweep/failing_results.h"
 
 #include <array>
@@ -41,8 +41,8 @@ struct Contract {
     std::array<Fault, 6> ways;
 };
 
-// The first row that fits holds. What stands in no row has no failing result: its result is void,
-// or success by contract (close_database), or it ends the worker and nothing else (a take).
+// The first matching row applies. A function without a row cannot fail: its result is void,
+// or success by contract (close_database), or its failure just ends the worker (a take).
 // clang-format off
 constexpr Where kAnywhere = Where::anywhere;
 constexpr Where kRequest = Where::request;
@@ -92,15 +92,15 @@ constexpr Contract kContracts[] = {
 };
 
 struct Row {
-    const char* call;     // the call begins so
-    const char* fragment; // and holds this
-    Shape shape;          // and fails so; kNone: in any way
+    const char* call;     // how the call begins
+    const char* fragment; // what it contains
+    Shape shape;          // how it fails; none: in any way
     Where where;
-    const char* words;    // null: silent
+    const char* words;    // in the log; null: none
     const char* reason;
 };
 
-// The first row that fits holds; without a row the failed function is named.
+// The first matching row applies; without a row the log must name the failed function.
 constexpr Row kTellings[] = {
     {"osselRedisConnect(", "", Shape::none, kLife, "Failed to get the schema typeId.",
      "the plugin object says nothing; the first look-up without a connection does"},
@@ -159,7 +159,7 @@ constexpr Row kTellings[] = {
 };
 // clang-format on
 
-// Rows that were asked for, by their address. Never destroyed: the report of a child comes late.
+// The rows that were used, by address. Never destroyed: a child reports after its exit handlers.
 std::set<const void*>& asked() {
     static auto* const rows = new std::set<const void*>;
     return *rows;

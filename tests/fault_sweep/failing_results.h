@@ -1,5 +1,4 @@
-// Two tables: which failing results each call may get, and by which words a failure is told. What
-// else a run must look like is left to expected_requests.h and expected_life.h.
+// Two tables: how each call may fail, and how the log shows that.
 #pragma once
 
 #include "tests/doubles/fault.h"
@@ -9,20 +8,20 @@
 
 namespace fault_sweep {
 
-// The failing results that the contract of the called function allows, in the order of the table.
-// Empty where the table has no row for a call.
+// The failing results that the called function's contract allows, in table order. Empty if the
+// table has no row for the call.
 std::vector<doubles::Fault> failingResults(const std::string& call);
 
 enum class Where { anywhere, request, life };
 
-// What the log must hold after this call alone has failed so.
+// What the log must contain if only this call has failed, in this way.
 struct Telling {
     std::string words;  // empty: the failure is silent
-    std::string reason; // why it is silent, or told in other words than by the function's name
+    std::string reason; // why it is silent or does not name the function
 };
 Telling tellingOf(const doubles::RecordedCall& call, Where where);
 
-// The rows of both tables for these runs that no call so far has asked for.
+// The rows of both tables for these runs that no call has used so far.
 std::vector<std::string> rowsNeverAskedFor(Where where);
 
 } // namespace fault_sweep

@@ -1,5 +1,5 @@
-// Start-up and shutdown, with every call that they make failing once in every way, alone, for good,
-// and together with its neighbour. Each life is lived in a child of the test.
+// Start-up and shutdown. Every call fails in every way: once, from then on, and together with its
+// neighbour. Each life runs in a child process.
 #include "process_state.h"
 #include "service/plugin_objects.h"
 #include "store/resource_tree.h"
@@ -21,8 +21,8 @@ namespace {
 constexpr char kWebGUI[] = "80000000-0000-0000-0000-008000000000";
 constexpr char kCollection[] = "collection";
 
-// A read and an update, while the daemon waits for requests and everything is in order again.
-// Their answers go into the note.
+// Serves a read and an update without faults while the daemon waits for requests, and notes the
+// answers.
 void serveRequests() {
     leaveOut();
     doubles::pauseFailures(true);
@@ -63,7 +63,7 @@ void constructPlugin() {
     std::construct_at(&G_Plugin, kRedisDatabase, kPluginId, &G_Binding);
 }
 
-// A tree that stands, as start-up leaves it.
+// Creates a tree as start-up leaves it.
 void buildTree() {
     G_ResourceTypeIds = {"schema-type",     "webgui-type",   "actions-type", "oem-type",
                          "turnofflcd-type", "guiready-type", kCollection};
@@ -125,7 +125,7 @@ class LifeTest : public doubles::PlatformTest {};
 
 class LifeSweep : public LifeTest, public testing::WithParamInterface<Life> {};
 
-TEST_P(LifeSweep, EndsWithStatusZeroAndIsToldWhateverFails) {
+TEST_P(LifeSweep, EndsWithStatusZeroAndIsLoggedWhateverFails) {
     const Life& life = GetParam();
     const Counts counts = sweep(Where::life, [&](const Plan& plan) { return runLife(life, plan); });
     EXPECT_GE(counts.lasting, 2);

@@ -1,4 +1,4 @@
-// Following a recorded run. What has to come next is left to the followers.
+// Following a recorded run.
 #include "tests/fault_sweep/replay.h"
 
 #include <algorithm>

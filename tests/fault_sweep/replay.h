@@ -1,5 +1,5 @@
-// A recorded run, and the reader that follows it call by call. The follower knows what the daemon
-// has to call next after what became of the call before, and what it has to write.
+// A recorded run, and the reader that follows it call by call. Its user knows which call and which
+// line must come next, given the outcome of the last call.
 #pragma once
 
 #include "tests/doubles/fault.h"
@@ -19,12 +19,12 @@ struct RecordedRun {
     std::string errors; // standard error
 };
 
-// What stands in quotes in a call.
+// The quoted texts in a call.
 Texts textsOf(const std::string& call);
 
 std::string hexadecimal(int number);
 
-// Reads a run. Whatever is not as it must be throws Difference.
+// Reads a run; throws Difference where it deviates.
 class Replay {
 public:
     struct Difference : std::runtime_error {
@@ -33,29 +33,29 @@ public:
 
     explicit Replay(const RecordedRun& run) : run_(run) {}
 
-    // The next call has to be one of this function, its first texts these.
+    // The next call must be of this function and begin with these texts.
     doubles::Fault take(const std::string& function, const Texts& texts = {});
-    // As above; whether the call was done in full.
+    // The same; returns whether the call succeeded.
     bool done(const std::string& function, const Texts& texts = {}) {
         return !take(function, texts);
     }
     bool isNext(const std::string& function) const {
         return next_ < run_.calls.size() && run_.calls[next_].function == function;
     }
-    // The first text of the call before.
+    // The first text of the last call.
     std::string lastText() const;
 
-    // The call before has to have these texts and no more.
+    // The last call must have exactly these texts.
     void sameTexts(const Texts& texts) const;
 
-    // A line that the run has to hold next.
+    // The next line of the run.
     void line(const std::string& function, const std::string& text) {
         plainLine('[' + function + "]: " + text);
     }
     void plainLine(const std::string& text) { output_ += text + '\n'; }
     void errorLine(const std::string& text) { errors_ += text + '\n'; }
 
-    // A run has nothing left, and has written exactly these lines.
+    // The run must be at its end, with exactly the lines given so far.
     void end() const;
 
 private:

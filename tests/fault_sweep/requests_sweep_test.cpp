@@ -1,5 +1,5 @@
-// Every kind of request, with every call that it makes failing once in every way, alone, for good,
-// and together with its neighbour.
+// Every kind of request. Every call fails in every way: once, from then on, and together with its
+// neighbour.
 #include "agent/handler_tables.h"
 #include "requests/message_dispatch.h"
 #include "service/hook_function.h"
@@ -206,7 +206,7 @@ class RequestTest : public service_test::ServiceTest {
 protected:
     ~RequestTest() override { G_ManagingMode = 2; }
 
-    // Serves a request once, with this plan, in a state of its own.
+    // Serves a request once with these faults, in a fresh state.
     RecordedRun serve(const Request& request, const Plan& plan) {
         prepare(request);
         const int blocks = doubles::liveBlocks();
@@ -275,7 +275,7 @@ private:
         }
     }
 
-    // One attempt to answer, and nothing published but by it.
+    // One attempt to answer, and nothing else published.
     static void checkAnswer(const RecordedRun& run) {
         const bool served =
             count(run, "osselRedisConnect") == 0 || wasDone(run, "osselRedisConnect");
@@ -292,7 +292,7 @@ private:
         }
     }
 
-    // A read and an update, with everything in order again.
+    // Serves a read and an update without faults.
     void checkNextRequests() {
         doubles::pauseFailures(true);
         doubles::recordAllocations(false);
@@ -316,11 +316,11 @@ private:
 
 class RequestSweep : public RequestTest, public testing::WithParamInterface<Request> {};
 
-TEST_P(RequestSweep, IsAnsweredOnceAndToldWhateverFails) {
+TEST_P(RequestSweep, IsAnsweredOnceAndLoggedWhateverFails) {
     const Request& request = GetParam();
     const Counts counts =
         sweep(Where::request, [&](const Plan& plan) { return serve(request, plan); });
-    // The least is an answer: its one text, its key, its record, its publication.
+    // At least the answer's: its text, its key, its record, its publication.
     EXPECT_GE(counts.lasting, 4);
     EXPECT_GT(counts.pairs, 0);
 }

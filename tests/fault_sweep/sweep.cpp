@@ -46,7 +46,7 @@ public:
         for (std::size_t i = 0; i < calls.size() && !testing::Test::HasFatalFailure(); ++i) {
             failCall(static_cast<int>(i) + 1, failingResults(calls[i].text));
         }
-        // Nothing was left out: a fault for each call and a lasting one for each call, at least.
+        // At least one single and one lasting fault per call.
         EXPECT_GE(counts_.single, static_cast<int>(calls.size()));
         EXPECT_EQ(counts_.lasting, static_cast<int>(calls.size()));
         return counts_;
@@ -79,7 +79,7 @@ private:
         }
     }
 
-    // The planned faults must have happened, and one alone must be told as the table says.
+    // The planned faults must have happened; a single one must be logged as in the table.
     RecordedRun run(const Plan& plan) {
         SCOPED_TRACE(show(plan));
         RecordedRun run = once_(plan);
@@ -125,7 +125,7 @@ void arm(const Plan& plan) {
 
 Counts sweep(Where where, const RunOnce& once, Pairs pairs) {
     const Counts counts = Sweep(where, once, pairs).all();
-    if (pairs == Pairs::all) { // the others repeat some of these
+    if (pairs == Pairs::all) { // the others are among these
         total() += counts;
     }
     testing::Test::RecordProperty("runs", counts.total());

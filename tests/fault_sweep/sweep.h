@@ -1,9 +1,8 @@
-// The sweep itself: one run without a fault, then one run for each call and each way in which it
-// may fail, one with that call and its next neighbour failing, and one with its function failing
-// from there on. What a run is, and what must hold after it, is left to the caller.
+// The sweep: one run without a fault, then for each call and each way in which it may fail one run
+// with this fault, one in which its neighbour fails too, and one in which its function fails from
+// then on.
 //
-// Neighbours are those of the failing run: the second fault hits whatever is called next once the
-// first has happened, which is often the roll-back or the answer.
+// The neighbour is the next call of the failing run, often part of the roll-back or of the answer.
 #pragma once
 
 #include "tests/fault_sweep/failing_results.h"
@@ -15,7 +14,7 @@
 
 namespace fault_sweep {
 
-// A call that has to fail, by its number among those that can: 1, 2, ...
+// A call to fail, by its number among those that can: 1, 2, ...
 struct Planned {
     int number;
     doubles::Fault fault;
@@ -23,10 +22,10 @@ struct Planned {
 };
 using Plan = std::vector<Planned>;
 
-// Asks the doubles for it.
+// Passes it to the doubles.
 void arm(const Plan& plan);
 
-// Runs once with this plan, and checks all that must hold whatever fails.
+// Runs once with these faults and checks what must hold in every case.
 using RunOnce = std::function<RecordedRun(const Plan& plan)>;
 
 struct Counts {
@@ -39,12 +38,12 @@ struct Counts {
     Counts& operator+=(const Counts& other);
 };
 
-// Sweeps, and adds the counts to the test's properties; with pairs to the total of the program,
-// too. Fails the test when a planned fault was not met.
+// Runs the sweep and adds the counts to the test's properties and, with pairs, to the program's
+// total. Fails the test if a planned fault did not happen.
 enum class Pairs { none, all };
 Counts sweep(Where where, const RunOnce& once, Pairs pairs = Pairs::all);
 
-// Of all sweeps with pairs in the program so far.
+// The total of all sweeps with pairs so far.
 const Counts& totalCounts();
 
 } // namespace fault_sweep

@@ -1,5 +1,5 @@
-// A whole life of the daemon under valgrind's memcheck, with real devices: no error, no block left
-// at the end, nothing suppressed, and still one answer to each request.
+// A whole life of the daemon under valgrind's memcheck, with all devices: no error, no block left
+// at the end, no suppression, and one answer per request.
 #include "tests/end_to_end/devices.h"
 
 #include <map>
@@ -161,7 +161,7 @@ void Memcheck::sendWhileTheDatabaseTakesNoRow() {
 
 TEST_F(Memcheck, FindsNothingInAWholeLifeOfFiftyRequests) {
     test::writeFile(temporary("buzzer.silence"), "");
-    // In flight together, served by three workers and the hook.
+    // In flight at once, served by three workers and the hook.
     sendUpdates();
     sendReads();
     sendActions();

@@ -1,5 +1,5 @@
-# Finds every change that can be made to one source file: each is one mutant. Positions come from
-# the syntax tree (libclang). Whether a mutant compiles is left to the compiler.
+# Finds the mutants of one source file: every change that an operator can make. Positions come from the
+# syntax tree (libclang). Mutants may not compile.
 import bisect
 import re
 from dataclasses import dataclass

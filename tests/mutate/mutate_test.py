@@ -1,5 +1,5 @@
-# Tests of the mutation check: which changes it finds, how it judges them in a project of a few lines,
-# and what it makes of the verdicts. Not here: mutants of the daemon.
+# Tests of the mutation check: which changes it finds, how it judges them in a small project, and how it
+# reports the verdicts.
 import os
 import sys
 import tempfile

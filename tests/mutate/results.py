@@ -1,5 +1,4 @@
-# What is known of the mutants: the results file, the survivors explained as equivalent, and the
-# summary that is printed at the end.
+# The verdicts on the mutants: the results file, the survivors explained as equivalent, the summary.
 import os
 
 from workshop import EQUIVALENT, KILLED, NOT_VIABLE, SURVIVED

@@ -36,18 +36,18 @@ TEST_F(Action, RunsThenWritesTheResponseDataThenAnswersSuccess) {
     EXPECT_EQ(doubles::field(kRequest, "HasRespData"), "No");
 }
 
-TEST_F(Action, HandsNoParametersToAnActionWithoutAny) {
+TEST_F(Action, PassesNoParametersToAnActionWithoutAny) {
     run();
     EXPECT_THAT(script.invocations, ElementsAre("action " + kId + " none"));
 }
 
-TEST_F(Action, HandsTheNamedParametersToTheAction) {
+TEST_F(Action, PassesTheNamedParametersToTheAction) {
     constexpr const char* kNames[] = {"Language"};
     run({"WebGUI.TurnOffLCD", 1, kNames, actionHandler});
     EXPECT_THAT(script.invocations, ElementsAre("action " + kId + " Language=German"));
 }
 
-TEST_F(Action, NamesTheObjectThatTheActionMade) {
+TEST_F(Action, NamesTheObjectThatTheActionHasCreated) {
     script.newObjectId = "made";
     run();
     EXPECT_THAT(doubles::callsOf("osselCreateHashTable"),

@@ -66,8 +66,8 @@ TEST_F(BackendEvent, LeavesTheOtherFieldsAndTheRestOfEachTextZero) {
     EXPECT_TRUE(isZeroFrom(record.origin, 36));
 }
 
-// The double copies the record as bytes, and only clears its pointer.
-TEST_F(BackendEvent, LeavesEveryOtherByteZeroThePaddingIncluded) {
+// The double copies the record byte by byte and clears only its pointer.
+TEST_F(BackendEvent, LeavesEveryOtherByteZeroIncludingPadding) {
     OsselEvent expected;
     std::memset(&expected, 0, sizeof expected);
     std::strcpy(expected.eventType, "ResourceUpdated");

@@ -32,7 +32,7 @@ protected:
     }
 };
 
-TEST_F(Create, MakesTheInstanceAndAnswersSuccessWithoutAnEvent) {
+TEST_F(Create, CreatesTheInstanceAndAnswersSuccessWithoutAnEvent) {
     createNew();
     EXPECT_THAT(doubles::calls(), ElementsAreArray(followedBy(
                                       {kInputCall, kHandlerCall, kHashCall, kTtlCall, kPushCall},
@@ -41,7 +41,7 @@ TEST_F(Create, MakesTheInstanceAndAnswersSuccessWithoutAnEvent) {
     EXPECT_EQ(output(), "");
 }
 
-TEST_F(Create, DoesNotAskTheKeySet) {
+TEST_F(Create, IgnoresTheKeySet) {
     createNew();
     EXPECT_THAT(script.invocations, ElementsAre("update " + kNew + " Language=German"));
 }
@@ -67,7 +67,7 @@ TEST_F(Create, JoinsNothingWithAnEmptyCollectionKey) {
                                             answerCalls("Success"))));
 }
 
-TEST_F(Create, SetsNoFreshnessForARowWithTtlZero) {
+TEST_F(Create, SetsNoTimeToLiveForARowWithTtlZero) {
     createNew({"00002", 0, 1, kNames, updateHandler});
     EXPECT_THAT(doubles::callsOf("osselHashAppendTTLObject"), IsEmpty());
 }
@@ -115,7 +115,7 @@ TEST_F(Create, SendsTheAnswerOfARefusingAgent) {
                 ElementsAre(answerCalls("Refused", "why")[1]));
 }
 
-TEST_F(Create, AnswersInternalErrorWhenTheInstanceCannotBeMade) {
+TEST_F(Create, AnswersInternalErrorWhenTheInstanceCannotBeCreated) {
     doubles::fail("osselCreateHashTable");
     createNew();
     EXPECT_THAT(doubles::calls(), ElementsAreArray(followedBy({kInputCall, kHandlerCall, kHashCall},
@@ -125,7 +125,7 @@ TEST_F(Create, AnswersInternalErrorWhenTheInstanceCannotBeMade) {
                             "[create]: Failed to call createInstance().\n");
 }
 
-TEST_F(Create, DeletesTheHashAgainWhenTheMarkOfFreshnessFails) {
+TEST_F(Create, DeletesTheHashAgainWhenTheTimeToLiveFails) {
     doubles::fail("osselHashAppendTTLObject");
     createNew();
     EXPECT_FALSE(doubles::hashes().contains(kNew));

@@ -52,7 +52,7 @@ TEST_F(ManagingMode, TakesTheEnvironmentsNumberButAtMostTwo) {
     EXPECT_EQ(withEnvironment("-3"), -3);
 }
 
-TEST_F(ManagingMode, TakesATextThatIsNoNumberAsZero) {
+TEST_F(ManagingMode, TakesATextThatIsNotANumberAsZero) {
     EXPECT_EQ(withEnvironment(""), 0);
     EXPECT_EQ(withEnvironment("abc"), 0);
     EXPECT_EQ(withEnvironment("Varrow"), 0);
@@ -111,7 +111,7 @@ TEST_F(ManagingMode, IsTwoAtOnceForAFifoThatNobodyWritesTo) {
     const test::TemporaryFolder folder;
     ASSERT_EQ(::mkfifo(folder.file("fifo").c_str(), 0600), 0);
     doubles::files().managingModePath = folder.file("fifo");
-    EXPECT_EQ(getManagingMode(), 2); // would not return otherwise
+    EXPECT_EQ(getManagingMode(), 2); // would otherwise hang
     EXPECT_EQ(environment(), "(unset)");
 }
 

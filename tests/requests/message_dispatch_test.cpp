@@ -1,4 +1,4 @@
-// Dispatch on the create path: actions and creations, and what no row accepts.
+// Dispatch of actions and creations, and of requests without a row.
 #include "requests/message_dispatch.h"
 
 #include "tests/requests/request_test.h"

@@ -1,4 +1,4 @@
-// Read requests: the row, the target, the mark of freshness, the ETag cache, the answer.
+// Read requests: the row, the target, the time-to-live, the ETag cache, the answer.
 #include "requests/read_requests.h"
 
 #include "tests/requests/request_test.h"
@@ -26,7 +26,7 @@ protected:
     }
 };
 
-TEST_F(ReadObject, AnswersSuccessAfterTheHandlerAndTheMarkOfFreshness) {
+TEST_F(ReadObject, AnswersSuccessAfterTheHandlerAndTheTimeToLive) {
     readInstance();
     EXPECT_THAT(doubles::calls(),
                 ElementsAreArray(followedBy({kHandlerCall, kTtlCall}, answerCalls("Success"))));
@@ -117,7 +117,7 @@ TEST_F(ReadObject, SendsTheAnswerOfAFailedHandler) {
                 ElementsAreArray(followedBy({kHandlerCall}, answerCalls("InternalError", "why"))));
 }
 
-TEST_F(ReadObject, AnswersInternalErrorWhenTheMarkFailsAndStillClearsTheETag) {
+TEST_F(ReadObject, AnswersInternalErrorWhenTheTimeToLiveFailsAndStillClearsTheETag) {
     script.clearETag = true;
     doubles::fail("osselHashAppendTTLObject");
     readInstance();
@@ -170,7 +170,7 @@ TEST_F(ReadObject, SendsNoEvent) {
     EXPECT_THAT(doubles::events(), IsEmpty());
 }
 
-// The handler's answer is replaced, its arguments are not freed first. The test frees them.
+// `read` replaces the handler's answer without freeing its arguments; the test frees them.
 char** g_attachedArguments = nullptr;
 
 int attachArguments(redisContext* /*context*/, std::string /*objectKey*/, ReturnMessage* answer,

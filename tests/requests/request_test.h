@@ -1,5 +1,5 @@
-// The base of the request tests: one known instance, one request object for it, and handlers
-// that do what the test says.
+// The base of the request tests: one known instance, one request object for it, and handlers that
+// the test controls.
 #pragma once
 
 #include "handler_entries.h"
@@ -20,17 +20,17 @@ inline constexpr char kInstance[] = "80000000-0000-0000-0000-008000000000";
 inline constexpr char kRequest[] = "Request:1";
 inline constexpr char kChannel[] = "Reply:1";
 
-// What the handlers below do and what they were given.
+// What the handlers below do, and what they have received.
 struct HandlerScript {
     int result = 0;
     const char* answerId = nullptr;       // set with one argument, "why"
-    const char* plainAnswerId = nullptr;  // set without arguments, so that nothing is owned
+    const char* plainAnswerId = nullptr;  // set without arguments
     bool clearETag = false;               // read
-    int newCount = -1;                    // update, create: stored in *count when not negative
-    bool replaceBlock = false;            // update, create: puts another block in its place
+    int newCount = -1;                    // update, create: stored in *count unless negative
+    bool replaceBlock = false;            // update, create: replaces the block of values
     std::string newObjectId;              // action
     std::vector<std::string> invocations; // one text per call
-    bool flagAtCall = true;               // read: the flag when the handler was called
+    bool flagAtCall = true;               // read: the flag at the call
 };
 inline HandlerScript script;
 
@@ -105,7 +105,7 @@ inline int otherActionHandler(redisContext* context, std::string instanceKey,
     return actionHandler(context, instanceKey, parameters, answer, newObjectId);
 }
 
-// The calls that send an answer without arguments, or with one; the nth of the test.
+// The calls that send the nth answer of the test, without arguments or with one.
 inline std::vector<std::string>
 answerCalls(const std::string& id, const std::optional<std::string>& argument = std::nullopt,
             int nth = 1) {
@@ -116,7 +116,7 @@ answerCalls(const std::string& id, const std::optional<std::string>& argument = 
             "osselPublishToChannel(ctx, \"" + std::string(kChannel) + "\", " + uuid + ")"};
 }
 
-// These calls, then the answer's.
+// These calls, followed by the answer's.
 inline std::vector<std::string> followedBy(std::vector<std::string> first,
                                            const std::vector<std::string>& second) {
     first.insert(first.end(), second.begin(), second.end());

@@ -60,7 +60,7 @@ TEST_F(SetReturnMessage, ZeroesTheRestOfTheId) {
     freeReturnMessage(&record);
 }
 
-TEST_F(SetReturnMessage, MakesANullArgumentAnEmptyText) {
+TEST_F(SetReturnMessage, TurnsANullArgumentIntoAnEmptyText) {
     ReturnMessage record = kSuccessTemplate;
     ASSERT_EQ(setReturnMessage(&record, "id", 2, static_cast<const char*>(nullptr), "two"), 1);
     EXPECT_STREQ(record.args[0], "");
@@ -76,7 +76,7 @@ TEST_F(SetReturnMessage, CountsTheLowEightBitsOnly) {
     freeReturnMessage(&record);
 }
 
-TEST_F(SetReturnMessage, KeepsIdAndCountButNoArgumentsWhenMemoryEnds) {
+TEST_F(SetReturnMessage, KeepsIdAndCountButNoArgumentsWhenMemoryRunsOut) {
     for (int nth = 1; nth <= 4; ++nth) {
         SCOPED_TRACE(nth);
         ReturnMessage record = kSuccessTemplate;
@@ -183,7 +183,7 @@ TEST_F(SendReturnMessage, NamesTheRecordsOwnIdWhenTheReplacementCannotBeCreated)
     freeReturnMessage(&record);
 }
 
-TEST_F(SendReturnMessage, CountsARecordWithoutAnArrayAsWithoutArguments) {
+TEST_F(SendReturnMessage, SendsNoArgumentsForARecordWithoutAnArray) {
     ReturnMessage record = kSuccessTemplate;
     doubles::failAllocation(1);
     ASSERT_EQ(setReturnMessage(&record, "InvalidObject", 1, "key"), 0);

@@ -45,7 +45,7 @@ TEST_F(UpdateObject, WritesTheInstanceThenSendsOneEventThenAnswersSuccess) {
     EXPECT_EQ(output(), "");
 }
 
-TEST_F(UpdateObject, HandsTheTargetAndTheNamedValuesToTheRowsHandler) {
+TEST_F(UpdateObject, PassesTheTargetAndTheNamedValuesToTheRowsHandler) {
     updateInstance();
     EXPECT_THAT(script.invocations, ElementsAre("update " + kId + " Language=German Theme="));
 }
@@ -183,7 +183,7 @@ TEST_F(UpdateObject, AnswersInternalErrorWhenTheETagCannotBeCleared) {
     EXPECT_EQ(doubles::field(kInstance, "Language"), "German");
 }
 
-TEST_F(UpdateObject, AnswersSuccessWhenTheMarkOfFreshnessFails) {
+TEST_F(UpdateObject, AnswersSuccessWhenTheTimeToLiveFails) {
     doubles::fail("osselHashAppendTTLObject");
     updateInstance();
     EXPECT_THAT(doubles::calls(), ElementsAreArray(followedBy({kInputCall, kHandlerCall, kWriteCall,

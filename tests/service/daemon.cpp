@@ -1,4 +1,4 @@
-// Runs the daemon behind the double, and what the double is to record of an ordinary life.
+// Runs the daemon behind the double, and lists the calls of an ordinary life.
 #include "tests/service/daemon.h"
 
 #include "tests/support/child_process.h"
@@ -25,7 +25,7 @@ Lines linesOf(const std::string& text) {
     return lines;
 }
 
-// The daemon meets its own sanitizer first, the double after it.
+// The sanitizer's library must come before the double.
 std::string preloadedLibraries() {
     return std::string(ORVANE_SANITIZER_RUNTIME) + ' ' + ORVANE_DOUBLE;
 }
@@ -92,7 +92,7 @@ Life live(const Lines& script, const std::map<std::string, std::string>& environ
     const test::Finished finished = test::run({ORVANE_DAEMON}, variables);
     Life life{finished.status, finished.output, finished.error,
               linesOf(test::readFile(folder.file("log")))};
-    std::erase_if(life.calls, [](const std::string& call) { // they say nothing new here
+    std::erase_if(life.calls, [](const std::string& call) { // noise
         return call.starts_with("tql_update_ssqlcol_struct(");
     });
     return life;

@@ -1,5 +1,5 @@
-// The daemon itself, run to its end behind the double of the device libraries. What the script
-// lines mean is said in tests/doubles/preload.cpp.
+// The daemon itself, run to its end behind the double of the device libraries.
+// tests/doubles/preload.cpp lists the script lines.
 #pragma once
 
 #include <map>
@@ -16,24 +16,24 @@ struct Life {
     std::string errors;
     Lines calls; // in order, from before `main` to the last exit handler
 
-    // The calls that begin with this text.
+    // The calls that begin with this text, in order.
     Lines callsOf(const std::string& beginning) const;
-    // The position of the first call that begins so; the number of calls when there is none.
+    // The position of the first of them; the number of calls if there is none.
     std::size_t positionOf(const std::string& beginning) const;
-    // The output without its first line, which holds an address.
+    // The output without its first line, which contains an address.
     std::string outputAfterConstruction() const;
 };
 
-// Runs the daemon with this script and these changes to the environment. ManagingMode is not set
-// unless it is given.
+// Runs the daemon with this script and these changes to the environment, in which ManagingMode is
+// unset unless given.
 Life live(const Lines& script, const std::map<std::string, std::string>& environment = {});
 
-// The calls of a start-up with the provisioned schema, up to the registration with the host.
+// The calls of a start-up with the provisioned schema, up to registration with the host.
 Lines callsBeforeMain();
 Lines callsOfLookup();
 Lines callsOfRegistration();
 
-// The calls that build and that remove the tree, and those of the last exit handlers.
+// The calls that build the tree, those that remove it, and those of the last exit handlers.
 Lines callsOfInit();
 Lines callsOfCleanUp();
 Lines callsOfExit();

@@ -1,4 +1,4 @@
-// What the hook does with each message id: service/hook_function.cpp.
+// Routing and refusing requests: service/hook_function.cpp.
 #include "service/hook_function.h"
 #include "tests/service/service_fixture.h"
 
@@ -67,11 +67,11 @@ TEST_F(HookFunction, LogsNoForgedLineForAMessageIdOfControlCharacters) {
     call("0\n[main]: All is well.\x1b[2J");
     EXPECT_EQ(output(), "[OrvaneWebGUI_OVRHookFunction]: The msgId is invalid: "
                         "0\\x0a[main]: All is well.\\x1b[2J.\n");
-    EXPECT_THAT(doubles::callsOf("osselCreateReturnMessage"), // the answer has it as it came
+    EXPECT_THAT(doubles::callsOf("osselCreateReturnMessage"), // unchanged in the answer
                 ElementsAre(testing::HasSubstr("\"0\n[main]: All is well.\x1b[2J\", null")));
 }
 
-TEST_F(HookFunction, LogsARefusalThatCannotBePublishedAndTriesNoSecondTime) {
+TEST_F(HookFunction, LogsARefusalThatCannotBePublishedAndDoesNotRetry) {
     doubles::fail("osselPublishToChannel", 3);
     call("99999");
     EXPECT_EQ(output(), "[OrvaneWebGUI_OVRHookFunction]: The msgId is invalid: 99999.\n"
@@ -101,13 +101,13 @@ TEST_F(HookFunction, RefusesOnANullConnectionWithoutACrash) {
                                             "sendReturnMsg().\n"));
 }
 
-TEST_F(HookFunction, EntersANullBindingForAnAbsentId) {
+TEST_F(HookFunction, InsertsANullBindingForAnAbsentId) {
     G_Plugin.m_bindings.clear();
     call("99999");
     EXPECT_THAT(G_Plugin.m_bindings, ElementsAre(Pair(100U, nullptr)));
 }
 
-TEST_F(HookFunction, StartsNoWorkOfItsOwn) {
+TEST_F(HookFunction, OnlyPosts) {
     call("00003");
     EXPECT_EQ(doubles::calls().size(), 1U);
     EXPECT_EQ(doubles::host().queues[fnUpdate].size(), 1U);

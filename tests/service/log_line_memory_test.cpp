@@ -1,5 +1,5 @@
-// A line that runs out of memory on the way. Operator new is replaced for the whole program, which
-// is why this is one of its own: include/log_line.h.
+// Log lines for which memory runs out: include/log_line.h. A program of its own, since it replaces
+// operator new.
 #include "log_line.h"
 
 #include <array>
@@ -30,7 +30,7 @@ void operator delete(void* memory, std::size_t /*size*/) noexcept {
 
 namespace {
 
-// Keeps what is written to it without asking for memory.
+// Stores what is written to it without allocating.
 class FixedBuffer : public std::streambuf {
 public:
     FixedBuffer() { setp(text_.begin(), text_.end()); }
@@ -40,7 +40,7 @@ private:
     std::array<char, 4096> text_{};
 };
 
-// The line that a stream gets when memory is gone from its first byte on.
+// Returns the line that is written if no memory can be allocated.
 template <typename... Parts>
 std::string lineWithoutMemory(const Parts&... parts) {
     FixedBuffer buffer;
@@ -57,7 +57,7 @@ TEST(LogLineWithoutMemory, HasItsEndWhereverItIsCut) {
     const std::string line = lineWithoutMemory("name", text);
     EXPECT_THAT(line, testing::MatchesRegex("\\[name\\]: x*\n"));
     EXPECT_LT(line.size(), text.size());
-    for (std::size_t length = 0; length < 20; ++length) { // cut in each part, and in an escape
+    for (std::size_t length = 0; length < 20; ++length) { // cuts it in every part and in an escape
         EXPECT_THAT(lineWithoutMemory(std::string(length, 'n'), 123456, "\n", text),
                     testing::MatchesRegex("\\[n*]?[^\n]*\n"));
     }

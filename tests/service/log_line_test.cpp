@@ -1,5 +1,5 @@
-// Lines of log: their form, the base of their integers, and that lines of different threads never
-// mix: include/log_line.h.
+// Log lines: form, base of integers, control characters, and many threads at once:
+// include/log_line.h.
 #include "log_line.h"
 #include "tests/doubles/platform_test.h"
 
@@ -26,7 +26,7 @@ TEST_F(LogLine, HasItsFunctionInBrackets) {
     EXPECT_EQ(output(), "");
 }
 
-TEST_F(LogLine, StandsWithoutBracketsWhereItsWriterWantsNone) {
+TEST_F(LogLine, HasNoBracketsWithoutAFunction) {
     writeLine("plain ", 1);
     EXPECT_EQ(output(), "plain 1\n");
     writeErrorLine("plain ", 1);
@@ -45,7 +45,7 @@ TEST_F(LogLine, ShowsIntegersInTheBaseOfStandardOutput) {
     }
 }
 
-TEST_F(LogLine, ShowsIntegersOnStandardErrorInDecimalAlways) {
+TEST_F(LogLine, AlwaysShowsIntegersOnStandardErrorInDecimal) {
     hexStream();
     logErrorLine("n", 20, ' ', -1);
     EXPECT_EQ(errors(), "[n]: 20 -1\n");
@@ -70,12 +70,12 @@ TEST_F(LogLine, ShowsControlCharactersAsTheirNumbers) {
         {"\x7f\x1f\b", R"(\x7f\x1f\x08)"},
         {"\x9b"
          "31m",
-         R"(\x9b31m)"}, // as 8-bit terminals read it
+         R"(\x9b31m)"}, // CSI on an 8-bit terminal
         {"\x9b\x85", R"(\x9b\x85)"},
         {"\xc2\x9b"
          "31m",
          "\xc2"
-         R"(\x9b31m)"}, // and as UTF-8 has it
+         R"(\x9b31m)"}, // the same in UTF-8
     };
     for (const auto& [text, shown] : cases) {
         logLine("n", text);
@@ -94,7 +94,7 @@ TEST_F(LogLine, NeverChangesTheBaseOfTheStream) {
     EXPECT_EQ(std::cout.flags(), flags);
 }
 
-// Standard output or standard error of the process, read back through a pipe.
+// Redirects standard output or standard error to a pipe and reads it back.
 class Piped {
 public:
     Piped(std::FILE* stream, int descriptor) : stream_(stream), descriptor_(descriptor) {
@@ -114,10 +114,10 @@ public:
             ::close(end);
         });
     }
-    // Puts the stream back and gives what was written to it.
+    // Restores the stream and returns what was written to it.
     std::string finish() {
         std::fflush(stream_);
-        ::dup2(kept_, descriptor_); // closes the last writing end
+        ::dup2(kept_, descriptor_); // closes the last write end
         ::close(kept_);
         reader_.join();
         return text_;
@@ -134,7 +134,7 @@ private:
 constexpr int kThreads = 8;
 constexpr int kLines = 300;
 
-// Long enough to need more than one write of a pipe or a buffer, and different per thread.
+// Some are too long for one write to a pipe or a buffer; each thread has its own letter.
 std::string textOf(int thread, int line) {
     const auto length = static_cast<std::size_t>(line % 7 == 0 ? 9000 : 60 + line % 50);
     return std::string(length, static_cast<char>('a' + thread));
@@ -165,7 +165,7 @@ void writeFromManyThreads(Write write) {
     for (int thread = 0; thread < kThreads; ++thread) {
         threads.emplace_back([&waiting, write, thread] {
             --waiting;
-            while (waiting > 0) { // all begin at once
+            while (waiting > 0) { // start all at once
                 std::this_thread::yield();
             }
             for (int line = 0; line < kLines; ++line) {

@@ -1,5 +1,5 @@
-// What of `main` can only be seen from inside its process, or only when a step of it is replaced:
-// service/main.cpp, compiled under another name.
+// service/main.cpp, compiled under another name: what only shows inside its process, or if a step
+// is replaced.
 #include "agent/handler_tables.h"
 #include "service/hook_function.h"
 #include "service/worker_threads.h"
@@ -12,7 +12,7 @@ int serviceMain();
 
 extern "C" {
 
-// The linker puts the first in the place of loadDefinitionTypeIds; the second is the real one.
+// The linker replaces loadDefinitionTypeIds by the first; the second is the original.
 int __wrap__Z21loadDefinitionTypeIdsP12redisContext(redisContext* context);
 int __real__Z21loadDefinitionTypeIdsP12redisContext(redisContext* context);
 
@@ -22,7 +22,7 @@ namespace {
 
 bool g_definitionsCountAsLoaded = false;
 
-// Writes the record where a death test looks.
+// Writes the calls to standard error, where a death test looks.
 void report() {
     for (const std::string& call : doubles::calls()) {
         std::fprintf(stderr, "%s\n", call.c_str());
@@ -45,7 +45,7 @@ protected:
     ~MainDeathTest() override { g_definitionsCountAsLoaded = false; }
 };
 
-// With the real definitions nobody gets that far: an unknown schema type ends the process.
+// The real loadDefinitionTypeIds would end the process for an unknown schema type.
 TEST_F(MainDeathTest, SetsAnEmptyCallbackIdWhenTheSchemaTypeIsUnknown) {
     g_definitionsCountAsLoaded = true;
     EXPECT_EXIT(liveAndReport(), testing::ExitedWithCode(0),
@@ -98,7 +98,7 @@ TEST_F(MainDeathTest, FillsTheProcessWideTextsAndKeys) {
                 "schema-type collection guiready-type 1 80000000-0000-0000-0000-008000000000 1");
 }
 
-TEST_F(MainDeathTest, StoresTheManagingModeButTwoAsItWasRead) {
+TEST_F(MainDeathTest, StoresTheManagingModeButTurnsTwoIntoZero) {
     doubles::provision();
     doubles::host().duringWaitForExit = [] { std::fprintf(stderr, "mode %d.", G_ManagingMode); };
     const std::pair<const char*, const char*> cases[] = {

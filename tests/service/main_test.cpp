@@ -1,5 +1,5 @@
-// Start-up and shutdown of the daemon itself, step by step: service/main.cpp and the order in which
-// the process-wide objects come and go. The daemon runs behind the double of the device libraries.
+// Start-up and shutdown step by step: service/main.cpp, and the order in which process-wide objects
+// are constructed and destroyed. The daemon itself runs behind the double of the device libraries.
 #include "tests/service/daemon.h"
 
 #include "tests/support/temporary_folder.h"
@@ -32,7 +32,7 @@ constexpr char kWait[] = "ovrThreadWaitForExit()";
 constexpr char kTypeLine[] = "[OrvaneWebGUI]: The typeId is schema-type.\n";
 constexpr char kReadyLine[] = "[WebGUIAgent]: Database is ready \n";
 
-// The workers as the double runs them, one after the other, with nothing to do.
+// Idle workers, which the double runs one after the other.
 Lines callsOfIdleWorkers() {
     Lines calls;
     for (const char* const worker : {"Create", "Read", "Update"}) {
@@ -80,7 +80,7 @@ TEST(Main, GoesThroughItsStepsInOrderAndEndsWithStatusZero) {
     EXPECT_EQ(life.errors, "");
 }
 
-TEST(Main, ConnectsBeforeItStartsAndDisconnectsAfterItHasEnded) {
+TEST(Main, ConnectsBeforeItStartsAndDisconnectsLast) {
     const Life life = live({"provision"});
     ASSERT_GE(life.calls.size(), 6U);
     EXPECT_EQ(Lines(life.calls.begin(), life.calls.begin() + 3), callsBeforeMain());
@@ -102,7 +102,7 @@ TEST(Main, EndsBeforeAnyThreadWhenTheSchemaTypeIsUnknown) {
                     {callsBeforeMain(), {lookup.begin(), lookup.begin() + 2}, callsOfExit()})));
 }
 
-// Half a lookup: the type is there, its collection is not.
+// The schema type exists, but it has no collection.
 TEST(Main, GoesOnWithoutAnInstanceCollection) {
     const Life life =
         live({"schema title #OrvaneWebGUI.1.0.0.WebGUI = schema-type",
@@ -133,7 +133,7 @@ TEST(Main, EndsBeforeAnyThreadWhenADefinitionIsMissing) {
     }
 }
 
-// A key that could not be read is asked for no further; the other reads are made all the same.
+// Nothing is read from a key that could not be read; the other reads still happen.
 TEST(Main, ReadsTheOtherDefinitionsAfterOneIsMissing) {
     const std::pair<int, std::size_t> cases[] = {{1, 1}, {2, 2}, {3, 3}, {4, 6}, {5, 6}, {6, 6}};
     for (const auto& [nth, reads] : cases) {
@@ -163,7 +163,7 @@ TEST(Main, NeitherWaitsNorCleansUpWhenTheTreeCannotBeBuilt) {
         EXPECT_THAT(life.callsOf(kWait), IsEmpty()) << nth;
         EXPECT_THAT(life.callsOf("ovrThreadInstructionPost"), IsEmpty()) << nth;
         EXPECT_THAT(life.callsOf("osselRenewCollection"), IsEmpty()) << nth;
-        EXPECT_THAT(life.callsOf("close_database"), IsEmpty()) << nth; // the agent stays
+        EXPECT_THAT(life.callsOf("close_database"), IsEmpty()) << nth; // the agent is not destroyed
         EXPECT_EQ(Lines(life.calls.end() - 3, life.calls.end()), callsOfExit()) << nth;
     }
 }
@@ -181,7 +181,7 @@ TEST(Main, ShowsTheCountsOfFailedHashesInHexadecimal) {
     }
 }
 
-TEST(Main, SaysWhyTheTreeCannotBeBuilt) {
+TEST(Main, LogsWhyTheTreeCannotBeBuilt) {
     const Life life = live({"provision", "fail osselCreateHashTable 5"});
     EXPECT_EQ(life.outputAfterConstruction(),
               std::string(kTypeLine) + kReadyLine +
@@ -364,8 +364,8 @@ TEST(Main, ServesRequestsOfEachKindThroughHookAndWorkers) {
     EXPECT_EQ(Lines(life.calls.end() - 17, life.calls.end()).front(), callsOfCleanUp().front());
 }
 
-// A host may start the workers at their registration. Until the tree stands there is no instance.
-TEST(Main, RefusesRequestsThatComeBeforeTheTreeStands) {
+// A host may start the workers at registration. Until the tree is built there is no instance.
+TEST(Main, RefusesRequestsBeforeTheTreeIsBuilt) {
     const std::string instance = kInstance;
     const Life life = live(
         {"provision", "threads-at-registration", target("Request:language"),
@@ -389,7 +389,7 @@ TEST(Main, RefusesRequestsThatComeBeforeTheTreeStands) {
               life.positionOf("open_database("));
 }
 
-// Nobody waits for threads that run already: the process ends under them.
+// The process ends without waiting for threads that are running.
 TEST(Main, EndsWhileThreadsRunWhenTheTreeCannotBeBuilt) {
     const Life life = live({"provision", "threads-at-registration", "fail osselCreateHashTable 1",
                             "early-request 00001 " + std::string(kInstance) + " Early:read"});

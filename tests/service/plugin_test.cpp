@@ -74,7 +74,7 @@ TEST_F(PluginTest, OfAnotherDatabaseTypeHasNoConnectionButItsBinding) {
     }
 }
 
-TEST_F(PluginTest, SaysNothingWhenItCannotConnect) {
+TEST_F(PluginTest, LogsNothingWhenItCannotConnect) {
     doubles::fail("osselRedisConnect");
     doubles::calls();
     {

@@ -1,5 +1,5 @@
-// Making and destroying the settings object: service/process_state.cpp. The order of construction
-// is seen in the tests of `main`.
+// Creating and destroying the settings object: service/process_state.cpp. main_test.cpp covers the
+// order of construction.
 #include "agent/webgui_agent.h"
 #include "tests/service/service_fixture.h"
 

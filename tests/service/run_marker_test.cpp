@@ -1,4 +1,4 @@
-// The run marker: attempts, pauses, and what is left of an old one: service/run_marker.cpp.
+// The run marker: attempts, pauses, old markers, symbolic links: service/run_marker.cpp.
 #include "service/run_marker.h"
 #include "tests/doubles/platform_test.h"
 #include "tests/support/mount_namespace.h"
@@ -46,8 +46,8 @@ TEST_F(RunMarker, IsGivenUpSilentlyAfterSixFailuresAndSixSleeps) {
     EXPECT_EQ(output() + errors(), "");
 }
 
-// The real path, below a "/tmp" of the test's own.
-TEST_F(RunMarker, IsGivenUpWhenItsFolderIsMissingWhichStaysSo) {
+// The real path in an empty "/tmp".
+TEST_F(RunMarker, IsGivenUpWithoutItsFolderWhichIsNotCreated) {
     EXPECT_PASSED(test::inMountNamespace([] {
         test::mountTmpfs("/tmp", "size=1m");
         doubles::files().markerPath = doubles::kRunMarkerFile;
@@ -62,7 +62,7 @@ TEST_F(RunMarker, IsGivenUpWhenItsFolderIsMissingWhichStaysSo) {
     }));
 }
 
-TEST_F(RunMarker, IsEmptiedWhenItIsThereAlready) {
+TEST_F(RunMarker, IsEmptiedIfItExists) {
     const test::TemporaryFolder folder;
     const std::string path = folder.file("marker");
     test::writeFile(path, "old");
@@ -83,7 +83,7 @@ TEST_F(RunMarker, IsNotCreatedThroughASymbolicLink) {
     EXPECT_EQ(doubles::callsOf("sleep").size(), 6U);
 }
 
-TEST_F(RunMarker, MayBeReadAndWrittenByEverybodyTheUmaskLets) {
+TEST_F(RunMarker, HasThePermissionsThatTheUmaskLeaves) {
     const test::TemporaryFolder folder;
     doubles::files().markerPath = folder.file("marker");
     const mode_t umask = ::umask(0022);

@@ -1,5 +1,5 @@
-// The base of the service's tests: the process-wide objects as they stand once start-up is through,
-// on a connection of the test's own. The real plugin object is given back at the end.
+// The base of the service's tests: the process-wide objects as they are after start-up, on the
+// test's own connection. The destructor restores the real plugin object.
 #pragma once
 
 #include "process_state.h"
@@ -17,7 +17,7 @@ using Calls = std::vector<std::string>;
 inline constexpr char kInstance[] = "80000000-0000-0000-0000-008000000000";
 inline constexpr char kChannel[] = "Reply:1";
 
-// Where another module has its G_ModelNames.
+// The address of another module's G_ModelNames.
 const void* otherModelNames();
 
 class ServiceTest : public doubles::PlatformTest {
@@ -45,7 +45,7 @@ public:
     ServiceTest& operator=(const ServiceTest&) = delete;
 
 protected:
-    // Makes the agent; what that called and wrote is forgotten.
+    // Creates the agent, then clears the record and the output.
     void startAgent() {
         createWebGUIAgent();
         doubles::calls();
@@ -72,7 +72,7 @@ protected:
     }
 
 private:
-    // What stands in quotes in a call.
+    // The quoted texts in a call.
     static std::vector<std::string> textsOf(const std::string& call) {
         std::vector<std::string> texts;
         for (std::size_t at = call.find('"'); at != std::string::npos;) {

@@ -1,5 +1,5 @@
-// What a worker hands to its handler belongs to that one request: service/worker_threads.cpp. The
-// entry points of requests/ are replaced by handlers that change what they were given.
+// Handlers get copies of their own: service/worker_threads.cpp. The entry points of requests/ are
+// replaced by some that change every argument.
 #include "requests/message_dispatch.h"
 #include "requests/read_requests.h"
 #include "requests/update_requests.h"
@@ -13,7 +13,7 @@ namespace {
 using service_test::kInstance;
 using testing::ElementsAre;
 
-// What the requests were given, as one text each.
+// What each request received.
 std::vector<std::string>& seen() {
     static std::vector<std::string> seen;
     return seen;
@@ -51,19 +51,19 @@ protected:
 
 const std::string kSeen = std::string("id argument channel ") + kInstance;
 
-TEST_F(WorkerCopies, OfAReadEndWithIt) {
+TEST_F(WorkerCopies, OfAReadAreItsOwn) {
     serveTwice(fnRead, OrvaneWebGUI_ReadObject);
     EXPECT_THAT(seen(), ElementsAre(kSeen, kSeen));
     expectNothingChanged();
 }
 
-TEST_F(WorkerCopies, OfAnUpdateEndWithIt) {
+TEST_F(WorkerCopies, OfAnUpdateAreItsOwn) {
     serveTwice(fnUpdate, OrvaneWebGUI_UpdateObject);
     EXPECT_THAT(seen(), ElementsAre(kSeen, kSeen));
     expectNothingChanged();
 }
 
-TEST_F(WorkerCopies, OfACreationEndWithItAndSoDoTheTypeIds) {
+TEST_F(WorkerCopies, OfACreationAreItsOwnIncludingTypeIds) {
     serveTwice(fnCreate, OrvaneWebGUI_CreateObject);
     const std::string ids = "schema-type collection";
     EXPECT_THAT(seen(), ElementsAre(kSeen, ids, kSeen, ids));

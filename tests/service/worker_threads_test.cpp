@@ -1,5 +1,4 @@
-// The three workers with their real handlers: service/worker_threads.cpp. What a request does in
-// detail is left to the tests of requests/ and agent/.
+// The three workers with their real handlers: service/worker_threads.cpp.
 #include "agent/handler_tables.h"
 #include "agent/webgui_agent.h"
 #include "service/worker_threads.h"
@@ -64,7 +63,7 @@ protected:
                      const char* channel = kChannel) {
         doubles::host().queues.at(function).emplace_back(msgId, reqArg, channel);
     }
-    // The answers to what is queued for this worker.
+    // Serves the worker's queue and returns the answers.
     static Calls answersOf(doubles::WorkerBody body) {
         doubles::runWorker(body);
         return answersSent(doubles::calls());
@@ -100,7 +99,7 @@ TEST_F(WorkerThreads, EndWithOneLineAndNullWhenTheyCannotConnect) {
     }
 }
 
-TEST_F(WorkerThreads, EnterNoBindingWhenTheyCannotConnect) {
+TEST_F(WorkerThreads, InsertNoBindingWhenTheyCannotConnect) {
     G_Plugin.m_bindings.clear();
     for (const Body& each : kBodies) {
         doubles::fail("osselRedisConnect");
@@ -109,7 +108,7 @@ TEST_F(WorkerThreads, EnterNoBindingWhenTheyCannotConnect) {
     EXPECT_THAT(G_Plugin.m_bindings, IsEmpty());
 }
 
-TEST_F(WorkerThreads, DoNotCareForTheirName) {
+TEST_F(WorkerThreads, IgnoreTheirName) {
     for (const Body& each : kBodies) {
         EXPECT_TRUE(doubles::runWorker(each.body, "").endedByHost);
         EXPECT_EQ(output(), "");
@@ -139,7 +138,7 @@ TEST_F(WorkerThreads, GoOnAfterARequestThatFails) {
     EXPECT_THAT(output(), testing::EndsWith("[read]: Failed to call sendReturnMsg().\n"));
 }
 
-TEST_F(WorkerThreads, GiveEachRequestTheKeysAsTheyStandThen) {
+TEST_F(WorkerThreads, GiveEachRequestTheCurrentKeys) {
     post(fnRead, "00001", "later", "Reply:1");
     EXPECT_THAT(answersOf(OrvaneWebGUI_ReadObject), ElementsAre("Reply:1: InvalidObject later"));
     G_InstanceKeys.insert("later");
@@ -162,7 +161,7 @@ TEST_F(WorkerThreads, LeaveTheProcessWideKeysAndIdsAlone) {
     EXPECT_EQ(G_ResourceTypeIds.instanceCollectionKey, "collection");
 }
 
-TEST_F(WorkerThreads, LetAnExceptionOfTheirHandlerOut) {
+TEST_F(WorkerThreads, LetExceptionsOfTheirHandlerOut) {
     doubles::duringPause() = [] { throw std::runtime_error("out of the handler"); };
     post(fnUpdate, "00002", "Request:language");
     EXPECT_THROW(doubles::runWorker(OrvaneWebGUI_UpdateObject), std::runtime_error);
@@ -217,7 +216,7 @@ TEST_F(WorkerThreads, OfActionsServeTheActionTableAndNoCreation) {
 
 // --- Several workers at once ----------------------------------------------------------
 
-// Holds the first thread that pauses until it is let go.
+// Blocks the first thread that pauses until it is released.
 class WorkersAtOnce : public WorkerThreads {
 protected:
     WorkersAtOnce() {
@@ -242,14 +241,14 @@ TEST_F(WorkersAtOnce, AReadIsServedAtOnceWhileAnUpdateIsRunning) {
     std::thread update([] { doubles::runWorker(OrvaneWebGUI_UpdateObject); });
     reached_.get_future().wait();
     doubles::calls();
-    doubles::runWorker(OrvaneWebGUI_ReadObject); // would not return behind the update
+    doubles::runWorker(OrvaneWebGUI_ReadObject); // would hang if it waited for the update
     EXPECT_THAT(answersSent(doubles::calls()), ElementsAre("Reply:read: Success"));
     released_.set_value();
     update.join();
     EXPECT_THAT(answersSent(doubles::calls()), ElementsAre("Reply:update: Success"));
 }
 
-TEST_F(WorkersAtOnce, AReadOfAnotherUnitsModeIsServedAtOnceToo) {
+TEST_F(WorkersAtOnce, AReadInAnotherManagingModeIsServedAtOnceToo) {
     G_ManagingMode = 1;
     post(fnCreate, "00000", "Request:lcd", "Reply:action");
     post(fnRead, "00001", kInstance, "Reply:read");
@@ -279,7 +278,7 @@ TEST_F(WorkersAtOnce, TwoUpdatesNeverOverlap) {
     EXPECT_THAT(answersSent(Calls(secondTake, calls.end())), ElementsAre("Reply:2: Success"));
 }
 
-TEST_F(WorkersAtOnce, UseAConnectionEach) {
+TEST_F(WorkersAtOnce, HaveOneConnectionEach) {
     released_.set_value();
     for (int i = 0; i < 20; ++i) {
         post(fnUpdate, "00002", "Request:language", "Reply:update");

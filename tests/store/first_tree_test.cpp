@@ -1,5 +1,5 @@
-// The UUIDs that a process gives from its start on. A program of its own: the counter is never
-// reset, so one test uses it up.
+// The UUIDs that a process generates from its start on. A program of its own, since nothing resets
+// the counter.
 #include "tests/store/tree_test.h"
 
 namespace {
@@ -18,7 +18,7 @@ TEST_F(FirstTree, CountsFrom000AndRepeatsFromThe1000thOn) {
     EXPECT_EQ(doubles::field(base + "001", "#WebGUI.GUIReady"), base + "004");
     EXPECT_EQ(doubles::hashes().size(), 5U);
 
-    // The index that is handed over has no part in it.
+    // The index has no effect.
     EXPECT_EQ(generateInstanceUUID(42), base + "005");
     EXPECT_EQ(generateInstanceUUID(42), base + "006");
     for (int number = 7; number < 999; ++number) {

@@ -46,7 +46,7 @@ protected:
     ReturnMessage answer_ = kSuccessTemplate;
 };
 
-// Records from the C allocator, as the store hands them out.
+// Records from the C allocator, as osselHashGetAll returns them.
 FieldValuePair* stored(const std::vector<FieldValuePair>& records) {
     auto* const copy =
         static_cast<FieldValuePair*>(std::calloc(records.size() + 1, sizeof(FieldValuePair)));
@@ -70,7 +70,7 @@ TEST_F(InputData, EmptiesTheTargetWhenThereIsNone) {
     EXPECT_EQ(target_, "");
 }
 
-TEST_F(InputData, HandsBackNoRecordsForACountOfZeroOrLess) {
+TEST_F(InputData, ReturnsNoRecordsForACountOfZeroOrLess) {
     doubles::hashes()["key"] = {{"OriginalObjID", "target"}, {"A", "1"}};
     for (const int count : {0, -1}) {
         EXPECT_EQ(get(count), 0);
@@ -115,7 +115,7 @@ TEST_F(InputData, AnswersInvalidObjectWhenThereIsACountButNoResult) {
     }
 }
 
-// The leak check proves the freeing.
+// The leak check shows that they are freed.
 TEST_F(InputData, FreesAResultWithoutRecords) {
     doubles::answerHashGetAll(stored({}), 0);
     EXPECT_EQ(get(), 1);
@@ -151,7 +151,7 @@ TEST_F(InputData, LetsALaterStoredRecordOfTheSameNameWin) {
     EXPECT_EQ(target_, "two");
 }
 
-TEST_F(InputData, LooksAtNoRecordBeyondTheCount) {
+TEST_F(InputData, ReadsNoRecordBeyondTheCount) {
     doubles::answerHashGetAll(stored({fieldOf("A", "1"), fieldOf("OriginalObjID", "target"),
                                       fieldOf("OriginalObjID", "beyond")}),
                               2);

@@ -1,4 +1,4 @@
-// Instance operations: calls, fall-backs, roll-backs, lines of log.
+// Instance operations: calls, fall-backs, roll-backs, log lines.
 #include "store/instance_operations.h"
 
 #include "tests/store/store_test.h"
@@ -25,7 +25,7 @@ protected:
     const std::string hashCall_ = "osselCreateHashTable(ctx, \"uuid\", [A=1, B=], 2)";
 };
 
-TEST_F(CreateInstance, WritesTheHashMarksItFreshAndJoinsTheList) {
+TEST_F(CreateInstance, WritesTheHashSetsTheTimeToLiveAndJoinsTheList) {
     EXPECT_EQ(create(7, "collection"), 0);
     EXPECT_THAT(doubles::calls(),
                 ElementsAre(hashCall_, "osselHashAppendTTLObject(ctx, \"uuid\", 7)",
@@ -33,7 +33,7 @@ TEST_F(CreateInstance, WritesTheHashMarksItFreshAndJoinsTheList) {
     EXPECT_EQ(output(), "");
 }
 
-TEST_F(CreateInstance, MakesNoMarkForATtlOfZeroOrLess) {
+TEST_F(CreateInstance, SetsNoTimeToLiveForATtlOfZeroOrLess) {
     for (const int ttl : {0, -1}) {
         EXPECT_EQ(create(ttl, ""), 0);
         EXPECT_THAT(doubles::calls(), ElementsAre(hashCall_));
@@ -125,7 +125,7 @@ protected:
     const std::string eTagCall_ = "osselClearETagCache(ctx, \"uuid\")";
 };
 
-TEST_F(UpdateInstance, WritesTheFieldsMarksFreshAndClearsTheETag) {
+TEST_F(UpdateInstance, WritesTheFieldsSetsTheTimeToLiveAndClearsTheETag) {
     doubles::hashes()["uuid"] = {{"A", "0"}, {"B", "2"}};
     EXPECT_EQ(update(1), 0);
     EXPECT_THAT(doubles::calls(),
@@ -149,7 +149,7 @@ TEST_F(UpdateInstance, ReturnsTheCodeOfAFailedWrite) {
     EXPECT_EQ(output(), "[updateInstance]: Failed to call osselCreateHashTable( uuid, ..., 1 ).\n");
 }
 
-TEST_F(UpdateInstance, GoesOnPastAFailedMarkAndSucceeds) {
+TEST_F(UpdateInstance, SucceedsWhenTheTimeToLiveFails) {
     for (const auto& [stream, minusOne] :
          {std::pair{&decimalStream, "-1"}, {&hexStream, "ffffffff"}}) {
         stream();
@@ -275,7 +275,7 @@ protected:
     std::array<InstanceSlot, 2> instances_{};
 };
 
-TEST_F(RenewWorkTree, RenewsByWayOfATemporarySetAndLeavesThatToTheStore) {
+TEST_F(RenewWorkTree, UsesATemporarySetThatTheStoreConsumes) {
     EXPECT_EQ(renew(), 0);
     EXPECT_THAT(doubles::calls(), ElementsAre("osselGenerateUUID(ctx)",
                                               setCall("\"one\", \"two\"", 2), renewCall(0, 0)));
@@ -408,7 +408,7 @@ TEST_F(FieldNames, AreNotWrittenWithoutRecordsOrCount) {
 
 class HashFieldText : public StoreTest {};
 
-TEST_F(HashFieldText, GivesTheStoredText) {
+TEST_F(HashFieldText, ReturnsTheStoredText) {
     doubles::hashes()["key"] = {{"field", "text"}};
     EXPECT_EQ(getHashFieldText(context(), "key", "field"), "text");
     EXPECT_THAT(doubles::calls(), ElementsAre("osselGetHashField(ctx, \"key\", \"field\")"));

@@ -234,7 +234,7 @@ TEST_F(DefinitionTypeIds, FailWhenOneIsMissingButReadTheOthers) {
 }
 
 TEST_F(DefinitionTypeIds, FailForEachOfTheSixReadsAndGoOnWithTheRest) {
-    // What remains readable after the nth read has failed; empty keys make no call.
+    // What can still be read if the nth read fails; there is no call for an empty key.
     const std::array<std::size_t, 6> callsMade{1, 2, 3, 6, 6, 6};
     for (int nth = 1; nth <= 6; ++nth) {
         SCOPED_TRACE(nth);

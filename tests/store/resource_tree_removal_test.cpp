@@ -13,7 +13,7 @@ std::string hashDeletionFailed(const std::string& key) {
     return "[deleteInstance]: Failed to call osselDeleteHash( " + key + " ).\n";
 }
 
-// A tree that stands in the store.
+// With a complete tree in the store.
 class TreeRemoval : public TreeTest {
 protected:
     TreeRemoval() {

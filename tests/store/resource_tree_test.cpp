@@ -1,7 +1,7 @@
-// Building the resource tree: order, roll-backs, lines of log.
+// Building the resource tree: order, roll-backs, log lines.
 #include "tests/store/tree_test.h"
 
-// The linker puts these in the place of WebGUIPlugin_FillDocument, which by itself never fails.
+// The linker puts these in place of WebGUIPlugin_FillDocument, which itself never fails.
 extern "C" {
 int __real__Z25WebGUIPlugin_FillDocumentP12redisContextPNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEEi(
     redisContext* context, std::string* uuid, int index);
@@ -21,7 +21,7 @@ using testing::IsEmpty;
 using testing::Key;
 using testing::UnorderedElementsAre;
 
-// What Init adds above a failure of the subtree, and above one of the WebGUI instance.
+// The lines that Init adds to a failure of the subtree, and to one of the WebGUI instance.
 // NOLINTBEGIN(cert-err58-cpp): without memory for them the test fails, as it should
 const std::string kSubtreeFailed =
     failedTo("OrvaneWebGUI_Init_Create", "OrvaneWebGUI_Actions_Init_Create") +
@@ -35,7 +35,7 @@ std::string createFailed(const std::string& uuid, const std::string& count) {
            " ).\n";
 }
 
-// One leaf's own two lines and the two of its parent.
+// Two lines of a leaf and two of its parent.
 std::string leafFailed(const std::string& uuid, const std::string& count,
                        const std::string& function) {
     return createFailed(uuid, count) + failedTo(function, "createInstance") +
@@ -45,7 +45,7 @@ std::string leafFailed(const std::string& uuid, const std::string& count,
 
 class TreeInit : public TreeTest {
 protected:
-    // A failed Init, with what it leaves in every case.
+    // Runs an Init that fails and checks what all failures have in common.
     static void initFails() {
         EXPECT_EQ(OrvaneWebGUI_Init(context()), 0);
         EXPECT_THAT(G_InstanceKeys, IsEmpty());
@@ -261,7 +261,7 @@ TEST_F(TreeInit, LogsAFailedDeletionOfALeafUnderTheLeafsName) {
             kSubtreeFailed);
 }
 
-// The line of a failure comes before those of what it takes down.
+// A failure is logged before the roll-back's own failures.
 TEST_F(TreeInit, LogsTheFailureOfGUIReadyBeforeTheDeletionOfItsSibling) {
     doubles::failNth("osselCreateHashTable", 3);
     doubles::failNth("osselDeleteHash", 1);
@@ -298,7 +298,7 @@ TEST_F(TreeInit, LogsTheFailureOfTheWebGUIInstanceBeforeTheDeletionOfItsSubtree)
                   failedTo("OrvaneWebGUI_Init", "WebGUIPlugin_CreateInstance"));
 }
 
-// The single operations, on documents that are filled already.
+// The single operations, on filled documents.
 class TreeCreate : public TreeTest {
 protected:
     TreeCreate() {

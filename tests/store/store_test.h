@@ -1,5 +1,5 @@
-// The base of the store tests: the process-wide objects are fresh, the calls of the settings
-// agent are left out of the record.
+// The base of the store tests: fresh process-wide objects, and a record without the settings
+// agent's calls.
 #pragma once
 
 #include "tests/doubles/platform_test.h"
@@ -19,14 +19,14 @@ inline FieldValuePair fieldOf(const std::string& name, const std::string& value)
     return field;
 }
 
-// The text of the nth UUID of the process.
+// The nth UUID of the process.
 inline std::string instanceUuid(int number) {
     std::string digits = std::to_string(number);
     digits.insert(0, digits.size() < 3 ? 3 - digits.size() : 0, '0');
     return ("80000000-0000-0000-0000-008000000" + digits).substr(0, 36);
 }
 
-// The call of a store function on the test's connection.
+// A store function's call on the test's connection.
 inline std::string call(const std::string& function, const std::string& arguments) {
     return function + "(ctx, " + arguments + ')';
 }
@@ -42,7 +42,7 @@ protected:
               "xset_env_init", "LCDBrightnessSet", "LCDBlankTimeOutSet"}) {
             doubles::ignore(function);
         }
-        doubles::database().openResult = 1; // opened without a line
+        doubles::database().openResult = 1; // opens without a log line
         test::clearProcessState();
         test::setProvisionedTypeIds();
     }

@@ -1,5 +1,5 @@
-// The base of the tests of the resource tree: the UUIDs that the next tree gets, and the store
-// calls that write and delete its instances.
+// The base of the tests of the resource tree: the next tree's UUIDs, and the store calls that write
+// and delete its instances.
 #pragma once
 
 #include "store/resource_documents.h"
@@ -25,14 +25,14 @@ inline std::string fieldCall(const std::string& key, const std::string& field) {
     return call("osselGetHashField", quoted(key) + ", " + quoted(field));
 }
 
-// A line of the operations of the tree.
+// A log line of a tree operation.
 inline std::string failedTo(const std::string& function, const std::string& callee) {
     return '[' + function + "]: Failed to call " + callee + "().\n";
 }
 
 class TreeTest : public StoreTest {
 protected:
-    // Takes one UUID to learn where the counter stands.
+    // Generates one UUID to learn the counter's state.
     TreeTest() {
         const std::string last = generateInstanceUUID(0);
         first_ = std::stoi(last.substr(33)) + 1;
@@ -82,7 +82,7 @@ protected:
                         20);
     }
 
-    // The calls that write the tree up to and without the work tree.
+    // The calls that write the tree, without those of the work tree.
     Calls treeCalls() const {
         return {oemHash(),
                 turnOffLCDHash(),
@@ -92,7 +92,7 @@ protected:
                 call("osselHashAppendTTLObject", quoted(webGUI()) + ", 1"),
                 call("osselListRightPush", "\"collection\", " + quoted(webGUI()))};
     }
-    // The calls that take the Actions instance and its children down.
+    // The calls that delete the Actions instance and its children.
     Calls actionsRemovalCalls() const {
         return {fieldCall(actions(), "Oem"),
                 deleteCall(oem()),
