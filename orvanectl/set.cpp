@@ -53,7 +53,7 @@ void addSet(CLI::App& app, Command& chosen) {
     command->add_flag("--force", options->force, "Send the values without checking them");
     command
         ->add_option("--user", options->user,
-                     "Author of the change, passed on to the cooling unit (default: orvanectl)")
+                     "Author of the change, sent as EventUserName (default: orvanectl)")
         ->type_name("NAME");
     command->callback([&chosen, options] {
         chosen = [options](const Context& context) { return set(context, *options); };
