@@ -1,11 +1,9 @@
-# What every script shares: where the repository is, how it speaks, how it fails.
-# What each script does is its own; nothing here starts a program.
+# What every script shares: the repository's folder, messages, errors, help texts, building.
 # shellcheck shell=bash
 
 ORVANE_ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd -P)
 ORVANE_SCRIPT=$(basename "$0")
-# mount and chroot lie in sbin, which an ordinary user's PATH seldom names; redis-server is put
-# into /usr/local/bin, which a bare environment's does not.
+# An ordinary user's PATH often lacks sbin (mount, chroot), a bare one /usr/local/bin (redis-server).
 PATH=$PATH:/usr/local/bin:/usr/sbin:/sbin
 
 say() {
@@ -22,7 +20,7 @@ die() {
     exit 1
 }
 
-# usage_error MESSAGE...: as die, with the status of a wrong call.
+# usage_error MESSAGE...: like die, with exit status 2.
 usage_error() {
     complain "$* (see $ORVANE_SCRIPT --help)"
     exit 2
@@ -37,8 +35,7 @@ have() {
     command -v "$1" >/dev/null 2>&1
 }
 
-# configure_preset NAME: configures build/NAME; Ninja where it is present and the folder was
-# not configured otherwise before.
+# configure_preset NAME: configures build/NAME, with Ninja if it is installed and the folder is new.
 configure_preset() {
     local preset=$1 generator=()
     if [[ ! -f $ORVANE_ROOT/build/$preset/CMakeCache.txt ]] && have ninja; then
@@ -47,8 +44,8 @@ configure_preset() {
     (cd "$ORVANE_ROOT" && cmake --preset "$preset" "${generator[@]}")
 }
 
-# build_preset NAME [TARGET]...: configures and builds build/NAME. The compiler cache sees the
-# same paths in every checkout, so that they share their objects.
+# build_preset NAME [TARGET]...: configures and builds build/NAME. ccache gets relative paths, so that
+# all checkouts share its objects.
 build_preset() {
     local preset=$1 targets=()
     shift

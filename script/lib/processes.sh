@@ -1,15 +1,13 @@
-# Programs that a script starts, and their end: each has a name, a log file, and is stopped in
-# the reverse order of starting, whatever ends the script. Which programs these are is the
-# script's.
+# Starting and stopping programs: each has a name and a log file, and they are stopped in the reverse
+# order of starting, whatever ends the script.
 # shellcheck shell=bash
 
 LOGS=      # folder of the log files, set by the script
 STARTED=() # names, in the order of starting
 declare -A PROCESS
 
-# start NAME COMMAND...: with its output in LOGS/NAME.log. In a session of its own, so that
-# Ctrl-C reaches the script alone, which then stops all in order; a script that is killed
-# takes its programs with it.
+# start NAME COMMAND...: with its output in LOGS/NAME.log. A new session keeps Ctrl-C away from the
+# program, so that the script can stop all in order; if the script is killed, the program gets SIGTERM.
 start() {
     local name=$1
     shift
@@ -23,7 +21,7 @@ is_running() {
     [[ -n ${PROCESS[$1]-} ]] && kill -0 "${PROCESS[$1]}" 2>/dev/null
 }
 
-# fail_with_log LOG MESSAGE...: what failed, and the end of the log that tells why.
+# fail_with_log LOG MESSAGE...: prints the message and the end of the log, and exits.
 fail_with_log() {
     local log=$1
     shift
@@ -37,8 +35,8 @@ fail_with_log() {
     exit 1
 }
 
-# wait_for NAME SECONDS WHAT CONDITION...: until the condition command holds. Gives up when the
-# program NAME ends before, or when the time is over.
+# wait_for NAME SECONDS WHAT CONDITION...: waits until the condition command succeeds. Fails if the
+# program NAME ends first, or after SECONDS.
 wait_for() {
     local name=$1 limit=$2 what=$3 end
     shift 3
@@ -50,8 +48,8 @@ wait_for() {
     done
 }
 
-# stop NAME: SIGTERM, and SIGKILL for what is still there after 20 s. Fails when it did not end
-# by itself, with status 0 or by the signal.
+# stop NAME: SIGTERM, and SIGKILL after 20 s. Fails unless the program ended with status 0 or by
+# SIGTERM.
 stop() {
     local name=$1 process=${PROCESS[$1]-} end=$((SECONDS + 20)) status=0
     [[ -n $process ]] || return 0
@@ -68,7 +66,7 @@ stop() {
     fi
 }
 
-# Fails when one of them did.
+# Fails if one of them did.
 stop_all() {
     local index failed=0
     for ((index = ${#STARTED[@]} - 1; index >= 0; --index)); do

@@ -7,10 +7,10 @@ TEMPORARY= # folder of the redis socket where it is one of ours to remove
 BACKLIGHT=$RUN/backlight
 # The values of stack.conf; "address" is that of the part that was started last.
 declare -A VALUE=([run]=$RUN [built]=$BUILT [script]=$ORVANE_ROOT/script [listen]=127.0.0.1:0)
-# A private view makes its command forget whose death it was to follow.
+# A private view clears the death signal, so it is set again inside.
 readonly WRAPPER=(setpriv --pdeathsig TERM --)
 
-# A unix socket's path has at most 107 characters; a checkout may lie deeper than that.
+# A unix socket's path has at most 107 characters, too few for a deep checkout.
 choose_sockets() {
     VALUE[sockets]=$RUN/redis
     if ((${#VALUE[sockets]} > 90)); then
@@ -94,8 +94,7 @@ start_daemon() {
     start_part daemon
 }
 
-# Its accounts and its certificate survive from run to run; the web page is served where it has
-# been built.
+# Accounts and certificate survive from run to run. Serves the web page if it has been built.
 start_redfish() {
     local web=()
     if [[ -d $ORVANE_ROOT/web/dist ]]; then
@@ -117,7 +116,7 @@ start_stack() {
     start_redfish
 }
 
-# Fails when a program has not ended in an orderly way.
+# Fails if a program did not end in order.
 stop_stack() {
     local status=0
     stop_all || status=1

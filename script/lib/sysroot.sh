@@ -2,21 +2,21 @@
 # into a folder. Expects ORVANE_ROOT and the functions of common.sh.
 # shellcheck shell=bash
 #
-# A folder, not packages installed beside the machine's own (dpkg --add-architecture): it needs
-# no root, cannot displace a package of the machine whose version is another one, is the same
-# on every machine, and goes with build/. apt-get does the work, with a state of its own: it
-# resolves dependencies for armhf, checks signatures, downloads 15 MB, and installs nothing.
+# Why a folder and not packages of a second architecture (dpkg --add-architecture): it needs no root,
+# cannot displace a package of the machine with another version, is the same everywhere, and goes away
+# with build/. apt-get, with its own state folder, resolves dependencies for armhf, checks signatures,
+# downloads 15 MB, and installs nothing.
 
 readonly SYSROOT=$ORVANE_ROOT/build/armhf-sysroot
 
-# The -dev packages of script/bootstrap, and what the compiler takes for granted.
+# The -dev packages of script/bootstrap, and what the compiler always needs.
 sysroot_packages() {
     printf '%s\n' libc6-dev libstdc++6
     "$ORVANE_ROOT/script/bootstrap" --run --list | grep -- '-dev$'
 }
 
-# private_apt FOLDER ARGUMENT...: apt-get for armhf, all of whose state lies in FOLDER. An
-# empty status file is a machine on which nothing is installed.
+# private_apt FOLDER ARGUMENT...: apt-get for armhf with all its state in FOLDER. The empty status file
+# means that nothing is installed.
 private_apt() {
     local folder=$1
     shift
@@ -34,7 +34,7 @@ CONFIGURATION
     APT_CONFIG=$folder/apt.conf apt-get -q -y "$@"
 }
 
-# Links to absolute places are meant for the board's own root.
+# Absolute links point into the board's root, not this machine's.
 make_links_relative() {
     local root=$1 link
     find "$root" -type l -lname '/*' -print0 |
@@ -43,8 +43,8 @@ make_links_relative() {
         done
 }
 
-# record_package FILE ROOT FINAL: enters it into a package database below ROOT, with the paths
-# that its files will have below FINAL: dpkg-shlibdeps asks there which package a library is of.
+# record_package FILE ROOT FINAL: adds it to a package database below ROOT, with the paths that its
+# files will have below FINAL; dpkg-shlibdeps looks up there which package a library belongs to.
 record_package() {
     local file=$1 database=$2/var/lib/dpkg final=$3 name member
     mkdir -p "$database/info" "$database/updates"
@@ -67,7 +67,7 @@ fill_sysroot() {
     local packages=("$@") work=$SYSROOT.new package
     rm -rf "$work" "$SYSROOT"
     mkdir -p "$work/root"
-    # An index that a mirror cannot deliver right now matters only if a package is missing.
+    # A missing index matters only if a package is missing, too.
     private_apt "$work" update || complain "apt-get update: not every index could be read"
     private_apt "$work" --download-only install "${packages[@]}" || return 1
     for package in "$work"/cache/archives/*.deb; do
@@ -79,7 +79,7 @@ fill_sysroot() {
     mv "$work/root" "$SYSROOT" && rm -rf "$work"
 }
 
-# make_sysroot LOG: fills the folder unless it holds these packages already.
+# make_sysroot LOG: fills the folder, unless it already holds these packages.
 make_sysroot() {
     local packages log=$1
     mapfile -t packages < <(sysroot_packages)
@@ -90,6 +90,6 @@ make_sysroot() {
     say "unpacking armhf libraries into ${SYSROOT#"$ORVANE_ROOT"/}"
     if ! fill_sysroot "${packages[@]}" >"$log" 2>&1 </dev/null; then
         tail -n 20 "$log" >&2
-        die "no armhf libraries; whole output: $log"
+        die "cannot unpack the armhf libraries; whole output: $log"
     fi
 }

@@ -1,11 +1,10 @@
-# clang-tidy with a memory: a source that was clean is looked at again only when something
-# that it is made of has changed, in this checkout or in any other of the same user: nothing in
-# a key names where the checkout lies. The findings themselves are clang-tidy's.
+# Caches clang-tidy's verdicts: a clean source is checked again only if something that it is made of
+# has changed. Keys do not contain the checkout's path, so all checkouts of a user share the cache.
 # shellcheck shell=bash
 
-# dependency_table FILE...: for each file one line "FILE HEADER..." with all the repository's
-# headers that it includes, directly or not. An include is matched by the end of a path, so
-# that a header of the same name too many may appear, but never one too few.
+# dependency_table FILE...: for each file one line "FILE HEADER..." with all headers of the repository
+# that it includes, directly or not. Includes are matched by the end of a path: a header of the same
+# name may be listed too many, but none is missing.
 dependency_table() {
     awk '
         FNR == 1 { files[++count] = FILENAME }
@@ -61,7 +60,7 @@ hashes_of_code() {
     rm -rf "$folder"
 }
 
-# tidy_one SOURCE STAMP: a process of its own for each source.
+# tidy_one SOURCE STAMP: checks one source; creates the stamp if it is clean.
 tidy_one() {
     local output
     if output=$(clang-tidy --quiet -p "$TIDY_DATABASE" --extra-arg=-Wno-unknown-warning-option "$1" 2>&1); then
@@ -114,7 +113,7 @@ run_tidy() {
     done < <(repository_files '*.cpp' '*.h' | xargs -r bash -c 'dependency_table "$@"' bash)
 
     ((${#stale[@]} > 0)) || return 0
-    say "clang-tidy looks at $((${#stale[@]} / 2)) sources"
+    say "clang-tidy checks $((${#stale[@]} / 2)) sources"
     printf '%s\n' "${stale[@]}" |
         TIDY_DATABASE=$(dirname "$commands") xargs -P "$(nproc)" -n 2 bash -c 'tidy_one "$@"' bash
 }

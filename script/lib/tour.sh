@@ -1,17 +1,17 @@
-# The tour at the end of script/run: each command as a newcomer can repeat it, with what it
-# prints. The steps that ask the daemon must be answered "Success"; the others show where the
-# change has arrived. Colours and pauses are left out on purpose: the output is also a log.
+# The tour of script/run: each command as a newcomer can repeat it, with its output. Requests to the
+# daemon must be answered "Success"; the other steps show where the change has arrived. No colours
+# and no pauses, because the output is also a log.
 # shellcheck shell=bash
 
-# As a Modbus client is told of the cooling unit's one register (docs/devices.md).
+# The cooling unit's register as mbpoll counts it (docs/devices.md).
 readonly UNIT_STATION=1 UNIT_REGISTER=101
 
 chapter() {
     printf '\n== %s\n' "$1"
 }
 
-# show COMMAND: prints the command as it is typed in the repository's folder, and its output;
-# the tour ends at the first that fails.
+# show COMMAND: prints the command as typed in the repository's folder, and its output; a failure ends
+# the tour.
 show() {
     local output status=0
     printf '$ %s\n' "$1"
@@ -29,10 +29,10 @@ unit() {
     show "mbpoll -q -1 -m tcp -p ${COOLING_UNIT##*:} -t 4 -a $UNIT_STATION -r $UNIT_REGISTER ${COOLING_UNIT%:*} | grep ']:'"
 }
 
-# Values that differ from the present ones, so that every run of the tour changes something.
+# Values different from the present ones, so that every tour changes something.
 choose_values() {
     local present
-    present=$("$BUILT/orvanectl" get --json) || die "the settings cannot be read"
+    present=$("$BUILT/orvanectl" get --json) || die "cannot read the settings; see $LOGS/daemon.log"
     BRIGHTNESS=2 THEME=light SYSTEM=Imperial BACKLIGHT_OFF="Off After 1 Minute"
     if [[ $present == *'"ScreenBrightness":"2"'* ]]; then BRIGHTNESS=6; fi
     if [[ $present == *'"Theme":"light"'* ]]; then THEME=dark; fi
@@ -44,7 +44,7 @@ run_tour() {
     choose_values
     local marker=build/run/view/tmp/buzzer.silence
 
-    chapter "The daemon is there, and a read brings all settings up to date"
+    chapter "The daemon is up, and a read updates all settings"
     show "build/release/orvanectl status"
     show "build/release/orvanectl request 00001 80000000-0000-0000-0000-008000000000"
     show "build/release/orvanectl get"
@@ -57,7 +57,7 @@ run_tour() {
     show "build/release/orvanectl set --user tour ScreenBrightness=$BRIGHTNESS Theme=$THEME MeasurementSystem=$SYSTEM 'BacklightOff=$BACKLIGHT_OFF'"
     show "build/release/orvanectl get ScreenBrightness Theme MeasurementSystem BacklightOff"
 
-    chapter "It was announced with an event"
+    chapter "An event announced it"
     show "build/release/orvanectl events --since 0 --count 1"
 
     chapter "Panel, cooling unit and database after it"
@@ -74,20 +74,20 @@ run_tour() {
     tour_of_redfish
 }
 
-# As long as the first password is the one in force.
+# Only while the first password is valid.
 tour_of_redfish() {
     local webgui=$ORVANE_REDFISH/redfish/v1/Managers/Controller/Oem/Orvane/WebGUI
     local curl="curl -s -K build/run/redfish/curl.conf"
     [[ -r $RUN/redfish/first-password ]] || return 0
     write_curl_config
-    chapter "The same over HTTPS: read, change, act; user and password stand in a file"
+    chapter "The same over HTTPS: read, change, act; user and password are in a file"
     show "$curl '$webgui?\$select=ScreenBrightness,Theme'; echo"
     show "$curl -o /dev/null -w '%{http_code}\n' -X PATCH -H 'Content-Type: application/json' -d '{\"ScreenBrightness\": 4}' $webgui"
     show "cat build/run/backlight/brightness"
     show "$curl -o /dev/null -w '%{http_code}\n' -X POST $webgui/Actions/WebGUI.TurnOffLCD"
 }
 
-# Any answer but a good one is a failure; the service's own certificate is trusted.
+# fail-with-body makes any error status a failure; the service's own certificate is trusted.
 write_curl_config() {
     local file=$RUN/redfish/curl.conf
     (
