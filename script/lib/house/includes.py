@@ -10,7 +10,7 @@ import re
 
 from .tree import folder_of, is_within
 
-ARROWS = ("docs/architecture.md",)
+ARROWS = ("docs/architecture.md", "redfish/README.md")
 
 _INCLUDE = re.compile(r'^[ \t]*#[ \t]*include[ \t]*(["<])([^">]+)[">]')
 # A name without a slash at its end is a pair of files: `requests/return_messages`.
