@@ -1,7 +1,7 @@
-// The resource as this page knows it: read at the start, read anew after every event and every few
-// seconds, and after every failure until it is there again. Changes go out by settings/changes.ts.
+// The resource as this page knows it: read at the start, after every event, every few seconds, and
+// after every failure until it is back. The answer to a change takes the place of a reading.
 import { actionTarget, discover, type Service } from "./redfish/discover";
-import { RedfishClient } from "./redfish/client";
+import { RedfishClient, type Answer } from "./redfish/client";
 import { followEvents, sleep } from "./redfish/event_stream";
 import { RequestFailure, type FailureKind } from "./redfish/errors";
 import { findMember, objectsIn, at, textAt, type Json } from "./redfish/json";
@@ -47,6 +47,8 @@ export class WebGuiResource {
     private etag = "";
     private reading: Promise<void> = Promise.resolve();
     private waitingRead: Promise<void> | null = null;
+    private patching: Promise<unknown> = Promise.resolve();
+    private patchesTaken = 0;
     private retryAfterMs = 0;
     private wakePoll: () => void = () => undefined;
     private lastChange = 0;
@@ -156,10 +158,11 @@ export class WebGuiResource {
         }
     }
 
-    // Never throws: what became of it is in `connection`. A reading that has not begun serves
-    // everybody who asks meanwhile.
+    // Never throws: `connection` has the outcome. A reading that has not begun serves everybody who
+    // asks meanwhile. None begins while a change is under way: its answer is a reading too.
     refresh(eventTime?: Date, who: Who = { kind: "other" }): Promise<void> {
-        this.waitingRead ??= this.reading = this.reading.then(() => {
+        this.waitingRead ??= this.reading = this.reading.then(async () => {
+            await this.patching;
             this.waitingRead = null;
             return this.read(eventTime, who);
         });
@@ -171,18 +174,27 @@ export class WebGuiResource {
         try {
             this.service ??= await discover(this.client);
             const headers: Record<string, string> = this.etag ? { "If-None-Match": this.etag } : {};
+            const taken = this.patchesTaken;
             const answer = await this.client.get(this.service.resource, { headers });
             if (this.ending.signal.aborted) return;
+            if (this.patchesTaken !== taken) {
+                // Which of the two is newer? The next reading is.
+                void this.refresh(eventTime, who);
+                return;
+            }
             batch(() => {
                 this.markUp();
-                if (answer.status !== 304) {
-                    this.etag = answer.headers.get("ETag") ?? "";
-                    this.take(answer.body, eventTime, who);
-                } else if (eventTime) this.noteRewritten(eventTime, who);
+                if (answer.status !== 304) this.takeAnswer(answer, eventTime, who);
+                else if (eventTime) this.noteRewritten(eventTime, who);
             });
         } catch (error) {
             this.fail(error);
         }
+    }
+
+    private takeAnswer(answer: Answer, eventTime: Date | undefined, who: Who): void {
+        this.etag = answer.headers.get("ETag") ?? "";
+        this.take(answer.body, eventTime, who);
     }
 
     private take(body: Json | undefined, eventTime: Date | undefined, who: Who): void {
@@ -223,16 +235,29 @@ export class WebGuiResource {
             // The set-up has no field of its own, and is true or false.
             body[name] = setting ? jsonOf(setting, value) : value === "true";
         }
+        const request = this.client.request("PATCH", service.resource, { body });
+        this.patching = request.catch(() => undefined);
+        let answer: Answer;
         try {
-            await this.client.request("PATCH", service.resource, { body });
+            answer = await request;
         } catch (error) {
             this.noticeSignOut(error);
-            // Whether a change is in force that was not answered: only a reading tells.
+            // A change that was not answered may be in force: only a reading shows it.
             void this.refresh();
             throw error;
         }
         this.lastChange = Date.now();
-        await this.refresh();
+        if (this.ending.signal.aborted) return;
+        // A server may also answer without the resource.
+        if (textAt(answer.body, "@odata.id") !== textAt(this.body, "@odata.id")) {
+            await this.refresh();
+            return;
+        }
+        this.patchesTaken += 1;
+        batch(() => {
+            this.markUp();
+            this.takeAnswer(answer, undefined, { kind: "other" });
+        });
     }
 
     private markUp(): void {

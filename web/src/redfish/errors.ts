@@ -1,5 +1,5 @@
-// What a request can end with: an error of one kind, with the messages of the answer, those about
-// one property apart from those about the whole. Telling people is left to i18n/messages.ts.
+// How a request can fail: the kind of failure with the messages of the answer, those about one
+// property apart from those about the whole. i18n/ has the texts that people read.
 import { at, isObject, objectsIn, textAt, textsIn, type Json } from "./json";
 
 // signedOut    no session, or it has ended (401)

@@ -135,6 +135,66 @@ test("changes made while one is under way go out together", async () => {
     await until("all saved", async () => (await page.locator(".progress.saving").count()) === 0);
 });
 
+test("a change takes one PATCH, whose answer is shown, and one reading for its event", async () => {
+    await page.clock.install(); // no reading but those of events
+    await start();
+    await page.waitForSelector(".dot[data-live]");
+    const before = server.reads;
+    for (const [count, name] of ["12 hours", "24 hours", "12 hours"].entries()) {
+        await chip("TimeFormat", name).click();
+        await page.clock.runFor(200);
+        await until("the change", () => server.patches.length === count + 1);
+        await until("the answer", async () => {
+            await page.clock.runFor(10);
+            return (await page.locator(".progress.saving").count()) === 0;
+        });
+    }
+    await until("the reading after it", () => server.reads > before);
+    expect(server.reads - before).toBeLessThanOrEqual(3);
+});
+
+test("the answer to a change is enough to show it, whatever becomes of readings", async () => {
+    await start();
+    server.readMs = 3_600_000;
+    await chip("Theme", "Light").click();
+    await page.waitForSelector('html[data-theme="light"]');
+    await until("the announcement", async () => {
+        return (await page.textContent(".spoken")) === "Theme: Light. Saved.";
+    });
+});
+
+test("a server that answers a change without the resource is asked for it", async () => {
+    server.whole = false;
+    await start();
+    await chip("Theme", "Light").click();
+    await page.waitForSelector('html[data-theme="light"]');
+});
+
+test("a reading that was overtaken by a change brings no old value back", async () => {
+    await start();
+    await page.waitForSelector(".dot[data-live]");
+    await page.evaluate(() => {
+        const seen: (string | undefined)[] = [];
+        Object.assign(window, { seen });
+        new MutationObserver(() => seen.push(document.documentElement.dataset["theme"])).observe(
+            document.documentElement,
+            { attributes: true, attributeFilter: ["data-theme"] },
+        );
+    });
+    server.readMs = 500;
+    const before = server.reads;
+    server.set({ TimeFormat: "12 Hours" });
+    await until("the reading", () => server.reads > before);
+    await chip("Theme", "Light").click();
+    await page.waitForSelector('html[data-theme="light"]');
+    await until("the other change", () =>
+        chip("TimeFormat", "12 hours").locator("input").isChecked(),
+    );
+    expect(await page.evaluate(() => (window as unknown as { seen: string[] }).seen)).toEqual([
+        "light",
+    ]);
+});
+
 test("a refusal is shown at its control, the others are saved, and another try clears it", async () => {
     await start();
     server.refused.set("Theme", "PropertyValueNotInList");

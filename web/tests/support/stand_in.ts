@@ -6,6 +6,7 @@ import { readFile } from "node:fs/promises";
 import { createServer, type IncomingMessage, type Server, type ServerResponse } from "node:http";
 import type { AddressInfo } from "node:net";
 import { extname, join } from "node:path";
+import { setTimeout as sleep } from "node:timers/promises";
 import { fileURLToPath } from "node:url";
 import { schema } from "./schema";
 
@@ -57,11 +58,14 @@ export class StandIn {
     // Switches.
     provider: "up" | "away" | "silent" = "up";
     updateMs = 20; // that an update takes
+    readMs = 0; // that the answer to a reading, made at once, is on its way
+    whole = true; // false: a change is answered without the resource
     refused = new Map<string, string>(); // property to the name of a message
     failingActions = false;
     streams = true; // false: none can be opened
     // What was seen.
     readonly patches: Settings[] = [];
+    reads = 0; // of the resource
     readonly actions: string[] = [];
     readonly resumedFrom: string[] = [];
     readonly sessions = new Map<string, string>(); // token to user
@@ -208,13 +212,19 @@ export class StandIn {
             this.patches.push(body);
             const problems = Object.keys(body).filter((name) => this.refused.has(name));
             if (problems.length > 0) return this.refuse(problems, body, response);
-            await new Promise((resolve) => setTimeout(resolve, this.updateMs));
+            await sleep(this.updateMs);
             this.set(body);
         }
         const etag = `"${this.version}"`;
+        const document = this.document();
+        if (request.method === "PATCH" && !this.whole) return send(response, 204);
+        if (request.method === "GET") {
+            this.reads += 1;
+            await sleep(this.readMs, undefined, { ref: false });
+        }
         response.setHeader("ETag", etag);
         if (request.headers["if-none-match"] === etag) return send(response, 304);
-        return send(response, 200, this.document());
+        return send(response, 200, document);
     }
 
     private refuse(names: string[], body: Settings, response: ServerResponse): void {
