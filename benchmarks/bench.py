@@ -1,4 +1,4 @@
-"""Measures the parts that were asked for and writes the report; started by script/bench."""
+"""Measures the requested parts and writes the report; started by script/bench."""
 
 import argparse
 import datetime
@@ -20,8 +20,8 @@ PARTS = {**parts.PARTS, **redfish_parts.PARTS}
 
 RECORDED = pathlib.Path(__file__).resolve().parent
 OUTPUT = stack.ROOT / "build" / "bench"
-BASELINE = RECORDED / "baseline"  # figures of the daemon before anything was done for speed
-LEAST_ROUNDS = 5  # of what is recorded
+BASELINE = RECORDED / "baseline"  # figures before any work on speed
+MIN_ROUNDS = 5  # of a recorded part
 
 
 def first_line(*command):
@@ -39,7 +39,7 @@ def machine():
 
 
 def commit():
-    # What is written about a measurement does not change what was measured.
+    # Changes of reports and documents do not change what was measured.
     changed = first_line("git", "status", "--porcelain", "--untracked-files=no", "--", ".",
                          ":!benchmarks/*.md", ":!benchmarks/*.svg", ":!*.md")
     return first_line("git", "rev-parse", "--short", "HEAD") + (" with changes" if changed else "")
@@ -57,14 +57,14 @@ def measure(part, rounds, quick):
 
 
 def results_in(folder):
-    """What is there, part by part."""
+    """The results found there, by part."""
     return {part: json.loads((folder / f"{part}.json").read_text())
             for part in PARTS if (folder / f"{part}.json").exists()}
 
 
 def main():
     parser = argparse.ArgumentParser(prog="script/bench")
-    parser.add_argument("--rounds", type=int, default=LEAST_ROUNDS)
+    parser.add_argument("--rounds", type=int, default=MIN_ROUNDS)
     parser.add_argument("--quick", action="store_true")
     parser.add_argument("--record", action="store_true")
     parser.add_argument("--report", action="store_true")
@@ -73,7 +73,7 @@ def main():
     for part in options.parts:
         if part not in PARTS:
             parser.error(f"no part is called {part}; there are: {', '.join(PARTS)}")
-    # Ended by a signal, everything is stopped as on any other exit.
+    # A signal stops everything like any other exit.
     for number in (signal.SIGTERM, signal.SIGHUP):
         signal.signal(number, lambda number, frame: sys.exit(128 + number))
 

@@ -1,4 +1,4 @@
-"""How a figure, its goal and a table of the report are written; what report.py and
+"""Formatting of figures, goals and tables, for report.py and
 redfish_report.py share. Every number is the median of the rounds.
 """
 

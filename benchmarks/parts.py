@@ -1,8 +1,7 @@
-"""The parts of the benchmark: each measures its rounds and gives them as plain data.
+"""The parts of the benchmark: each measures its rounds and returns them as plain data.
 
-A round is a dictionary from the name of a figure to a number. Subjects are measured in turn
-within a round, so that a ratio of two of them is taken from the same moments. What the figures
-mean, their goals and tables, is report.py's.
+A round is a dictionary from the name of a figure to a number. Within a round the subjects take
+turns, so that a ratio compares the same moments. report.py knows what the figures mean.
 """
 
 import concurrent.futures
@@ -19,7 +18,7 @@ LOAD = PROGRAMS / "orvane_bench_load"
 
 
 class Scale:
-    """How much is done in a round."""
+    """The amount of work in a round."""
 
     def __init__(self, quick):
         self.reads = 300 if quick else 5000
@@ -33,20 +32,20 @@ class Scale:
 
 
 def load(stack, channel, clients, *options):
-    """One load; every request of it was answered once, with "Success"."""
+    """Runs a load; fails unless every request was answered once, with "Success"."""
     text = run([LOAD, "--socket", stack.socket, "--channel", channel, "--instance", INSTANCE,
                 "--clients", clients, *options])
     return json.loads(text)
 
 
 def processor_nanoseconds(pid):
-    """What the threads of a process have used so far."""
+    """Processor time that the threads of a process have used so far."""
     return sum(int((task / "schedstat").read_text().split()[0])
                for task in pathlib.Path(f"/proc/{pid}/task").iterdir())
 
 
 def measured_load(stack, process, channel, clients, requests):
-    """As load; also the subject's processor time for a request."""
+    """Like load(), with the subject's processor time per request."""
     warm_up = max(200, 2 * clients)
     before = processor_nanoseconds(process.pid)
     figures = load(stack, channel, clients, "--requests", requests, "--warm-up", warm_up)
@@ -62,7 +61,7 @@ def put(result, subject, clients, figures):
 
 
 def bare_programs(stack):
-    """Their names, which tell how many round trips a read takes them, and their options."""
+    """Names, by the round trips of a read, and options."""
     return {"bare-3": (), "bare-4": ("--scale",),
             "bare-unit": ("--scale", "--unit", stack.unit_address)}
 
@@ -115,7 +114,7 @@ def median(values):
 
 
 def update_round(stack, bare, daemon, scale):
-    """The disk's mood changes within seconds: short turns, and the median of them."""
+    """Takes the median of short turns, because the speed of a disk varies within seconds."""
     turns = {"bare": [], "daemon": []}
     for _ in range(scale.turns):
         for subject, process, channel in (("bare", bare, "bare-update"),
@@ -138,7 +137,7 @@ def updates(rounds, scale):
 
 
 def reads_beside_updates(stack, clients, scale):
-    """A load of reads while another requester sends one update after the other."""
+    """A load of reads while another requester sends updates back to back."""
     with concurrent.futures.ThreadPoolExecutor(1) as executor:
         outcome = executor.submit(load, stack, DAEMON_CHANNEL, 1, "--updates",
                                   "--seconds", scale.seconds + 0.4)
@@ -175,7 +174,7 @@ def startup(rounds, scale):
         taken = stack.folder / "started"
         wrapper = (PROGRAMS / "orvane_bench_start", taken, "/tmp/run/Stidre.run")
         with stack.daemon(1):
-            pass  # the first of all makes the database
+            pass  # the first start creates the database
         for _ in range(rounds):
             result = {}
             for name, pauses in (("work", False), ("whole", True)):
@@ -212,12 +211,12 @@ def stripped_sizes():
         if file.suffix != ".debug" and file.name.startswith(("orvane-webgui", "lib")):
             result[f"size/{file.name}"] = file.stat().st_size / 1024
     if "size/orvane-webgui" not in result:
-        raise Failure("no stripped daemon: build the target stripped")
+        raise Failure("the stripped daemon is missing; run: cmake --build build/release --target stripped")
     return result
 
 
 def footprint(rounds, scale):
-    """Sizes and counts have no noise to speak of: one round, whatever was asked."""
+    """Always one round: sizes and counts have hardly any noise."""
     del rounds
     result = stripped_sizes()
     with Stack("one") as stack, stack.daemon(0) as daemon:
@@ -237,13 +236,13 @@ def counting_command(tool, report):
     if tool == "callgrind":
         return ("valgrind", "--tool=callgrind", f"--callgrind-out-file={report}",
                 f"--log-file={report}.log")
-    # The traced program stays the one that is started; the tracer ends after it.
+    # Daemonized, the tracer leaves its process to the traced program and ends after it.
     return ("strace", "--daemonize", "--follow-forks", "--summary-only",
             "--summary-columns=calls,name", f"--output={report}")
 
 
 def parse_counts(tool, text):
-    """Name to count; nothing while the report is not whole."""
+    """Counts by name; empty while the report is incomplete."""
     if tool == "callgrind":
         total = re.search(r"^(?:totals|summary): (\d+)", text, re.M)
         return {"instructions": int(total.group(1))} if total else {}
@@ -253,7 +252,7 @@ def parse_counts(tool, text):
 
 
 def counted(stack, subject, tool, requests):
-    """What a tool counts in one life of a subject with this many reads."""
+    """What a tool counts over a whole run of a subject with this many reads."""
     report = stack.folder / "counts"
     report.unlink(missing_ok=True)
     wrapper = counting_command(tool, report)
@@ -269,7 +268,7 @@ def counted(stack, subject, tool, requests):
 
 
 def counts(rounds, scale):
-    """For one read: the difference of runs with N and 2 N reads, so that the rest cancels out."""
+    """Per read: the difference of runs with N and 2 N reads, in which start and end cancel out."""
     del rounds
     result = {}
     with Stack("one") as stack:

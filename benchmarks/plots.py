@@ -68,7 +68,7 @@ def short(number):
 def bars(canvas, left, top, width, height, title, groups, series):
     """`groups`: labels below; `series`: (label, [(middle, least, most) for each group])."""
     canvas.text(left, top - 12, title, 13, weight="bold")
-    # One slow round must not make the others small: its mark ends at the top.
+    # Clip the mark of one slow round at the top, so that it does not shrink the others.
     steps = ticks(1.2 * max(middle for _, values in series for middle, _, _ in values))
     scale = height / steps[-1]
     bottom = top + height

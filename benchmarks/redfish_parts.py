@@ -1,4 +1,4 @@
-"""The parts of the benchmark that measure the Redfish service, as parts.py does the daemon."""
+"""The parts of the benchmark that measure the Redfish service; see parts.py."""
 
 import contextlib
 import re
@@ -14,7 +14,7 @@ EVENTS = "Events:Zolan Event"
 
 
 def calls_of(stack, command):
-    """How often redis was asked this."""
+    """How often redis has run this command."""
     found = re.search(rf"cmdstat_{command}:calls=(\d+)", stack.redis("INFO", "commandstats"))
     return int(found.group(1)) if found else 0
 
@@ -37,7 +37,7 @@ def get_round(stack, servers, seconds):
                 result[f"{name}/{connections}/{figure}"] = figures[figure]
             if name.startswith("front"):
                 result["lookups"] += calls_of(stack, "pttl") - looks
-                # A request, and the sign that its answer is there.
+                # One read publishes twice: the request and its answer.
                 result["reads"] += (calls_of(stack, "publish") - published) / 2
                 result["seconds"] += seconds
                 result["gets"] += figures["requests"]
@@ -55,7 +55,7 @@ def redfish(rounds, scale):
 
 
 def change_round(stack, clear, encrypted, scale):
-    """The daemon alone, asked through the store, and the same change by PATCH."""
+    """An update through the store, and the same change by PATCH."""
     figures = {"daemon": load(stack, DAEMON_CHANNEL, 1, "--updates", "--requests", scale.updates),
                "front": wrk(clear, 1, scale.web_seconds, "changes"),
                "front-tls": wrk(encrypted, 1, scale.web_seconds, "changes")}
@@ -75,7 +75,7 @@ EVENT = ("XADD", EVENTS, "*", "EventType", "ResourceUpdated", "Kind", "Event",
 
 
 def send_event(connection):
-    """One as the daemon makes them; gives its id and when it was sent."""
+    """Sends an event like the daemon's; returns its id and when it was sent."""
     begin = time.monotonic()
     connection.sendall(f"*{len(EVENT)}\r\n".encode()
                        + b"".join(f"${len(word)}\r\n{word}\r\n".encode() for word in EVENT))
@@ -87,7 +87,7 @@ def send_event(connection):
 
 def stream_round(stack, name, is_clear, scale):
     result = {}
-    # A new one each time: what it has for the streams is not what it has left over of others.
+    # A new server each time, so that its memory holds nothing of earlier rounds.
     with front(stack, f"{name}-{time.monotonic_ns()}", is_clear) as server:
         wrk(server, 8, 1)
         pid = server.process.pid

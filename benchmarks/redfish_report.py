@@ -1,4 +1,4 @@
-"""The sections and goals of the report that are about the Redfish service."""
+"""The report's sections and goals on the Redfish service."""
 
 from figures import Goal, column, number, ratio, spread, table
 from parts import CLIENTS

@@ -1,7 +1,7 @@
-"""The report: what the figures of parts.py mean, their goals, the tables and the charts.
+"""The report: what the figures of parts.py mean, their goals, tables and charts.
 
-Every number in it is the median of the rounds, with the least and the greatest of them in
-brackets; a ratio is taken within each round first.
+Every number is the median of the rounds, with minimum and maximum in brackets; ratios are taken
+within each round first.
 """
 
 import plots
@@ -34,7 +34,7 @@ def read_goals(rounds):
 
 
 def goals_of(results):
-    """Those whose part was measured."""
+    """The goals whose part was measured."""
     makers = {
         "reads-one": read_goals,
         "fresh": lambda rounds: [

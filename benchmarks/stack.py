@@ -28,22 +28,22 @@ STOP_LIMIT = 20.0  # seconds for an orderly end
 
 
 class Failure(Exception):
-    """A program did not do what the benchmark needs."""
+    """A program failed to do what the benchmark needs."""
 
 
 AVAILABLE = sorted(os.sched_getaffinity(0))
 
 
 def processors(which):
-    """"one": a single processor, not the first, which serves most interrupts; "others": all but
-    that one, where there is another; "all": all."""
+    """"one": a single processor, not the first, which handles most interrupts; "others": the rest,
+    if any; "all": all."""
     return {"one": {AVAILABLE[-1]}, "others": set(AVAILABLE[:-1] or AVAILABLE),
             "all": set(AVAILABLE)}[which]
 
 
 @contextlib.contextmanager
 def pinned(which):
-    """Runs the caller, and all that it starts, on these processors."""
+    """Pins the caller and everything it starts to these processors."""
     before = os.sched_getaffinity(0)
     os.sched_setaffinity(0, processors(which))
     try:
@@ -61,7 +61,7 @@ def wait_until(condition, what, limit=START_LIMIT, pause=0.005):
 
 
 def run(command, **options):
-    """Runs a command to its end and gives its standard output."""
+    """Runs a command to its end and returns its standard output."""
     done = subprocess.run([str(word) for word in command], capture_output=True, text=True,
                           check=False, **options)
     if done.returncode != 0:
@@ -71,7 +71,7 @@ def run(command, **options):
 
 
 class Process:
-    """A program that runs beside the benchmark. Killed when the benchmark dies."""
+    """A program that runs beside the benchmark and is killed if the benchmark dies."""
 
     def __init__(self, name, command, log, environment):
         self.name = name
@@ -102,7 +102,7 @@ class Process:
         wait_until(ended_or_done, f"{self.name}: {what}")
 
     def stop(self):
-        """SIGTERM; fails unless it ends in an orderly way."""
+        """SIGTERM; fails unless the program ends in order."""
         self._process.terminate()
         try:
             status = self._process.wait(STOP_LIMIT)
@@ -119,7 +119,7 @@ class Process:
 
 
 class Stack:
-    """A context: redis and the cooling unit run inside of it."""
+    """A context with a running redis and cooling unit."""
 
     def __init__(self, which_processors):
         self._which = which_processors
@@ -165,7 +165,7 @@ class Stack:
 
     @contextlib.contextmanager
     def running(self, name, command, environment=None):
-        """A context: one more program, up as far as its caller waits for it."""
+        """A context with one more running program; the caller waits until it is up."""
         process = Process(name, command, self.folder / f"{name}.log",
                           environment or self.environment)
         try:
@@ -194,8 +194,8 @@ class Stack:
 
     @contextlib.contextmanager
     def daemon(self, mode, pauses=True, wrapper=()):
-        """The daemon, up and registered. Without pauses its fixed ones return at once, so that
-        what is left is work. `wrapper`: a command that runs it (valgrind, strace)."""
+        """A context with the daemon, up and registered. Without pauses, its fixed sleeps return at once,
+        which leaves only work. `wrapper`: a command that runs it (valgrind, strace)."""
         environment = dict(self.environment, ManagingMode=str(mode))
         if mode == 0:
             environment["COOLING_UNIT"] = self.unit_address
@@ -206,7 +206,7 @@ class Stack:
 
     @contextlib.contextmanager
     def bare(self, name, *options, wrapper=()):
-        """The bare program, listening on a channel of its own, which is its name."""
+        """A context with the bare program, listening on a channel with its name."""
         command = [*wrapper, PROGRAMS / "orvane_bench_bare", "--socket", self.socket,
                    "--channel", name, "--instance", INSTANCE, *options]
         with self.running(name, command) as process:

@@ -1,7 +1,7 @@
-"""What the Redfish parts of the benchmark run: orvane-redfish and, as the limit, nginx with the
-same bytes in a file. Both are private, listen on loopback, and end with their context.
+"""The servers of the Redfish parts: orvane-redfish and, as the limit, nginx with the same bytes in a
+file. Both listen on loopback and end with their context.
 
-The servers have one processor for themselves; the load, redis and the daemon have the other.
+The servers have one processor to themselves; the load, redis and the daemon share the others.
 """
 
 import base64
@@ -24,7 +24,7 @@ OWN_HEADERS = ("date", "content-type", "content-length", "connection", "etag")
 
 
 def pinned_command(*command):
-    """The servers' processor; what else runs has "others"."""
+    """The command, pinned to the servers' processor."""
     return ["taskset", "--cpu-list", str(min(processors("one"))), *command]
 
 
@@ -36,7 +36,7 @@ def tls_of_a_client():
 
 
 class WebServer:
-    """A running one: its process, its addresses, and the header that lets one in."""
+    """A running server: its process, its address, and a session's token."""
 
     def __init__(self, process, port, is_clear=True, token=""):
         self.process = process
@@ -53,7 +53,7 @@ class WebServer:
         return http.client.HTTPSConnection(HOST, self.port, timeout=30, context=tls_of_a_client())
 
     def ask(self, method, path, body=None, headers=None):
-        """One request on a connection of its own: the answer's headers and its body."""
+        """One request on its own connection; returns the answer's headers and body."""
         with contextlib.closing(self.connection()) as connection:
             connection.request(method, path, body, {"X-Auth-Token": self.token, **(headers or {})})
             answer = connection.getresponse()
@@ -79,7 +79,7 @@ def state_of(stack, name):
 
 @contextlib.contextmanager
 def front(stack, name, is_clear, wrapper=()):
-    """orvane-redfish with its limits out of the way, and a session."""
+    """A context with orvane-redfish, its limits lifted, and a session."""
     part = stack.part("redfish", run=stack.folder / name, wrapper=pinned_command(*wrapper))
     more = ["--request-rate", "0", "--max-connections-per-address", "1000",
             *(("--clear-text",) if is_clear else ())]
@@ -99,8 +99,8 @@ def free_ports(count):
 
 
 def nginx_configuration(folder, ports, headers, state):
-    """One worker that has the file open, logs nothing and never ends a connection by itself. It is
-    the only process, so that nothing is left of it however it ends."""
+    """One worker that keeps the file open, logs nothing and never closes a connection. With a single
+    process, nothing survives however it ends."""
     added = "\n".join(f'add_header {name} "{value}";' for name, value in headers.items()
                       if name.lower() not in OWN_HEADERS)
     temporary = "\n".join(f"{kind}_temp_path {folder}/{kind};" for kind in (
@@ -127,8 +127,8 @@ http {{
 
 @contextlib.contextmanager
 def nginx(stack, headers, content, state):
-    """Serves the bytes at the resource's address: (in clear, over TLS with the certificate that
-    lies in `state`)."""
+    """A context with nginx serving the bytes at the resource's address, in clear and over TLS with the
+    certificate in `state`."""
     program = shutil.which("nginx") or UNPACKED_NGINX
     folder = stack.folder / "nginx"
     file = folder / "files" / WEBGUI[1:]
@@ -143,7 +143,7 @@ def nginx(stack, headers, content, state):
         servers = [WebServer(process, ports[0]), WebServer(process, ports[1], is_clear=False)]
         for each in servers:
             if each.ask("GET", WEBGUI)[1] != content:
-                raise Failure("nginx serves other bytes than the resource")
+                raise Failure("nginx serves different bytes than the resource")
         yield servers
 
 
@@ -153,7 +153,7 @@ def is_listening(port):
 
 
 def wrk(server, connections, seconds, *arguments):
-    """One load, of which each request was answered as it should; latencies in us."""
+    """Runs a load; fails unless every answer was right. Latencies in us."""
     text = run(["wrk", "--threads", "1", "--connections", connections, "--duration", f"{seconds}s",
                 "--header", f"X-Auth-Token: {server.token}", "--script", WRK_REPORT,
                 server.url(WEBGUI), "--", *arguments])
@@ -165,7 +165,7 @@ def wrk(server, connections, seconds, *arguments):
 
 
 class Streams:
-    """A context: event streams of one server, all open."""
+    """A context with open event streams of one server."""
 
     def __init__(self, server, count):
         self._server = server
@@ -199,8 +199,8 @@ class Streams:
                 yield stream
 
     def times_of(self, event, begin):
-        """Until each stream has it, in ms since `begin`, by time.monotonic(). They are asked one
-        after the other, in the order in which the server has them."""
+        """When each stream received the event, in ms since `begin` (time.monotonic()). The streams are
+        read one after another, in the server's order."""
         times = []
         for stream in self._sockets:
             text = b""

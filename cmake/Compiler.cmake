@@ -1,4 +1,4 @@
-# Warnings, hardening and instrumentation that hold for everything we compile.
+# Warnings, hardening and instrumentation for everything that is compiled here.
 
 find_program(CCACHE_PROGRAM ccache)
 if(CCACHE_PROGRAM)
@@ -11,16 +11,16 @@ add_compile_options(
   -Wshadow -Wold-style-cast -Wcast-qual -Wcast-align
   -Wnon-virtual-dtor -Woverloaded-virtual
   -Wformat=2 -Wimplicit-fallthrough -Wundef)
-# Unknown to clang; and where a pointer has four bytes, std::size_t is unsigned int and a cast that
-# others need is useless.
+# clang does not know it, and with four-byte pointers std::size_t is unsigned int, which makes casts
+# useless that 64 bits need.
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_SIZEOF_VOID_P EQUAL 8)
   add_compile_options(-Wuseless-cast)
 endif()
 
-# Optimised, yet with debug information: `strip` and a debugger each take what they need.
+# Optimised, with debug information; orvane_strip() below splits it off.
 set(CMAKE_CXX_FLAGS_RELEASE "-O2 -g -DNDEBUG")
 
-# Fast enough to try many inputs, with traces that can be read.
+# Fast enough to try many inputs, with readable stack traces.
 set(CMAKE_CXX_FLAGS_FUZZ "-O1 -g")
 
 if(CMAKE_BUILD_TYPE STREQUAL "Release")
@@ -30,26 +30,25 @@ if(CMAKE_BUILD_TYPE STREQUAL "Release")
     -ffunction-sections -fdata-sections)
   add_link_options(-Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack -Wl,--gc-sections -Wl,--as-needed)
 endif()
-# Position-independent executables: `-pie` itself, not only code that would allow it.
+# Really links with -pie; CMAKE_POSITION_INDEPENDENT_CODE alone only compiles for it.
 include(CheckPIESupported)
 check_pie_supported(LANGUAGES CXX)
 
-# A sanitizer's report names functions and lines; more debug information would only cost time.
+# A sanitizer's report needs functions and lines; more debug information only costs time.
 if(ORVANE_SANITIZE)
   add_compile_options(-fsanitize=${ORVANE_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g1)
   add_link_options(-fsanitize=${ORVANE_SANITIZE})
 endif()
 
-# What libFuzzer watches; only a fuzz target itself is linked with its main.
+# Coverage for libFuzzer everywhere; only the fuzz targets link its main.
 if(ORVANE_FUZZ)
   add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
 
 if(ORVANE_COVERAGE)
-  # Counted is what is ours and no test: neither a test's own code nor what anyone instantiates of
-  # the system's headers. An inline function of ours counts wherever it was compiled. These two
-  # options stand in a file since the compiler cache does not know them and would not cache; its
-  # other part in the matter is that a path is relative where it is used.
+  # Counts our own code except tests, and nothing instantiated from system headers. Inline functions
+  # count wherever they were compiled. The two options are in a specs file, because ccache does not
+  # know them and would refuse to cache. With ccache, paths of tests are relative: the last pattern.
   string(REGEX REPLACE "[^A-Za-z0-9/_-]" "." root_pattern "${PROJECT_SOURCE_DIR}")
   file(CONFIGURE OUTPUT coverage.specs CONTENT "*cc1plus:
 + -fprofile-update=atomic -fprofile-exclude-files=^/usr/;^${root_pattern}/tests/;^[.][.]/[.][.]/tests/
@@ -59,8 +58,8 @@ if(ORVANE_COVERAGE)
   add_link_options(--coverage)
 endif()
 
-# Leaves <name>.debug beside a release program or library and strips a copy of
-# it into stripped/: `cmake --build build/release --target stripped`.
+# orvane_strip(TARGET): for release builds, strips a copy of a program or library into stripped/, with its
+# debug information beside it in <name>.debug: `cmake --build build/release --target stripped`.
 add_custom_target(stripped)
 function(orvane_strip target)
   if(NOT CMAKE_BUILD_TYPE STREQUAL "Release")

@@ -1,7 +1,6 @@
-# The five device libraries as imported names: orvane::ossel, orvane::ovrhost,
-# orvane::webguidb, orvane::lcdpanel, orvane::cooling. With ORVANE_PLATFORM=host
-# they are the ones under platform/; with device each is looked up on the system
-# (CMAKE_PREFIX_PATH or CMAKE_LIBRARY_PATH say where the board's libraries lie).
+# The five device libraries as targets: orvane::ossel, orvane::ovrhost, orvane::webguidb, orvane::lcdpanel,
+# orvane::cooling. With ORVANE_PLATFORM=host they are built from platform/; with device they are searched
+# on the system (CMAKE_PREFIX_PATH or CMAKE_LIBRARY_PATH name the folders of the board's libraries).
 
 set(ORVANE_DEVICE_LIBRARIES ossel ovrhost webguidb lcdpanel cooling)
 
@@ -16,9 +15,8 @@ elseif(NOT ORVANE_PLATFORM STREQUAL "host")
   message(FATAL_ERROR "ORVANE_PLATFORM is \"${ORVANE_PLATFORM}\"; allowed are host and device")
 endif()
 
-# Declares one device library of the host platform:
-#   orvane_device_library(ossel SOURCES ... LIBRARIES ...)
-# Only what the public header declares leaves the library.
+# orvane_device_library(NAME SOURCES ... LIBRARIES ...): one device library of the host platform. It
+# exports only what its public header declares.
 function(orvane_device_library name)
   cmake_parse_arguments(LIB "" "" "SOURCES;LIBRARIES" ${ARGN})
   add_library(${name} SHARED ${LIB_SOURCES})
