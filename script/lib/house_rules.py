@@ -32,7 +32,7 @@ RULES = {
 }
 
 # Not run unless named: what they find is being mended.
-PENDING = ("contracts", "head-comments", "comment-share", "readmes", "named-files")
+PENDING = ("contracts", "head-comments", "comment-share", "readmes")
 
 
 def main(root, *chosen):

@@ -181,9 +181,10 @@ class Documents(Rules):
         self.write("a/b.h")
         self.write("a/c.cpp", '// See b.h, a/b.h, vector.h and a/gone.cpp.\nauto text = "gone.cpp";\n')
         self.write("run.sh", "# As gone.sh does it.\nx=1 " "# (b.h)\n")
-        self.write("README.md", "`a/` [b](a/b.h) `gone/` x/b.h\n```\ngone.cpp\n```\nbuild/gone.txt\n")
+        self.write("README.md", "`a/` [b](a/b.h) `gone/` x/b.h\n```\ngone.cpp\n```\nbuild/gone.txt\n"
+                   "a/b a/gone\n")
         self.assertEqual(sorted(self.findings("named-files")),
-                         ["README.md:1", "README.md:1", "a/c.cpp:1", "a/c.cpp:1", "run.sh:1"])
+                         ["README.md:1", "README.md:1", "README.md:6", "a/c.cpp:1", "a/c.cpp:1", "run.sh:1"])
 
 
 class Names(Rules):

@@ -16,9 +16,11 @@ _SOURCES = ("cpp", "h", "md", "sh", "py", "cmake", "ts", "mjs", "json", "tsv", "
 # stands behind a colon or a wildcard, is a place somewhere else.
 _FILE = re.compile(r"(?<![\w/.$~*{<>@-])((?:[\w.-]+/)*[\w-][\w.-]*\.(?:%s))(?![\w/({<*=-]|\.\w)" % "|".join(_SOURCES))
 _FOLDER = re.compile(r"`((?:[\w.-]+/)+)`")
+# A path from a folder of the root that ends without a suffix: a script, a folder, or a pair of files.
+_PLACE = r"(?<![\w/.$~*{<>@:\"=-])((?:%s)(?:/[\w-]+)+)(?![\w./{(<*-]|\.\w)"
 
 # What is built, and files of redis, systemd and the programs' own state.
-ELSEWHERE = re.compile(r"^(build/|dist/|redis\.conf$|redis-server\.service$|accounts\.json$|[\w/]*[A-Z]{4})")
+ELSEWHERE = re.compile(r"^(build/|(web/)?dist\b|requests/s$|redis\.conf$|redis-server\.service$|accounts\.json$|[\w/]*[A-Z]{4})")
 
 
 def check_readme_in_every_folder(tree):
@@ -31,9 +33,9 @@ def check_readme_in_every_folder(tree):
 
 @functools.cache
 def _endings(tree):
-    """Each file and folder by each of its endings: "c.h", "b/c.h" and "a/b/c.h"."""
+    """Each file, file without suffix and folder by each of its endings: "c.h", "b/c.h" and "a/b/c.h"."""
     found = set()
-    for path in [*tree.files, *tree.folders]:
+    for path in [*tree.files, *(file.rsplit(".", 1)[0] for file in tree.files), *tree.folders]:
         parts = path.split("/")
         found.update("/".join(parts[index:]) for index in range(len(parts)))
     return found
@@ -66,11 +68,13 @@ def is_prose(tree, file):
 
 
 def check_named_files(tree):
+    place = re.compile(_PLACE % "|".join(map(re.escape, sorted(
+        folder for folder in tree.folders if "/" not in folder))))
     for file in tree.files:
         if not is_prose(tree, file):
             continue
         for number, line in prose_of(tree, file):
-            names = _FILE.findall(line)
+            names = _FILE.findall(line) + place.findall(line)
             if file.endswith(".md"):
                 names += _FOLDER.findall(line)
             for name in names:
