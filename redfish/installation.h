@@ -1,4 +1,5 @@
-// The state folder: what an installation keeps from start to start, made at the first one.
+// The state folder: what the first start creates and later starts find. At start, before the loop;
+// all functions throw std::exception on failure.
 #pragma once
 
 #include "redfish/security/accounts.h"
@@ -9,20 +10,21 @@
 
 namespace redfish {
 
+// Name of the account that the first start creates.
 inline constexpr const char* kFirstAccount = "admin";
 
-// Makes the folder, for its owner only, where it is missing. Throws std::exception.
+// Creates the folder, accessible to its owner alone, unless it exists.
 void prepareStateFolder(const std::filesystem::path& folder);
 
-// The UUID of this installation, made up once. Throws std::exception.
+// The UUID of this installation, created on the first call and kept in the folder.
 std::string installationUuid(const std::filesystem::path& folder);
 
-// Makes the account of the administrator where there is none at all, and gives its password,
-// which is kept nowhere else. Throws std::exception.
+// Creates the administrator's account if there is no account at all. Returns its random password,
+// which is stored nowhere.
 std::optional<std::string> makeFirstAccount(Accounts& accounts);
 
-// Tells the first password: on the terminal that the program runs on; where there is none, in a
-// file of the folder that only its owner can read, so that it gets into no log.
+// Shows the first password on the terminal. Without a terminal it is written to a private file of
+// the folder instead, so that it reaches no log.
 void tellFirstPassword(const std::filesystem::path& folder, const std::string& password);
 
 } // namespace redfish

@@ -1,4 +1,3 @@
-// The command line of orvane-redfish.
 #include "redfish/options.h"
 
 #include <CLI/CLI.hpp>

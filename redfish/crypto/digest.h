@@ -9,6 +9,7 @@ namespace redfish {
 // A SHA-256 digest, or a key of its size.
 using Digest = std::array<unsigned char, 32>;
 
+// SHA-256 of the bytes.
 Digest sha256(std::string_view bytes);
 
 // HMAC with SHA-256: a digest that only the holder of `key` can compute.

@@ -79,6 +79,7 @@ struct Response {
     std::shared_ptr<Feed> feed;
 };
 
+// A body that is not shared yet.
 inline Text makeText(std::string text) {
     return std::make_shared<const std::string>(std::move(text));
 }

@@ -12,8 +12,8 @@ namespace {
 
 using Kind = Rule::Kind;
 
-constexpr std::int64_t kShortestTimeout = 30;
-constexpr std::int64_t kLongestTimeout = 86400;
+constexpr std::int64_t kMinTimeoutSeconds = 30;
+constexpr std::int64_t kMaxTimeoutSeconds = 86400;
 
 constexpr std::array kSessionRules{
     Rule{"UserName", Kind::text, true},  Rule{"Password", Kind::secret, true},
@@ -52,7 +52,7 @@ constexpr std::array kAccountRules{
 };
 
 constexpr std::array kSessionServiceRules{
-    Rule{"SessionTimeout", Kind::integer, false, kShortestTimeout, kLongestTimeout},
+    Rule{"SessionTimeout", Kind::integer, false, kMinTimeoutSeconds, kMaxTimeoutSeconds},
     Rule{"Id", Kind::readOnly},
     Rule{"Name", Kind::readOnly},
     Rule{"Description", Kind::readOnly},

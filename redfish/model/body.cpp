@@ -14,7 +14,7 @@ namespace {
 bool nestsTooDeeply(std::string_view text) {
     int depth = 0;
     bool isInText = false;
-    for (std::size_t i = 0; i < text.size() && depth <= kDeepestBody; ++i) {
+    for (std::size_t i = 0; i < text.size() && depth <= kMaxBodyDepth; ++i) {
         if (isInText && text[i] == '\\') {
             ++i;
         } else if (text[i] == '"') {
@@ -25,7 +25,7 @@ bool nestsTooDeeply(std::string_view text) {
             --depth;
         }
     }
-    return depth > kDeepestBody;
+    return depth > kMaxBodyDepth;
 }
 
 // Follows the parser through a body and knows which names it has met in each object.

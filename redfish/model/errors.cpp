@@ -8,7 +8,7 @@ namespace redfish::model {
 
 namespace {
 
-constexpr std::size_t kLongestShown = 64;
+constexpr std::size_t kMaxShownBytes = 64;
 
 std::string retryAfter() {
     return std::to_string(kRetryAfterSeconds);
@@ -87,10 +87,10 @@ Problem problemOf(const client::Error& error) {
 
 std::string shown(const Json& value) {
     std::string text = serialise(value);
-    if (text.size() <= kLongestShown) {
+    if (text.size() <= kMaxShownBytes) {
         return text;
     }
-    std::size_t end = kLongestShown;
+    std::size_t end = kMaxShownBytes;
     // Not in the middle of a character.
     while ((static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U) {
         --end;

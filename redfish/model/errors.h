@@ -1,4 +1,4 @@
-// What is wrong with a request, and how an answer says so.
+// What is wrong with a request, and the body that says so. Any thread.
 #pragma once
 
 #include "client/requester.h"
@@ -10,48 +10,49 @@
 
 namespace redfish::model {
 
-// One thing that is wrong, or, with the message of a success, that is done.
+// One thing that is wrong; with the message of a success, one that is done.
 struct Problem {
     Message message = Message::internalError;
+    // As many as the message has; one too few leaves its "%1" in the text.
     std::vector<std::string> arguments;
     // The property concerned as a JSON pointer into the body, "#/Theme"; empty: none.
     std::string property;
 };
 using Problems = std::vector<Problem>;
 
-// A value, and what is wrong with it. With problems the value means nothing.
+// A value and the problems found in it. With problems the value is meaningless.
 template <class Value>
 struct Checked {
     Value value;
     Problems problems;
 
+    // Whether the value may be used.
     bool isGood() const { return problems.empty(); }
 };
 
-// Seconds after which a client may ask again, in the header Retry-After and in the texts.
+// Seconds after which a client may retry, in the Retry-After header and in messages.
 inline constexpr int kRetryAfterSeconds = 5;
 
-// One element of "@Message.ExtendedInfo".
+// One element of "@Message.ExtendedInfo", with text, severity and resolution.
 Json extendedInfo(const Problem& problem);
 
-// The body of an answer: "error" with "code", "message" and "@Message.ExtendedInfo", one element
-// for each problem, at least one. With several the code is that of "GeneralError".
+// The body of an error: "error" with "code", "message" and one "@Message.ExtendedInfo" element for
+// each problem, at least one. With several problems the code is "GeneralError".
 Json errorBody(const Problems& problems);
 
-// The body of an answer to what has succeeded: "@Message.ExtendedInfo" alone.
+// The body of a success that has no resource to show: "@Message.ExtendedInfo" alone.
 Json successBody(Message message);
 
-// The HTTP status of the answer with these problems, at least one: their own where they agree,
-// otherwise 400.
+// The HTTP status for these problems, at least one: theirs if they agree, otherwise 400.
 int statusOf(const Problems& problems);
 
-// What an answer of the provider that is not "Success" means to the client.
+// Translates an answer of the provider that is not "Success".
 Problem problemOf(const client::Answer& answer);
 
-// The same of an exception of the client library.
+// Translates an exception of the client library.
 Problem problemOf(const client::Error& error);
 
-// A value as a message repeats it: JSON, cut to what is worth reading, always valid UTF-8.
+// A value as messages repeat it: JSON, cut after 64 bytes, always valid UTF-8.
 std::string shown(const Json& value);
 
 } // namespace redfish::model

@@ -1,4 +1,4 @@
-// JSON as the service sends it.
+// JSON as the service sends it. Any thread.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -10,11 +10,11 @@ namespace redfish::model {
 
 using Json = nlohmann::json;
 
-// The bytes of a document: members in the order of their names, no white space, so that equal
-// documents have equal bytes. What is no UTF-8 in a text is replaced by U+FFFD.
+// The bytes of a document: members ordered by name, no white space, so that equal documents have
+// equal bytes and equal entity tags. Bytes of a string that are not UTF-8 become U+FFFD.
 std::string serialise(const Json& document);
 
-// {"@odata.id": address}
+// A link, {"@odata.id": address}.
 Json linkTo(std::string_view address);
 
 } // namespace redfish::model

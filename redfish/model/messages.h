@@ -1,5 +1,5 @@
-// The messages of the service: one table, from which both the answers and the message registry
-// that is served are made. What an error body looks like is told by errors.h.
+// The messages of the service: one table, from which responses and the served message registry are
+// made. Any thread; everything here lives as long as the program.
 #pragma once
 
 #include "redfish/model/json.h"
@@ -11,9 +11,8 @@
 
 namespace redfish::model {
 
-// One for each message of the registry, in the registry's order. Where the standard's general
-// registry has a message of the same meaning, name and arguments are those of the standard; the
-// words are ours.
+// Every message that the service sends, in the order of the table. If the standard's general
+// registry has a message of the same meaning, ours has its name and arguments; the words are ours.
 enum class Message : std::uint8_t {
     success,
     accountRemoved,
@@ -37,7 +36,7 @@ enum class Message : std::uint8_t {
     passwordLength,
     actionNotSupported,
     actionParameterUnknown,
-    // The address, the query and the header of a request.
+    // Address, query and header of a request.
     resourceMissingAtUri,
     resourceNotFound,
     operationNotAllowed,
@@ -50,7 +49,7 @@ enum class Message : std::uint8_t {
     unsupportedMediaType,
     payloadTooLarge,
     headerTooLarge,
-    // Who asks.
+    // The caller, and what he asks too much of.
     noValidSession,
     resourceAtUriUnauthorized,
     insufficientPrivilege,
@@ -61,20 +60,20 @@ enum class Message : std::uint8_t {
     resourceAlreadyExists,
     createLimitReachedForResource,
     lastAdministrator,
-    // The provider of the resource and the way to it.
+    // The provider of the resource, and the way to it.
     providerUnavailable,
     operationTimeout,
     resourceInUse,
     invalidObject,
     providerRefused,
-    // Events that a provider sends.
+    // In events of the provider; the service itself never sends it.
     resourceUpdated,
 };
 
 inline constexpr std::string_view kRegistryPrefix = "Orvane";
 inline constexpr std::string_view kRegistryVersion = "1.0.0";
 
-// What a value may be that stands for a "%1" of a text.
+// What the registry says about a value that replaces "%1".
 enum class ArgumentKind : std::uint8_t { text, number };
 
 struct Argument {
@@ -82,12 +81,17 @@ struct Argument {
     std::string_view meaning;
 };
 
+// One row of the table.
 struct MessageEntry {
     Message message;
-    std::string_view name; // its key in the registry, the last part of the MessageId
-    int status;            // of the HTTP answer that carries it
+    // Its key in the registry, the last part of the MessageId.
+    std::string_view name;
+    // Of the HTTP response that carries it.
+    int status;
+    // "OK", "Warning" or "Critical".
     std::string_view severity;
-    std::string_view text; // with "%1" where the first argument goes, and so on
+    // "%1" stands for the first argument, and so on.
+    std::string_view text;
     std::string_view resolution;
     std::string_view description;
     std::span<const Argument> arguments;
@@ -96,18 +100,19 @@ struct MessageEntry {
 // All messages, in the order of the enumeration.
 std::span<const MessageEntry> messages();
 
+// The row of a message.
 const MessageEntry& entryOf(Message message);
 
-// The row whose key or whose whole MessageId this is, or null.
+// The row of a key or of a whole MessageId; null if there is none.
 const MessageEntry* findMessage(std::string_view nameOrId);
 
-// "Orvane.1.0.Success".
+// The MessageId, "Orvane.1.0.Success".
 std::string messageId(Message message);
 
-// The text with the arguments in place; an argument too few leaves its "%1".
+// The text with its arguments; a missing argument leaves its "%1".
 std::string textOf(Message message, std::span<const std::string> arguments);
 
-// The registry as it is served.
+// The registry as it is served, with every row of the table.
 Json messageRegistry();
 
 } // namespace redfish::model

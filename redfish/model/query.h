@@ -1,4 +1,4 @@
-// The query of a GET: "$select" and "$expand", applied to documents.
+// The query of a GET: "$select" and "$expand", checked and applied to documents. Any thread.
 #pragma once
 
 #include "redfish/model/errors.h"
@@ -12,28 +12,30 @@
 
 namespace redfish::model {
 
-// Which links are followed, one level deep: those outside of "Links", those inside, or both.
+// Which links are expanded, one level deep: those outside of "Links" (`.`), those inside (`~`), or
+// both (`*`).
 enum class Expansion : std::uint8_t { none, noLinks, links, all };
 
 struct Query {
-    std::vector<std::string> selected; // paths such as "Actions/Oem"; empty: everything
+    // Paths such as "Actions/Oem"; empty: everything.
+    std::vector<std::string> selected;
     Expansion expansion = Expansion::none;
 
+    // Whether the document stays as it is.
     bool isPlain() const { return selected.empty() && expansion == Expansion::none; }
 };
 
-// Names and values in the order of the query, percent-decoded. Parameters that begin with "$" and
-// those of the standard's own names ("only", "excerpt") are problems where they are not
-// supported; other names are passed over.
+// Checks names and values of a query, percent-decoded, in their order. Parameters that begin with
+// "$", and the standard's "only" and "excerpt", are problems unless supported; any other name is
+// ignored.
 Checked<Query> checkQuery(const std::vector<std::pair<std::string, std::string>>& parameters);
 
-// Gives the document at an address, as the one who asks may see it; nothing leaves the link as it
-// is.
+// Finds the document at an address, as the caller may see it. Nothing: the link stays a link.
 using Lookup = std::function<std::optional<Json>(const std::string& address)>;
 
-// The document with links replaced by what they lead to, then cut to what is selected. Members
-// that tell what a document is ("@odata.id", "@odata.type", ...) always stay. A selection goes
-// for the members of a collection where they are expanded.
+// Replaces links by the documents that they lead to, then removes what is not selected. Members
+// that identify a document ("@odata.id", "@odata.type", ...) always stay. In a collection whose
+// members are expanded, the selection applies to the members.
 Json applyQuery(Json document, const Query& query, const Lookup& lookup);
 
 } // namespace redfish::model

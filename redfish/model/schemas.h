@@ -1,5 +1,5 @@
-// The schemas that are this product's own, as files that are served. The texts are those of
-// redfish/model/schemas; all live as long as the program.
+// Our own schemas as the service serves them: the files of redfish/model/schemas, compiled in.
+// They live as long as the program.
 #pragma once
 
 #include <string>
@@ -10,12 +10,12 @@ namespace redfish::model {
 // CSDL (XML) and JSON Schema of the WebGUI resource.
 extern const std::string_view kWebGuiCsdl;
 extern const std::string_view kWebGuiJsonSchema;
-// The same of what the manager's "Oem" holds.
+// The same of the manager's "Oem" member.
 extern const std::string_view kManagerCsdl;
 extern const std::string_view kManagerJsonSchema;
 
-// The metadata document (XML): the schema of every type that the service uses, those of the
-// standard by their public addresses.
+// The metadata document (XML): names the schema of every type that the service uses. Those of the
+// standard have their public addresses, ours the addresses of this service.
 std::string metadata();
 
 } // namespace redfish::model

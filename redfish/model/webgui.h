@@ -1,5 +1,5 @@
-// The WebGUI resource as HTTP clients see it, completed from what the provider keeps in the
-// object store: there all values are texts, and the addresses and types are empty.
+// The WebGUI resource as HTTP clients see it. In the object store all values are strings, and
+// addresses, types and targets are empty; here they get their types and are completed. Any thread.
 #pragma once
 
 #include "redfish/model/json.h"
@@ -9,19 +9,20 @@
 
 namespace redfish::model {
 
-using Fields = std::map<std::string, std::string>; // of a hash in the object store
+// Names and values of a hash in the object store.
+using Fields = std::map<std::string, std::string>;
 
-// The hashes of the provider's tree that say something to a client. The actions' may be empty.
+// The hashes of the provider's tree that a client gets to see. Those of the actions may be empty.
 struct StoredWebGui {
     Fields resource;
     Fields turnOffLcd;
     Fields guiReady;
 };
 
-// Texts become booleans and integers as the schema has them; a boolean is true for what begins
-// with "true" in any case, as the provider reads it. A setting that the instance lacks, or that
-// should be an integer and is none, is left out. Fields that are no property (type ids, who made
-// the last change) stay inside.
+// The document. A boolean is true if the string begins with "true" in any case, which is how the
+// provider reads it. Left out: a setting that the instance lacks, an integer that is not one, and
+// fields that are not properties (type ids, who made the last change). Values to choose from stand
+// beside each setting.
 Json webGui(const StoredWebGui& stored);
 
 } // namespace redfish::model

@@ -34,6 +34,7 @@ public:
     }
 
 private:
+    // Shared with the posted work, which may outlive the guard.
     std::shared_ptr<std::atomic<bool>> isAlive_ = std::make_shared<std::atomic<bool>>(true);
 };
 

@@ -26,14 +26,16 @@ public:
     bool submit(std::function<void()> work);
 
 private:
+    // What each thread does until the end.
     void run();
 
     std::size_t maxWaiting_;
-    // Guards the two below.
+    // Guards the queue and the flag below.
     std::mutex mutex_;
     std::deque<std::function<void()>> waiting_;
     bool isStopping_ = false;
     std::condition_variable changed_;
+    // Joined by the destructor.
     std::vector<std::thread> threads_;
 };
 

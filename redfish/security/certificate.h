@@ -1,4 +1,4 @@
-// The certificate that the service shows where none was given.
+// The self-signed certificate that the service uses if none is given. At start, before the loop.
 #pragma once
 
 #include <filesystem>
@@ -8,17 +8,18 @@
 namespace redfish {
 
 struct CertificateFiles {
-    std::filesystem::path certificate; // PEM
+    std::filesystem::path certificate; // PEM, readable by all
     std::filesystem::path key;         // PEM, mode 0600
 };
 
-// The files "certificate.pem" and "key.pem" of the folder. Where one of them is missing, both
-// are made anew: a key on the curve P-256 and a certificate signed with it, valid for ten
-// years, for these names and addresses. Throws std::runtime_error.
+// The files "certificate.pem" and "key.pem" of a folder. If either is missing, both are created: a
+// key on the curve P-256 and a certificate signed with it, valid for ten years.
+//   names  host names and IP addresses of the certificate, at least one; the first is its CN
+// Throws std::runtime_error; also for a key that others may read.
 CertificateFiles ensureCertificate(const std::filesystem::path& folder,
                                    const std::vector<std::string>& names);
 
-// The names by which a machine is reached from itself and by its own name.
+// The names of this machine: its host name, "localhost" and the loopback addresses.
 std::vector<std::string> ownNames();
 
 } // namespace redfish

@@ -1,4 +1,5 @@
-// Files that hold secrets: only their owner may read them, and they are there whole or not.
+// Files that hold secrets: readable by their owner alone, and always complete. Any thread, but one
+// at a time for each file.
 #pragma once
 
 #include <filesystem>
@@ -6,11 +7,11 @@
 
 namespace redfish {
 
-// Replaces the file in one step that outlasts a power cut. Mode 0600. Throws
-// std::runtime_error; the old file stays then.
+// Replaces a file in one step that survives a power cut: writes a new file beside it, syncs it,
+// renames it and syncs the folder. Mode 0600. Throws std::runtime_error and leaves the old file.
 void writePrivateFile(const std::filesystem::path& file, const std::string& text);
 
-// The whole text. Throws std::runtime_error where it cannot be read, or where others than the
+// The whole text of a file. Throws std::runtime_error if it cannot be read, or if anybody but its
 // owner may read or write it.
 std::string readPrivateFile(const std::filesystem::path& file);
 

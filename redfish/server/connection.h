@@ -1,5 +1,5 @@
-// One connection of the server, from its handshake to its end. Included by server.cpp and
-// connection.cpp only, since it brings Asio.
+// One connection of the server, from handshake to end. Brings Asio, so only server.cpp and
+// connection.cpp include it. Thread of the loop only.
 #pragma once
 
 #include "redfish/server/limits.h"
@@ -13,10 +13,11 @@
 
 namespace redfish {
 
+// Concrete types, since the type-erased executor of Asio costs time at each step.
 using Executor = boost::asio::io_context::executor_type;
 using Socket = boost::asio::basic_stream_socket<boost::asio::ip::tcp, Executor>;
 
-// What the server may do with a connection from outside its coroutine.
+// What the server may do to a connection from outside of its coroutine.
 class Connection {
 public:
     using Clock = std::chrono::steady_clock;
@@ -26,33 +27,42 @@ public:
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
 
+    // Whether the present step has taken longer than it may.
     bool isOverdue(Clock::time_point now) const { return now > deadline_; }
-    // Ends whatever it is doing at once.
+    // Ends the connection at once, whatever it is doing.
     virtual void close() = 0;
-    // Ends it when its present request has been answered; at once where there is none.
+    // Ends the connection after its present response; at once if it is idle.
     virtual void finish() = 0;
 
 protected:
+    // Sets the time for the next step.
     void allow(std::chrono::milliseconds time) { deadline_ = Clock::now() + time; }
+    // The next step may take as long as it wants: it has a time-out of its own, or needs none.
     void allowForever() { deadline_ = Clock::time_point::max(); }
 
 private:
     Clock::time_point deadline_ = Clock::time_point::max();
 };
 
-// What the connections of a server share.
+// What the connections of a server share. Outlives all of them.
 struct ConnectionContext {
+    // The loop.
     boost::asio::io_context& io;
     const Limits& limits;
+    // Answers requests that were read, and those that were not.
     Handler handler;
     ErrorResponder errors;
-    std::list<Connection*> open; // all that run
+    // Connections add and remove themselves.
+    std::list<Connection*> open;
+    // No further connection is accepted.
     bool isStopping = false;
-    std::function<void()> onEnd; // called when one has ended
+    // Called when a connection has ended.
+    std::function<void()> onEnd;
 };
 
-// Runs it until it ends; it owns itself. With `tls` (borrowed) the other side has to begin with
-// a handshake; null: in clear.
+// Starts the coroutine of a connection, which owns itself until it ends.
+//   peer  numeric address of the client
+//   tls   borrowed; null: without TLS
 void startConnection(ConnectionContext& context, Socket socket, std::string peer,
                      std::unique_ptr<AddressTable::Visitor> visitor,
                      boost::asio::ssl::context* tls);

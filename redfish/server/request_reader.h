@@ -44,6 +44,7 @@ public:
     bool keepsConnection() const;
 
 private:
+    // Beast's parser, kept out of this header.
     struct Parser;
 
     ReadBuffer& buffer_;

@@ -1,5 +1,5 @@
-// The HTTP server: takes connections, reads requests within limits, has them answered, and
-// writes the answers. What they are answered is left to the handler.
+// The HTTP server: accepts connections, reads requests within limits, calls a handler, writes the
+// responses. Asio and TLS stay in the .cpp.
 #pragma once
 
 #include "redfish/http/message.h"
@@ -8,45 +8,54 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
 
 namespace redfish {
 
 struct ServerOptions {
+    // Numeric.
     std::string address = "127.0.0.1";
-    std::uint16_t port = 0;              // 0: a free one
-    bool isClear = false;                // without TLS: for measurements, loopback only
-    std::filesystem::path certificate{}; // PEM, with its chain; not for a clear one
+    // 0: a free one.
+    std::uint16_t port = 0;
+    // Without TLS: for measurements, on loopback only.
+    bool isClear = false;
+    // PEM, with its chain, and its key; unused without TLS.
+    std::filesystem::path certificate{};
     std::filesystem::path key{};
     Limits limits{};
 };
 
-// Called on the thread of the connections. Gives the answer then or later, exactly once; the
-// request is there until then.
+// Answers a request by calling Respond exactly once, now or later. The request stays valid until
+// then. On the loop's thread.
 using Handler = std::function<void(const Request&, Respond)>;
 
-// What a request that cannot be read is answered: its status, with the content.
+// Makes the response to a request that the server itself refuses.
+//   status  400, 413, 429 or 431
 using ErrorResponder = std::function<Response(unsigned int status)>;
 
 class Server {
 public:
-    // Listens when the constructor returns. Throws std::exception: the address is in use,
-    // a file is unusable, or a clear server is to listen beyond loopback.
+    // Listens when the constructor returns. Throws std::exception: the address is in use, a file
+    // is unusable, or a server without TLS is to listen beyond loopback.
     Server(ServerOptions options, ErrorResponder errors);
     ~Server();
     Server(const Server&) = delete;
     Server& operator=(const Server&) = delete;
 
+    // The port that it listens on.
     std::uint16_t port() const;
 
-    // To the thread of run(). May be called, and the work is dropped, after run() too.
+    // The way to the loop's thread. May be called by any thread as long as the server exists;
+    // before and after run() work waits or is dropped.
     Post post();
 
-    // Serves until stop() or, with `obeysSignals`, SIGTERM or SIGINT; the calling thread is the
-    // one of the connections. What is under way may end then, within a bound.
+    // Runs the loop on the calling thread, which becomes the loop's thread, until stop() or, with
+    // `obeysSignals`, SIGTERM or SIGINT. Requests under way get Limits::farewell to finish.
     void run(Handler handler, bool obeysSignals);
-    void stop(); // any thread
+    // Makes run() return. Any thread.
+    void stop();
 
     struct Implementation;
 

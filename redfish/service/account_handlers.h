@@ -37,19 +37,28 @@ public:
     std::optional<model::Json> document(const Identity& identity, std::string_view address) const;
 
 private:
+    // 200, or 404 for an account that is hidden or does not exist.
     void get(const Call& call, const Respond& respond);
+    // 201 with Location; 400, 409 if the name is taken or the collection full, 503 if too many
+    // passwords are being hashed.
     void post(const Call& call, const Respond& respond);
+    // 200 with the account after the change; 400, 403, 404, 409 for the last administrator, 412,
+    // 503.
     void patch(const Call& call, const Respond& respond);
+    // 200; 404, or 409 for the last administrator.
     void remove(const Call& call, const Respond& respond);
 
     model::Json collection(const Identity& identity) const;
     std::optional<model::Json> member(const Identity& identity, std::string_view name) const;
+    // What post() does once the password has been hashed.
     Response create(const model::NewAccount& wanted, const std::string& hash,
                     const Identity& identity);
+    // Why `identity` may not make a change; empty: it may.
     model::Problems problemsOfChange(const Identity& identity, const Account& account,
                                      const model::AccountChange& change) const;
+    // What patch() does once the password, if any, has been hashed; then `hash` is not empty.
     Response change(const Call& call, const model::AccountChange& change, const std::string& hash);
-    // Calls `done` on the loop's thread, or responds itself if that fails.
+    // Hashes a password and calls `done` on the loop's thread; responds itself if that fails.
     void withHash(const std::string& password, std::function<void(const std::string& hash)> done,
                   const Respond& respond);
 

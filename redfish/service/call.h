@@ -29,7 +29,9 @@ struct Call {
 };
 
 // Answers one call: passes the response to `Respond` exactly once, now or later.
+// It may be called again before it has responded, for another request.
 using Handle = std::function<void(const Call&, const Respond&)>;
+// The rows that a class of handlers adds to the table.
 using Routes = std::vector<Route<Handle>>;
 
 // A member function as a Handle. `handlers` is borrowed and must outlive the routes.

@@ -27,7 +27,9 @@ public:
     std::optional<model::Json> document(std::string_view address) const;
 
 private:
+    // 200: every address of its routes has a document.
     void getFixed(const Call& call, const Respond& respond);
+    // The same after a read of the resource, since the manager's state depends on its outcome.
     void getManager(const Call& call, const Respond& respond);
 
     Facts& facts_;

@@ -51,8 +51,8 @@ constexpr std::array kTraits{
     Trait{.name = "EventFormatType", .member = nullptr},
 };
 
-constexpr int kDeepest = 16;
-constexpr std::size_t kLongest = 1024;
+constexpr int kMaxDepth = 16;
+constexpr std::size_t kMaxBytes = 1024;
 
 // By descent: disjunction, conjunction, negation or parentheses, comparison. Null: unreadable.
 class Reader {
@@ -86,7 +86,7 @@ private:
     }
 
     Pointer readSingle(int depth) {
-        if (depth > kDeepest) {
+        if (depth > kMaxDepth) {
             return nullptr;
         }
         if (takeWord("not")) {
@@ -181,7 +181,7 @@ std::optional<EventFilter> EventFilter::parse(std::string_view text) {
     if (text.empty()) {
         return filter;
     }
-    filter.root_ = text.size() <= kLongest ? Reader(text).readAll() : nullptr;
+    filter.root_ = text.size() <= kMaxBytes ? Reader(text).readAll() : nullptr;
     if (!filter.root_) {
         return std::nullopt;
     }

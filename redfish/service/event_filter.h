@@ -1,4 +1,4 @@
-// "$filter" of an event stream: which events a client wants.
+// "$filter" of an event stream: which events a client wants. Immutable, so any thread.
 #pragma once
 
 #include <memory>
@@ -12,25 +12,30 @@ namespace redfish {
 struct EventTraits {
     std::string messageId;
     std::string registryPrefix;
-    std::string originResource; // address; empty: none
+    // Address; empty: none.
+    std::string originResource;
     std::string eventType;
     std::string resourceType;
 };
 
+// A parsed filter. Copies share the expression.
 class EventFilter {
 public:
     class Node;
 
-    // Comparisons such as "MessageId eq 'Orvane.1.0.Msg000'" of MessageId, RegistryPrefix,
-    // OriginResource, EventType, ResourceType and EventFormatType (always 'Event') with "eq" or
-    // "ne", joined by "and", "or", "not" and parentheses; quotes may be left out round a word.
-    // An empty text takes everything. Nothing for what cannot be read.
+    // Parses comparisons such as "MessageId eq 'Orvane.1.0.Msg000'", joined by "and", "or", "not"
+    // and parentheses. The names are MessageId, RegistryPrefix, OriginResource, EventType,
+    // ResourceType and EventFormatType (always 'Event'), the operators "eq" and "ne". A single
+    // word needs no quotes; within quotes a quote is doubled. An empty text takes every event.
+    // Nothing for a text that cannot be parsed, is longer than 1024 bytes or nests too deeply.
     static std::optional<EventFilter> parse(std::string_view text);
 
+    // Whether the filter lets an event through.
     bool takes(const EventTraits& traits) const;
 
 private:
-    std::shared_ptr<const Node> root_; // null: everything
+    // Null: every event.
+    std::shared_ptr<const Node> root_;
 };
 
 } // namespace redfish

@@ -17,6 +17,8 @@ public:
     Routes routes();
 
 private:
+    // 200 with a feed; 400 for a bad $filter or Last-Event-ID, 501 for another parameter of the
+    // protocol, 503 if too many streams are open.
     void openStream(const Call& call, const Respond& respond);
 
     EventHub& events_;

@@ -9,6 +9,8 @@
 
 namespace redfish {
 
+// Collects what the documents need from those who know it. The one object that tells all handlers
+// whether the provider is there, as far as the last read found out.
 class Facts {
 public:
     // Borrows sessions and authenticator, which must outlive this object.

@@ -33,6 +33,7 @@ std::string allowOf(const std::vector<Method>& methods);
 // Throws std::logic_error, naming the route: an earlier one takes all of its requests.
 [[noreturn]] void refuseUnreachableRoute(Method method, const std::string& path);
 
+// The table of routes, searched from the top.
 template <typename Handle>
 class Router {
 public:

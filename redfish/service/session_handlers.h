@@ -31,13 +31,18 @@ public:
     std::optional<model::Json> document(const Identity& identity, std::string_view address) const;
 
 private:
+    // 200 with the session service after the change, 400.
     void patchService(const Call& call, const Respond& respond);
+    // 200, or 404 for a session that is hidden or does not exist.
     void get(const Call& call, const Respond& respond);
+    // 201 with Location and X-Auth-Token; 400, 401, or 503 if there are too many.
     void post(const Call& call, const Respond& respond);
+    // 204, or 404 as above.
     void remove(const Call& call, const Respond& respond);
 
     model::Json collection(const Identity& identity) const;
     std::optional<model::Json> member(const Identity& identity, std::string_view id) const;
+    // The response to post() once the password has been checked.
     Response signIn(const Call& call, const Identity& identity);
 
     Sessions& sessions_;

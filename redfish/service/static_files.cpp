@@ -35,7 +35,7 @@ const StaticFiles::Known* StaticFiles::load(const fs::path& file) {
     std::error_code failure;
     const fs::file_time_type changed = fs::last_write_time(file, failure);
     const std::uintmax_t size = failure ? 0 : fs::file_size(file, failure);
-    if (failure || size > kLargestFile || !fs::is_regular_file(file, failure)) {
+    if (failure || size > kMaxFileBytes || !fs::is_regular_file(file, failure)) {
         return nullptr;
     }
     Known& known = known_[file.string()];

@@ -13,10 +13,13 @@ namespace redfish {
 
 // How the handlers reach the resource: the calls of Gateway that they need, with its contracts.
 struct WebGuiAccess {
+    // Gateway::read().
     std::function<void(Gateway::Read)> read;
+    // Gateway::change().
     std::function<void(client::SettingValues, std::string user, std::string ifMatch,
                        Gateway::Changed)>
         change;
+    // Gateway::act().
     std::function<void(std::string action, Gateway::Done)> act;
 };
 
@@ -34,8 +37,12 @@ public:
     Routes routes();
 
 private:
+    // 200 with the resource under its tag, whatever is selected; 503 or 504 if it cannot be read.
     void get(const Call& call, const Respond& respond);
+    // 200 with the values in force, and with what was refused if only a part was; 400 and nothing
+    // sent if any value is wrong; 412 if If-Match does not hold.
     void patch(const Call& call, const Respond& respond);
+    // 200 with "Success", or the provider's refusal.
     void turnOffLcd(const Call& call, const Respond& respond);
     void guiReady(const Call& call, const Respond& respond);
     void act(const Call& call, const char* action, const Respond& respond);

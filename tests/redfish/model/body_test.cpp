@@ -45,8 +45,8 @@ TEST(ParseBody, RefusesWhatIsNoObject) {
 }
 
 TEST(ParseBody, RefusesWhatNestsTooDeeply) {
-    EXPECT_THAT(linesOf(parseBody(nested(redfish::model::kDeepestBody)).problems), IsEmpty());
-    EXPECT_THAT(linesOf(parseBody(nested(redfish::model::kDeepestBody + 1)).problems),
+    EXPECT_THAT(linesOf(parseBody(nested(redfish::model::kMaxBodyDepth)).problems), IsEmpty());
+    EXPECT_THAT(linesOf(parseBody(nested(redfish::model::kMaxBodyDepth + 1)).problems),
                 ElementsAre("MalformedJSON"));
     EXPECT_THAT(linesOf(parseBody(nested(20'000)).problems), ElementsAre("MalformedJSON"));
     EXPECT_THAT(linesOf(parseBody(std::string(100'000, '[')).problems),
