@@ -1,12 +1,12 @@
 # bash completion for orvanectl: commands, options, names of settings and their values.
-# The lists repeat what the program knows; a test compares the two.
+# A test compares these lists with the program.
 
 _orvanectl_commands="get set action status events watch request provision"
 _orvanectl_readable="Language ScreenBrightness BacklightOff ActiveAlarmScreensaver InactivityTimer
     MeasurementSystem DateFormat TimeFormat RoomAverage HiLoPeriod Theme InitialBoot"
 _orvanectl_settings="$_orvanectl_readable EventUserName"
 
-# Allowed values of a setting, one a line; nothing where any text is allowed.
+# Allowed values of a setting, one per line; nothing if any text is allowed.
 _orvanectl_values() {
     case $1 in
         ScreenBrightness) printf '%s\n' 1 2 3 4 5 6 7 ;;
@@ -31,8 +31,8 @@ _orvanectl_options() {
     esac
 }
 
-# Offers the values of setting $1 that begin with $2, each behind $3. Blanks are quoted,
-# unless the word was begun with a quote.
+# Offers the values of setting $1 that begin with $2, each after $3. Quotes blanks unless the word
+# begins with a quote.
 _orvanectl_offer_values() {
     local typed=$2 value quoted=
     case $typed in
@@ -46,7 +46,7 @@ _orvanectl_offer_values() {
     done < <(_orvanectl_values "$1")
 }
 
-# Offers "NAME=", and no blank behind it.
+# Offers "NAME=" without a trailing blank.
 _orvanectl_offer_settings() {
     local name
     for name in $_orvanectl_settings; do
@@ -58,7 +58,7 @@ _orvanectl_offer_settings() {
 
 _orvanectl_assignment() {
     local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
-    # bash takes "Theme=da" for three words, unless "=" was taken out of COMP_WORDBREAKS.
+    # bash splits "Theme=da" into three words, unless COMP_WORDBREAKS lacks "=".
     if [[ $current == "=" ]]; then
         _orvanectl_offer_values "$previous" "" ""
     elif [[ $previous == "=" ]]; then
@@ -70,7 +70,7 @@ _orvanectl_assignment() {
     fi
 }
 
-# The command among the words before the current one.
+# Prints the command among the words before the current one.
 _orvanectl_command() {
     local i
     for ((i = 1; i < COMP_CWORD; i++)); do

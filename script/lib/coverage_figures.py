@@ -1,18 +1,18 @@
-"""What of our code the tests have run: reads gcov's counters and judges them folder by folder.
+"""Reads gcov's counters and judges, folder by folder, how much of our code the tests have run.
 
 script/coverage calls it, after the tests:
 
     coverage_figures.py BUILD TRACE FOLDER=LINES[,BRANCHES]...
 
-BUILD is the build folder with the counters. TRACE is written for gcovr, which makes the report
-of it. Of each FOLDER at least LINES per cent of the lines must have been run, and BRANCHES per
-cent of the branches been taken. Prints a table; then, for a folder of which everything is
-asked, each place that is missing. The exit status is 1 when something is missing.
+BUILD is the build folder with the counters. TRACE is written for gcovr, which makes the report. In each
+FOLDER the tests must have run at least LINES per cent of the lines and taken BRANCHES per cent of
+the branches. Prints a table and, for a folder with limits of 100, every missing place. Exit status 1
+if a limit is missed.
 
-Branches that only an exception takes do not count. gcovr itself has a switch for that, but it reads
-gcov's text, where a branch that was never reached no longer says what it is: an inline function
-of a header has such branches in every object but the one whose copy the linker took. gcov's JSON
-always says it, and names the function, so that the copies can be added up.
+Branches that only an exception takes do not count. gcovr has a switch for that, but it reads gcov's
+text, in which a branch that was never reached does not say what kind it is; an inline function of a
+header has such branches in every object except the one whose copy the linker took. gcov's JSON always
+says it and names the function, so that the copies can be added up.
 """
 
 import collections
@@ -26,7 +26,7 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 
 
 class Line:
-    """One line of code: how often it was run, and each of its branches."""
+    """One line of code: how often it was run and each of its branches was taken."""
 
     def __init__(self):
         self.count = 0
@@ -40,7 +40,8 @@ class Line:
                 self.branches[record.get("function_name"), position] += branch["count"]
 
     def forget_idle_copies(self, copies):
-        """Of a template whose other copies were entered, one that was not: its caller lacks a line."""
+        """Drops branches of a template's copies that were never entered while others were; the caller of
+        such a copy already lacks a line."""
         for function, position in list(self.branches):
             if copies.idle(function):
                 del self.branches[function, position]
@@ -64,7 +65,7 @@ class Copies:
 
 
 def gcov_documents(build, folders):
-    """What gcov says of every object that was run or lies in one of these folders.
+    """gcov's documents for every object that was run or is in one of these folders.
 
     Any other may be older than the headers that it includes: nobody needed it built.
     """
@@ -73,7 +74,7 @@ def gcov_documents(build, folders):
              if path.with_suffix(".gcda").exists()
              or str(path.relative_to(build)).startswith(folders)]
     with tempfile.TemporaryDirectory() as folder:
-        # Its status is not asked: an object without a function of ours, or without counters, spoils it.
+        # Ignores the exit status: an object without our functions or without counters makes it fail.
         finished = subprocess.run(
             ["gcov", "--json-format", "--stdout", "--branch-probabilities", *notes],
             cwd=folder, check=False, text=True, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
@@ -106,7 +107,7 @@ def read_counters(build, folders):
 
 
 def write_trace(files, trace):
-    """The form in which gcovr keeps its own figures."""
+    """The figures in gcovr's own format."""
     listed = []
     for name, lines in sorted(files.items()):
         listed.append({"file": name, "functions": [], "lines": [
@@ -129,7 +130,7 @@ def missing_places(files):
 
 
 class Share:
-    """So many of so many, in the table with one decimal that never rounds up."""
+    """A share of a total; printed with one decimal that never rounds up."""
 
     def __init__(self, counts):
         counts = list(counts)
@@ -145,7 +146,7 @@ class Share:
 
 
 def judge(folder, limits, files):
-    """Prints a folder's row and what it lacks; true when it reaches its limits."""
+    """Prints a folder's row; true if it reaches its limits."""
     lines = [line for numbers in files.values() for line in numbers.values()]
     shares = [Share(line.count for line in lines),
               Share(count for line in lines for count in line.branches.values())]

@@ -1,16 +1,16 @@
-"""Judges a soak: is the daemon's memory flat, does it lose descriptors, was every request accounted for?
+"""Judges a soak: does the daemon's memory or number of descriptors grow, is every request accounted for?
 
 script/soak calls it:
 
     soak_report.py SAMPLES PLOT
 
-SAMPLES is what tests/storms/soak.cpp wrote, PLOT the SVG to be made. Prints a table and the
-verdict; the exit status is 1 when one of its points does not hold.
+SAMPLES comes from tests/storms/soak.cpp; PLOT is the SVG to write. Prints a table and the verdict. Exit
+status 1 if a point of the verdict fails.
 
-Flat means: the straight line through the resident memory, by least squares over everything after the
-warm-up (the first fifth of the time), rises at most MEMORY_BOUND KiB from its beginning to its end.
-Descriptors likewise, by DESCRIPTOR_BOUND. Private memory is shown only: pages of a library's file count
-as private as soon as no other process maps them.
+Flat means: the least-squares line through the resident memory after the warm-up (the first fifth of the
+time) rises at most MEMORY_BOUND KiB from start to end. Descriptors likewise, by DESCRIPTOR_BOUND. Private
+memory is shown but not judged: pages of a library's file count as private once no other process maps
+them.
 """
 
 import collections
@@ -21,7 +21,7 @@ from xml.sax.saxutils import escape
 
 WARM_UP = 0.2
 MEMORY_BOUND = 64       # KiB; in half an hour that is less than half a byte a request
-DESCRIPTOR_BOUND = 0.5  # one that is lost halfway lifts the line's end by more
+DESCRIPTOR_BOUND = 0.5  # losing a single one halfway lifts the line's end by more
 
 Sample = collections.namedtuple(
     "Sample", "time rss private descriptors threads asked answered fresh statuses events")
@@ -65,7 +65,7 @@ class Soak:
 
 
 def points(soak):
-    """The points of the verdict: (text, whether it holds)."""
+    """The points of the verdict: (text, does it hold)."""
     memory, descriptors = soak.line("rss"), soak.line("descriptors")
     totals = soak.totals
     told = sum(totals[name] for name in ("nobody", "cut-off", "refused"))
@@ -100,7 +100,7 @@ def table(soak):
 
 
 class Panel:
-    """One curve over the time, with its own scale from `low` to `high`."""
+    """One curve over time, with its own scale from `low` to `high`."""
 
     WIDTH, HEIGHT, LEFT = 760, 110, 90
 
@@ -132,7 +132,7 @@ class Panel:
 
 
 def thinned(pairs, most=300):
-    """At most so many points, each the median of its neighbours, so that the file stays small."""
+    """Thins the points, each the median of its neighbours, to keep the file small."""
     step = -(-len(pairs) // most)
     return [(pairs[i][0], statistics.median(value for _, value in pairs[i:i + step]))
             for i in range(0, len(pairs), step)]
