@@ -55,10 +55,23 @@ holds() {
     esac
 }
 
-# start_part NAME [WORD]...: a process of script/lib/stack.conf, with these words behind its command. Up
-# when this returns; what it gives its users is exported.
+# command_of NAME: puts the words of its command into COMMAND.
+command_of() {
+    local word
+    COMMAND=()
+    for word in $(described "$1" command); do
+        case $word in
+        "''") COMMAND+=("") ;;
+        "{wrapper}") COMMAND+=("${WRAPPER[@]}") ;;
+        *) COMMAND+=("$(filled_in "$word")") ;;
+        esac
+    done
+}
+
+# start_part NAME [WORD]...: starts a process of script/lib/stack.conf, with these words after its
+# command. Returns when the process is up; exports what it gives its users.
 start_part() {
-    local name=$1 path word condition assignment words=()
+    local name=$1 path condition assignment
     shift
     while IFS= read -r path; do
         rm -rf "$(filled_in "$path")"
@@ -66,14 +79,8 @@ start_part() {
     while IFS= read -r path; do
         mkdir -p "$(filled_in "$path")"
     done < <(described "$name" folder)
-    for word in $(described "$name" command); do
-        case $word in
-        "''") words+=("") ;;
-        "{wrapper}") words+=("${WRAPPER[@]}") ;;
-        *) words+=("$(filled_in "$word")") ;;
-        esac
-    done
-    start "$name" "${words[@]}" "$@"
+    command_of "$name"
+    start "$name" "${COMMAND[@]}" "$@"
     while IFS= read -r condition; do
         wait_for "$name" 30 "$(filled_in "$condition")" holds "$name" "$condition"
     done < <(described "$name" ready)
