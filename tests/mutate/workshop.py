@@ -17,6 +17,8 @@ PROGRAMS = {
     "store_test": "store",
     "first_tree_test": "store",
     "service_test": "service",
+    "worker_copies_test": "service",
+    "log_line_memory_test": "service",
     "main_in_process_test": "service",
     "main_test": "service",
 }

@@ -53,7 +53,7 @@ TEST_F(LogLine, AlwaysShowsIntegersOnStandardErrorInDecimal) {
 
 TEST_F(LogLine, ShowsPrintableTextAsItIs) {
     for (const char* text : {"plain", "a\\b", "a\tb", "\"quoted\"", "~", "\u00e9", "\u00c0",
-                             "\u20ac", "\U0001f600", "\u00a0", "\u65e5\u672c"}) {
+                             "\u20ac", "\U0001f600", "\u00a0", "\u65e5\u672c", "\u2003", "\xa0"}) {
         logLine("n", text);
         EXPECT_EQ(output(), "[n]: " + std::string(text) + '\n');
         writeErrorLine(text);
@@ -62,26 +62,23 @@ TEST_F(LogLine, ShowsPrintableTextAsItIs) {
 }
 
 TEST_F(LogLine, ShowsControlCharactersAsTheirNumbers) {
-    const std::pair<std::string, const char*> cases[] = {
+    const std::string csi = "\x9b"; // in an 8-bit character set
+    const std::pair<std::string, std::string> cases[] = {
         {"a\nb", R"(a\x0ab)"},
         {"a\r\nb", R"(a\x0d\x0ab)"},
         {"\x1b[2J", R"(\x1b[2J)"},
         {std::string(1, '\0'), R"(\x00)"},
         {"\x7f\x1f\b", R"(\x7f\x1f\x08)"},
-        {"\x9b"
-         "31m",
-         R"(\x9b31m)"}, // CSI on an 8-bit terminal
-        {"\x9b\x85", R"(\x9b\x85)"},
-        {"\xc2\x9b"
-         "31m",
-         "\xc2"
-         R"(\x9b31m)"}, // the same in UTF-8
+        {csi + "31m", R"(\x9b31m)"},
+        {"\x80\x9f\x85", R"(\x80\x9f\x85)"},
+        {"\xc2" + csi + "31m", "\xc2"
+                               R"(\x9b31m)"}, // in UTF-8
     };
     for (const auto& [text, shown] : cases) {
         logLine("n", text);
-        EXPECT_EQ(output(), "[n]: " + std::string(shown) + '\n');
+        EXPECT_EQ(output(), "[n]: " + shown + '\n');
         writeErrorLine(text, '|');
-        EXPECT_EQ(errors(), std::string(shown) + "|\n");
+        EXPECT_EQ(errors(), shown + "|\n");
     }
 }
 
