@@ -1,4 +1,3 @@
-// See bare.h.
 #include "benchmarks/bare.h"
 
 #include <array>
@@ -14,7 +13,7 @@ constexpr int kUnitId = 1;
 constexpr int kScaleRegister = 100;
 constexpr std::string_view kUpdate = "00002";
 
-// All columns that the daemon writes; its values but one are bound once.
+// All columns that the daemon writes; only one value changes and is bound each time.
 constexpr const char* kUpdateRow =
     "UPDATE \"webgui_tbl\" SET \"InitBoot\" = ?, \"Language\" = ?, \"Brightness\" = ?, "
     "\"BacklightOff\" = ?, \"Screensaver\" = ?, \"Timer\" = ?, \"Measurement\" = ?, "
@@ -140,7 +139,7 @@ void Bare::askUnit() {
 }
 
 void Bare::sendReturnMessage(std::string_view channel) {
-    // In the form of a UUID; other bare programs' have another first half.
+    // In the form of a UUID; the first half tells bare programs apart.
     std::array<char, 37> uuid{};
     std::snprintf(uuid.data(), uuid.size(), "%08zx-0000-4000-8000-%012lx",
                   std::hash<std::string>()(options_.channel) & 0xffffffffU, ++answers_);

@@ -1,7 +1,7 @@
-// The least that answering a request costs: one thread that sends, for each, the redis commands
-// that the daemon sends, and does nothing else; it checks nothing and knows no settings.
+// The least that answering a request costs: one thread that sends the redis commands that the
+// daemon sends for each request, and does nothing else. It checks nothing and knows no settings.
 //
-// That the commands are the daemon's, and as many round trips, is tested (tests/benchmarks).
+// tests/benchmarks compares commands and round trips with the daemon's.
 #pragma once
 
 #include <hiredis/hiredis.h>
@@ -16,11 +16,11 @@ namespace bench {
 
 struct BareOptions {
     std::string socket;
-    std::string channel;  // requests come here
+    std::string channel;  // for requests
     std::string instance; // the resource's key
     bool scale = false;   // compare the scale, as with managing mode 0
-    std::string unit;     // HOST:PORT of a cooling unit that is asked for it first; may be empty
-    std::string database; // a copy of the daemon's settings database; empty: no updates
+    std::string unit;     // HOST:PORT of a cooling unit to ask for it first; may be empty
+    std::string database; // copy of the daemon's settings database; empty: no updates
 };
 
 // The three texts of a request. Borrowed.
@@ -30,16 +30,15 @@ struct BareRequest {
     std::string_view replyChannel;
 };
 
-// Of a payload without escapes, ["id","argument","channel"]; anything else is taken for something
-// wrong.
+// Splits a payload without escapes, ["id","argument","channel"]; other payloads give wrong texts.
 BareRequest splitPayload(std::string_view payload);
 
-// Errors are std::runtime_error.
+// Throws std::runtime_error on errors.
 class Bare {
 public:
     explicit Bare(BareOptions options);
 
-    // Answers requests until the process is ended by a signal.
+    // Answers requests until a signal ends the process.
     [[noreturn]] void serve();
 
 private:

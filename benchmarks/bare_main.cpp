@@ -1,5 +1,5 @@
-// orvane_bench_bare: answers requests on a channel with the daemon's redis commands and no more.
-// Ends by SIGTERM.
+// orvane_bench_bare: answers requests on a channel with the daemon's redis commands and nothing
+// more, until SIGTERM.
 #include "benchmarks/bare.h"
 
 #include <CLI/CLI.hpp>

@@ -1,6 +1,6 @@
-// orvane_bench_fresh: reads of a fresh instance, which need no request. Three ways to the same
-// fields, in turn: one pipelined round trip with hiredis alone (the least), the client library,
-// and hiredis with the two commands one after the other. One line of JSON, in microseconds.
+// orvane_bench_fresh: reads of a fresh instance, which need no request, in three ways that take
+// turns: one pipelined round trip with hiredis alone (the least), the client library, and hiredis
+// with two successive commands. Prints one line of JSON, in microseconds.
 #include "benchmarks/latencies.h"
 #include "client/webgui.h"
 

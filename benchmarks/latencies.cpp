@@ -1,4 +1,3 @@
-// See latencies.h.
 #include "benchmarks/latencies.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// Latencies of many requests, and what is told of them.
+// Latencies of many requests, and their statistics.
 #pragma once
 
 #include <chrono>
@@ -17,11 +17,12 @@ public:
     void add(Clock::duration latency);
     std::size_t count() const { return nanoseconds_.size(); }
 
-    // In microseconds: the least latency that this share (0 to 1) of all does not exceed. 0
-    // where there is none. Sorts.
+    // The latency, in microseconds, that this share (0 to 1) of all does not exceed; 0 if there are
+    // none. Sorts.
     double percentile(double share);
 
-    // Members of a JSON object, in microseconds: "p50": 1.234, "p99": ..., "p999": ..., "max": ...
+    // The members of a JSON object, in microseconds: "p50": 1.234, "p99": ..., "p999": ..., "max":
+    // ...
     void write(std::ostream& out);
 
 private:

@@ -1,5 +1,5 @@
-// See load.h. Of the two connections only that is waited for from which something is to come:
-// the reply to a publication is read with what follows it, and wakes nobody.
+// Waits only on the connection that the next event must come from: the reply to a publication is
+// read along with what follows it and never causes a wake-up.
 #include "benchmarks/load.h"
 
 #include <algorithm>
@@ -18,7 +18,7 @@ namespace {
 constexpr int kSilenceMilliseconds = 20'000;
 constexpr const char* kEcho = "echo";
 
-// In the form of a UUID, of this process and with a number at its end: as long as a requester's.
+// As long as a requester's UUID: made of the process id and a number.
 constexpr std::size_t kNumberDigits = 12;
 
 std::string numberedUuid(std::size_t number) {
@@ -171,8 +171,8 @@ void LoadGenerator::waitForSomething() {
     }
 }
 
-// What is published on one connection arrives in its order: an echo of our own comes after every
-// answer that redis has taken before it.
+// Publications of one connection arrive in order, so our own echo follows every answer that redis
+// accepted before it.
 void LoadGenerator::collectLate() {
     commands_.ask({"PUBLISH", replyChannel(0) + kEcho, kEcho});
     while (!echoed_) {
@@ -180,7 +180,7 @@ void LoadGenerator::collectLate() {
     }
 }
 
-// Nobody waits for the reply to a publication, which would tell it too.
+// The reply to a publication would say so too, but nothing waits for it.
 void LoadGenerator::checkThatSomebodyListens() {
     if (commands_.ask({"PUBSUB", "NUMSUB", options_.channel}).integer == 0) {
         throw std::runtime_error("nobody listens on " + options_.channel);

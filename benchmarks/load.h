@@ -1,5 +1,5 @@
-// The load generator: one thread that keeps a number of clients' requests in flight and measures
-// each from publishing it to having read its return message.
+// The load generator: one thread that keeps the requests of several clients in flight and measures
+// each from its publication until its return message has been read.
 #pragma once
 
 #include "benchmarks/latencies.h"
@@ -26,20 +26,19 @@ struct LoadOptions {
 struct LoadResult {
     Latencies latencies;
     std::uint64_t sent = 0;     // warm-up included
-    std::uint64_t answered = 0; // by a return message that says "Success"
-    std::uint64_t refused = 0;  // by one that says anything else
+    std::uint64_t answered = 0; // with "Success"
+    std::uint64_t refused = 0;  // with any other message
     std::uint64_t unasked = 0;  // answers beyond the first to a request
     double seconds = 0.0;       // from the first measured request to the last answer
 };
 
-// A client is a reply channel with at most one request on its way. Requests of all clients go
-// over one connection, pipelined; answers come over another; a return message is fetched over the
-// first one again.
+// A client is a reply channel with at most one request in flight. All requests are pipelined over
+// one connection; answers come over another; return messages are fetched over the first.
 class LoadGenerator {
 public:
     explicit LoadGenerator(LoadOptions options);
 
-    // Throws std::runtime_error when redis, or the provider, stays silent, or nobody listens.
+    // Throws std::runtime_error if redis or the provider stays silent, or nobody listens.
     LoadResult run();
 
 private:
@@ -72,8 +71,8 @@ private:
     RedisSocket answers_;
     std::vector<Client> clients_;
     std::deque<Expected> expected_;
-    unsigned int fetches_ = 0; // return messages on their way
-    unsigned int waiting_ = 0; // clients whose request is on its way
+    unsigned int fetches_ = 0; // return messages being fetched
+    unsigned int waiting_ = 0; // clients with a request in flight
     bool echoed_ = false;
     Clock::time_point begin_;
     Clock::time_point end_;

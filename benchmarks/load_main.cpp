@@ -1,5 +1,5 @@
 // orvane_bench_load: runs one load and prints its figures as one line of JSON; times are in
-// microseconds where nothing else is said.
+// microseconds unless named otherwise.
 #include "benchmarks/load.h"
 
 #include <CLI/CLI.hpp>

@@ -1,5 +1,5 @@
-// Loaded in front of the C library (LD_PRELOAD), makes the daemon's fixed pauses return at once:
-// what then is left of a start-up or an update is work.
+// Preloaded in front of the C library, makes the daemon's fixed pauses return at once, which leaves
+// only the work of a start-up or an update.
 extern "C" {
 
 [[gnu::visibility("default")]] int usleep(unsigned int /*microseconds*/) {

@@ -1,5 +1,5 @@
-// orvane_bench_start FILE MARKER COMMAND...: becomes COMMAND, and a child of its own writes into
-// FILE after how many microseconds MARKER was there.
+// orvane_bench_start FILE MARKER COMMAND...: becomes COMMAND, while a child process writes to FILE
+// how many microseconds later MARKER existed.
 #include <array>
 #include <cerrno>
 #include <chrono>
@@ -16,7 +16,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// Of the folder in which the marker will be made.
+// Watches the folder in which the marker will appear.
 int watch(const std::string& marker) {
     const int descriptor = ::inotify_init1(IN_CLOEXEC);
     const std::string folder = marker.substr(0, marker.rfind('/'));
