@@ -1,4 +1,3 @@
-// What is made at the first start, and found again at the next.
 #include "redfish/installation.h"
 
 #include "client/uuid.h"
@@ -42,13 +41,13 @@ std::optional<std::string> makeFirstAccount(Accounts& accounts) {
 void tellFirstPassword(const std::filesystem::path& folder, const std::string& password) {
     if (::isatty(STDOUT_FILENO) == 1) {
         std::cout << "First start. Sign in as " << kFirstAccount << " with the password "
-                  << password << "\nIt is shown this once; change it soon." << std::endl;
+                  << password << "\nIt is shown only once; change it soon." << std::endl;
         return;
     }
     const std::filesystem::path file = folder / "first-password";
     writePrivateFile(file, password + "\n");
     std::cout << "First start. Sign in as " << kFirstAccount << "; the password is in "
-              << file.string() << ": change it soon, and remove the file" << std::endl;
+              << file.string() << ": change it soon and remove the file" << std::endl;
 }
 
 } // namespace redfish

@@ -1,4 +1,4 @@
-// orvane-redfish: puts the parts together and runs them until a signal ends them.
+// orvane-redfish: assembles the parts and runs them until a signal.
 #include "client/address.h"
 #include "redfish/gateway/event_reader.h"
 #include "redfish/installation.h"
@@ -13,7 +13,7 @@
 
 namespace {
 
-// One password at a time: each takes a core and megabytes.
+// One password at a time, since each takes a core and megabytes.
 constexpr std::size_t kCheckThreads = 1;
 constexpr std::size_t kMaxChecks = 16;
 
@@ -47,7 +47,7 @@ void serve(const redfish::Options& options) {
     if (const std::optional<std::string> password = redfish::makeFirstAccount(accounts)) {
         redfish::tellFirstPassword(options.state, *password);
     }
-    // Ends last: what the threads of the others still have to say goes to it.
+    // Ends last, since the threads of the other parts post to it.
     redfish::Server server(serverOptions(options), [&options](unsigned int status) {
         return redfish::unreadableResponse(status, options.limits.headerBytes,
                                            options.limits.bodyBytes);

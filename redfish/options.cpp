@@ -11,18 +11,18 @@ void addLimits(CLI::App& app, Options& options) {
         ->capture_default_str()
         ->check(CLI::Range(1, 100'000));
     app.add_option("--max-connections-per-address", options.limits.connectionsPerAddress,
-                   "Connections at once of one address")
+                   "Connections of one address at once")
         ->capture_default_str()
         ->check(CLI::Range(1, 100'000));
     app.add_option("--max-streams", options.streams, "Event streams at once")
         ->capture_default_str()
         ->check(CLI::Range(1, 100'000));
     app.add_option("--request-rate", options.limits.requestsPerSecond,
-                   "Requests a second of one address on the average; 0: without limit")
+                   "Average requests a second of one address; 0: no limit")
         ->capture_default_str()
         ->check(CLI::Range(0.0, 1e6));
     app.add_option("--request-burst", options.limits.burst,
-                   "Requests of one address at once before the rate counts")
+                   "Requests that one address may send at once before the rate applies")
         ->capture_default_str()
         ->check(CLI::Range(1.0, 1e6));
 }
@@ -39,27 +39,31 @@ Parsed parseOptions(int argc, const char* const* argv, Options& options) {
     app.add_option("--port", options.port, "Port to listen on; 0: a free one")
         ->capture_default_str();
     app.add_flag("--clear-text", options.isClear,
-                 "HTTP without TLS, on a loopback address only: for measurements");
+                 "Serve HTTP without TLS, on a loopback address only, for measurements");
     app.add_option("--state", options.state, "Folder of accounts, certificate and key")
         ->capture_default_str();
     app.add_option("--web", options.web, "Folder of the web page")->check(CLI::ExistingDirectory);
     app.add_option("--store", options.store,
-                   "Object store, unix:PATH or tcp:HOST:PORT; without it as OSSEL_REDIS says");
+                   "Object store, unix:PATH or tcp:HOST:PORT; default: OSSEL_REDIS");
     CLI::Option* const certificate =
         app.add_option("--certificate", options.certificate,
-                       "Certificate with its chain (PEM); without it a self-signed one is made")
+                       "Certificate with its chain (PEM); default: a self-signed one")
             ->check(CLI::ExistingFile);
-    CLI::Option* const key =
-        app.add_option("--key", options.key, "Its key (PEM)")->check(CLI::ExistingFile);
+    CLI::Option* const key = app.add_option("--key", options.key, "Key of the certificate (PEM)")
+                                 ->check(CLI::ExistingFile);
     certificate->needs(key);
     key->needs(certificate);
     app.add_option_function<unsigned int>(
            "--timeout",
            [&options](unsigned int seconds) { options.timeout = std::chrono::seconds(seconds); },
-           "Seconds for which the provider's answer is waited for")
+           "Seconds to wait for the provider's answer")
         ->default_str("10")
         ->check(CLI::Range(1U, 300U));
     addLimits(app, options);
+    app.failure_message([](const CLI::App*, const CLI::Error& error) {
+        return "orvane-redfish: " + std::string(error.what()) +
+               "; `orvane-redfish --help` lists the options\n";
+    });
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

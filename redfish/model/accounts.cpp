@@ -1,4 +1,3 @@
-// The rules of sessions and accounts.
 #include "redfish/model/accounts.h"
 
 #include "redfish/model/services.h"
@@ -62,7 +61,7 @@ constexpr std::array kSessionServiceRules{
     Rule{"Oem", Kind::group},
 };
 
-// The body, when it follows the rules.
+// Parses a body and checks its members.
 Checked<Json> parse(std::string_view text, std::span<const Rule> rules) {
     Checked<Json> parsed = parseBody(text);
     if (parsed.isGood()) {
@@ -71,7 +70,7 @@ Checked<Json> parse(std::string_view text, std::span<const Rule> rules) {
     return parsed;
 }
 
-// A text of the body; empty where there is none.
+// A string of the body; empty if missing or of another type.
 std::string textIn(const Json& body, const char* name) {
     const auto member = body.find(name);
     return member != body.end() && member->is_string() ? member->get<std::string>() : std::string();

@@ -1,4 +1,3 @@
-// Reading and checking bodies. Which members there are is left to the callers.
 #include "redfish/model/body.h"
 
 #include <algorithm>
@@ -9,8 +8,8 @@ namespace redfish::model {
 
 namespace {
 
-// Looked at before the parser is, which would build all of it first. What is no JSON may be
-// counted wrongly.
+// Checks the depth first: the parser would build the whole tree. May miscount text that is not
+// JSON, which the parser then refuses.
 bool nestsTooDeeply(std::string_view text) {
     int depth = 0;
     bool isInText = false;
@@ -28,7 +27,7 @@ bool nestsTooDeeply(std::string_view text) {
     return depth > kMaxBodyDepth;
 }
 
-// Follows the parser through a body and knows which names it has met in each object.
+// Follows the parser through a body and collects names that an object has twice.
 class Watcher {
 public:
     bool operator()(Json::parse_event_t event, const Json& parsed) {
@@ -122,7 +121,7 @@ Checked<Json> parseBody(std::string_view text) {
         return {{}, {{Message::malformedJson, {}, {}}}};
     }
     Watcher watcher;
-    // By reference: the parser copies what it calls.
+    // The lambda holds a reference, since the parser copies its callback.
     const Json body = Json::parse(
         text,
         [&watcher](int /*depth*/, Json::parse_event_t event, Json& parsed) {

@@ -1,4 +1,4 @@
-// The beginning of every document, and the collections.
+// The members that every document begins with, and the collections.
 #include "redfish/model/addresses.h"
 #include "redfish/model/document.h"
 #include "redfish/model/services.h"
@@ -40,12 +40,12 @@ Json collection(std::string_view address, std::string_view type, std::string_vie
 
 Json sessions(const std::vector<std::string>& ids) {
     return collection(kSessions, "SessionCollection.SessionCollection", "Sessions",
-                      "Who is signed in.", addressesOf(kSessions, ids));
+                      "The sessions that are open.", addressesOf(kSessions, ids));
 }
 
 Json accounts(const std::vector<std::string>& userNames) {
     return collection(kAccounts, "ManagerAccountCollection.ManagerAccountCollection", "Accounts",
-                      "Who may sign in.", addressesOf(kAccounts, userNames));
+                      "The accounts that may sign in.", addressesOf(kAccounts, userNames));
 }
 
 Json roleCollection() {
@@ -53,8 +53,8 @@ Json roleCollection() {
     for (const RoleEntry& each : roles()) {
         members.push_back(memberOf(kRoles, each.id));
     }
-    return collection(kRoles, "RoleCollection.RoleCollection", "Roles", "What an account may do.",
-                      members);
+    return collection(kRoles, "RoleCollection.RoleCollection", "Roles",
+                      "The roles that an account may have.", members);
 }
 
 Json managers() {
@@ -64,13 +64,13 @@ Json managers() {
 
 Json registries() {
     return collection(kRegistries, "MessageRegistryFileCollection.MessageRegistryFileCollection",
-                      "Registries", "The registry that all messages of this service come from.",
+                      "Registries", "The registry of the messages of this service.",
                       {std::string(kRegistryFile)});
 }
 
 Json jsonSchemas() {
     return collection(kJsonSchemas, "JsonSchemaFileCollection.JsonSchemaFileCollection",
-                      "JSON schemas", "The schemas that are this product's own.",
+                      "JSON schemas", "The schemas defined by this product.",
                       {std::string(kManagerSchemaFile), std::string(kWebGuiSchemaFile)});
 }
 

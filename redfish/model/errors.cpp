@@ -1,5 +1,3 @@
-// Error bodies, and the translation of what the provider and the way to it say.
-// The texts are left to messages.cpp.
 #include "redfish/model/errors.h"
 
 #include <algorithm>
@@ -57,7 +55,7 @@ int statusOf(const Problems& problems) {
 Problem problemOf(const client::Answer& answer) {
     for (const Message message :
          {Message::internalError, Message::invalidObject, Message::actionNotSupported}) {
-        // An answer with other arguments than its message has is none that could be shown.
+        // Without the arguments of its message the answer could not be shown.
         if (answer.messageId == entryOf(message).name &&
             answer.arguments.size() == entryOf(message).arguments.size()) {
             return {message, answer.arguments, {}};
@@ -70,7 +68,7 @@ Problem problemOf(const client::Error& error) {
     if (const auto* const answered = dynamic_cast<const client::AnsweredOtherwise*>(&error)) {
         return problemOf(answered->answer);
     }
-    // What lacks in the store is what a provider brings when it starts.
+    // What is missing from the store, the provider writes when it starts.
     if (dynamic_cast<const client::NobodyThere*>(&error) != nullptr ||
         dynamic_cast<const client::StoreUnreachable*>(&error) != nullptr ||
         dynamic_cast<const client::StoreContents*>(&error) != nullptr) {
@@ -91,7 +89,7 @@ std::string shown(const Json& value) {
         return text;
     }
     std::size_t end = kMaxShownBytes;
-    // Not in the middle of a character.
+    // Do not cut inside of a UTF-8 sequence.
     while ((static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U) {
         --end;
     }

@@ -1,4 +1,3 @@
-// Completes an event of the store. How a stream sends it is left to the server.
 #include "redfish/model/events.h"
 
 #include "redfish/model/addresses.h"

@@ -1,4 +1,4 @@
-// Which fixed document lies where. The documents are made elsewhere.
+// The table of documents by address.
 #include "redfish/model/addresses.h"
 #include "redfish/model/services.h"
 
@@ -14,7 +14,7 @@ struct Row {
     Json (*make)(const ServiceFacts& facts);
 };
 
-// A document that the facts do not change.
+// Adapts a document that does not depend on the facts.
 template <Json (*make)()>
 Json constant(const ServiceFacts& /*facts*/) {
     return make();

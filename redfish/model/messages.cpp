@@ -57,7 +57,7 @@ constexpr std::string_view kSeeSchema =
     "Check the property in the schema of the resource, correct the request and send it again.";
 constexpr std::string_view kAskLater = "Send the request again later.";
 
-// message, key, status, severity, text, resolution, description, arguments
+// One row: message, key, status, severity, text, resolution, description, arguments.
 // clang-format off
 constexpr std::array kMessages{
     MessageEntry{Message::success, "Success", 200, kOk,
@@ -275,7 +275,7 @@ std::string textOf(Message message, std::span<const std::string> arguments) {
     const std::string_view pattern = entryOf(message).text;
     std::string text;
     for (std::size_t i = 0; i < pattern.size(); ++i) {
-        // No message has more than nine arguments.
+        // One digit suffices: no message has more than nine arguments.
         if (pattern[i] == '%' && i + 1 < pattern.size() && pattern[i + 1] >= '1' &&
             pattern[i + 1] <= '9') {
             const auto number = static_cast<std::size_t>(pattern[i + 1] - '1');

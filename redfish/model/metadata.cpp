@@ -1,5 +1,3 @@
-// The metadata document. The schema files themselves are left to their publishers, ours to
-// redfish/model/schemas.
 #include "redfish/model/schemas.h"
 
 #include "redfish/model/addresses.h"
@@ -10,11 +8,12 @@ namespace redfish::model {
 
 namespace {
 
-// A schema file and what of it the documents use: a namespace without a version, and one with.
+// A schema file of the standard and the namespaces that our documents use: without a version, then
+// with one, which may be empty.
 struct Reference {
     std::string_view file;
     std::string_view first;
-    std::string_view second; // may be empty
+    std::string_view second;
 };
 
 constexpr std::string_view kPublic = "http://redfish.dmtf.org/schemas/v1/";

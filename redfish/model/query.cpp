@@ -1,4 +1,3 @@
-// Reads a query and applies it. Splitting it into its parameters is left to the caller.
 #include "redfish/model/query.h"
 
 #include <algorithm>
@@ -11,7 +10,7 @@ namespace {
 
 constexpr std::string_view kLevels = "$levels=";
 
-// Query parameters of the standard that this service does not have.
+// Query parameters of the standard without "$" that this service does not support.
 constexpr std::array<std::string_view, 2> kUnsupported{"only", "excerpt"};
 
 bool isPathLetter(char letter) {
@@ -84,7 +83,7 @@ void readExpand(const std::string& name, const std::string& value, Checked<Query
     }
 }
 
-// Whether this is a link and nothing else.
+// Whether a value is nothing but a link.
 bool isLink(const Json& value) {
     return value.is_object() && value.size() == 1 && value.contains("@odata.id") &&
            value["@odata.id"].is_string();
@@ -94,7 +93,7 @@ class Expander {
 public:
     Expander(Expansion expansion, const Lookup& lookup) : expansion_(expansion), lookup_(lookup) {}
 
-    // Follows the links of a value that itself is no link.
+    // Expands the links inside of a value that is not a link itself.
     void expand(Json& value, bool isInLinks) const {
         if (value.is_array()) {
             for (Json& element : value) {
@@ -126,7 +125,7 @@ private:
     const Lookup& lookup_;
 };
 
-// Whether a member says what the object is, or is an annotation of a selected member.
+// Whether a member identifies the document, so that no selection removes it.
 bool staysAnyway(std::string_view name) {
     return name.starts_with("@") || name == "Members@odata.count";
 }

@@ -1,4 +1,4 @@
-// Where the registry and the schemas of this product are to be had as files.
+// The documents that say where registry and schemas are served as files.
 #include "redfish/model/addresses.h"
 #include "redfish/model/document.h"
 #include "redfish/model/services.h"
@@ -25,9 +25,8 @@ Json schemaFile(std::string_view address, std::string_view schema, std::string_v
 } // namespace
 
 Json registryFile() {
-    Json document =
-        resource(kRegistryFile, "MessageRegistryFile.v1_1_5.MessageRegistryFile",
-                 "Registry Orvane.1.0.0", "Where the messages of this service are told.");
+    Json document = resource(kRegistryFile, "MessageRegistryFile.v1_1_5.MessageRegistryFile",
+                             "Registry Orvane.1.0.0", "Where to get the messages of this service.");
     document["Registry"] = "Orvane.1.0";
     document["Languages"] = Json::array({"en"});
     document["Location"] = locationOf(kMessageRegistry);
@@ -41,7 +40,7 @@ Json webGuiSchemaFile() {
 
 Json managerSchemaFile() {
     return schemaFile(kManagerSchemaFile, "#OrvaneManager.v1_0_0.Orvane", kManagerSchema,
-                      "The schema of what the manager holds under Oem.");
+                      "The schema of the manager's Oem member.");
 }
 
 } // namespace redfish::model

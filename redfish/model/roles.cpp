@@ -21,8 +21,8 @@ constexpr std::array kRoles{
     RoleEntry{Role::administrator, "Administrator",
               "Reads and changes everything, accounts included.", kAdministrator},
     RoleEntry{Role::operatorRole, "Operator",
-              "Reads everything, changes the settings and the own password.", kOperator},
-    RoleEntry{Role::readOnly, "ReadOnly", "Reads everything, changes the own password only.",
+              "Reads everything, changes settings and its own password.", kOperator},
+    RoleEntry{Role::readOnly, "ReadOnly", "Reads everything, changes only its own password.",
               kReadOnly},
 };
 

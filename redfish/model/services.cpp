@@ -40,7 +40,7 @@ Json versions() {
 
 Json serviceRoot(const ServiceFacts& facts) {
     Json root = resource(kServiceRoot, "ServiceRoot.v1_15_0.ServiceRoot", "Service root",
-                         "Where every way through this service begins.");
+                         "The entry point of this service.");
     root["Id"] = "RootService";
     root["RedfishVersion"] = kRedfishVersion;
     root["Vendor"] = "Orvane";
@@ -74,7 +74,7 @@ Json odata() {
 
 Json sessionService(const ServiceFacts& facts) {
     Json service = resource(kSessionService, "SessionService.v1_1_9.SessionService",
-                            "Session service", "Signing in and out.");
+                            "Session service", "Creates and ends sessions.");
     service["ServiceEnabled"] = true;
     service["SessionTimeout"] = facts.sessionTimeout.count();
     service["Sessions"] = linkTo(kSessions);
@@ -84,7 +84,7 @@ Json sessionService(const ServiceFacts& facts) {
 
 Json session(const SessionFacts& facts) {
     Json session = resource(memberOf(kSessions, facts.id), "Session.v1_7_2.Session",
-                            "Session of " + facts.userName, "Somebody who is signed in.");
+                            "Session of " + facts.userName, "A user who is signed in.");
     session["UserName"] = facts.userName;
     session["Password"] = nullptr;
     session["SessionType"] = "Redfish";
@@ -98,7 +98,7 @@ Json session(const SessionFacts& facts) {
 
 Json accountService(const ServiceFacts& facts) {
     Json service = resource(kAccountService, "AccountService.v1_15_4.AccountService",
-                            "Account service", "Accounts, roles, and what passwords must be.");
+                            "Account service", "Accounts, roles, and the rules for passwords.");
     service["ServiceEnabled"] = true;
     service["Status"] = status(true);
     service["Accounts"] = linkTo(kAccounts);
@@ -117,7 +117,7 @@ Json accountService(const ServiceFacts& facts) {
 Json account(const AccountFacts& facts) {
     Json account =
         resource(memberOf(kAccounts, facts.userName), "ManagerAccount.v1_12_3.ManagerAccount",
-                 "Account of " + facts.userName, "Somebody who may sign in.");
+                 "Account of " + facts.userName, "A user who may sign in.");
     account["UserName"] = facts.userName;
     account["Password"] = nullptr;
     account["RoleId"] = facts.roleId;
@@ -145,7 +145,7 @@ Json role(const RoleEntry& entry) {
 
 Json manager(const ServiceFacts& facts) {
     Json manager = resource(kManager, "Manager.v1_19_3.Manager", "Controller",
-                            "The controller of the cooling unit, which carries the panel.");
+                            "The controller of the cooling unit, with its panel.");
     manager["ManagerType"] = "ManagementController";
     manager["FirmwareVersion"] = facts.version;
     manager["Status"] = status(facts.isProviderThere);
@@ -159,7 +159,7 @@ Json manager(const ServiceFacts& facts) {
 
 Json eventService(const ServiceFacts& facts) {
     Json service = resource(kEventService, "EventService.v1_10_3.EventService", "Event service",
-                            "Tells changes as they happen, as a stream of server-sent events.");
+                            "Reports changes as a stream of server-sent events.");
     service["ServiceEnabled"] = true;
     service["Status"] = status(facts.isProviderThere);
     service["ServerSentEventUri"] = kEventStream;

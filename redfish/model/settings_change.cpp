@@ -1,4 +1,3 @@
-// The rules of the WebGUI resource's properties are those of the settings' table.
 #include "redfish/model/settings_change.h"
 
 #include "client/names.h"
@@ -24,7 +23,7 @@ Rule ruleFor(const client::Setting& setting) {
     case client::Kind::boolean:
         return {setting.name, Rule::Kind::boolean};
     case client::Kind::integer:
-        // The allowed values ascend without a gap.
+        // The allowed values ascend without gaps.
         return {setting.name, Rule::Kind::integer, false, numberIn(setting.allowed.front()),
                 numberIn(setting.allowed.back())};
     default:
@@ -43,12 +42,12 @@ std::vector<Rule> rules() {
     return all;
 }
 
-// As the provider takes it.
+// The value as the provider takes it.
 std::string textOfValue(const Json& value) {
     return value.is_string() ? value.get<std::string>() : value.dump();
 }
 
-// What is wrong with a value whose type is right.
+// The problem with a value of the right type, if any.
 Problems checkAgainst(const client::Setting& setting, const Json& value) {
     const std::string name(setting.name);
     switch (client::faultOf(setting, textOfValue(value))) {
@@ -93,7 +92,7 @@ Checked<client::SettingValues> checkSettingsPatch(std::string_view body) {
         result.problems.insert(result.problems.end(), problems.begin(), problems.end());
         result.value.emplace_back(setting->name, textOfValue(*member));
     }
-    // An empty "Oem" is a member, yet changes nothing.
+    // The body may hold nothing but an empty "Oem".
     if (result.isGood() && result.value.empty()) {
         result.problems.push_back({Message::noOperation, {}, {}});
     }

@@ -1,4 +1,3 @@
-// Completes the stored instance. What may be written into it is left to settings_change.cpp.
 #include "redfish/model/webgui.h"
 
 #include "client/names.h"
@@ -24,7 +23,7 @@ bool beginsWithTrue(std::string_view text) {
         return false;
     }
     for (std::size_t i = 0; i < kTrue.size(); ++i) {
-        // Letters of ASCII only: this bit is all that their cases differ in.
+        // This bit tells the cases of an ASCII letter apart.
         if ((static_cast<unsigned char>(text[i]) | 0x20U) != static_cast<unsigned char>(kTrue[i])) {
             return false;
         }
@@ -32,7 +31,7 @@ bool beginsWithTrue(std::string_view text) {
     return true;
 }
 
-// Null for what should be an integer and is none.
+// Null for an integer that is not one.
 Json valueOf(client::Kind kind, std::string_view text) {
     if (kind == client::Kind::boolean) {
         return beginsWithTrue(text);
@@ -45,7 +44,7 @@ Json valueOf(client::Kind kind, std::string_view text) {
     return failure == std::errc() && end == text.data() + text.size() ? Json(number) : Json();
 }
 
-// What a client may choose from stands beside the value.
+// Lists the allowed values beside the value.
 void addChoice(Json& document, const client::Setting& setting) {
     const std::string name(setting.name);
     if (setting.allowed.empty() || setting.kind == client::Kind::boolean) {

@@ -24,7 +24,7 @@ Account accountFrom(const nlohmann::json& json) {
                     .isEnabled = json.at("enabled").get<bool>(),
                     .hash = json.at("hash").get<std::string>()};
     if (!role || !isAccountName(account.name)) {
-        throw std::runtime_error("an account has no usable name or role");
+        throw std::runtime_error("an account has an invalid name or role");
     }
     return account;
 }
@@ -52,8 +52,8 @@ void Accounts::read() {
             accounts_.push_back(accountFrom(each));
         }
     } catch (const std::exception& error) {
-        throw std::runtime_error(file_.string() + ": makes no sense (" + error.what() +
-                                 "); repair it, or remove it for a first start");
+        throw std::runtime_error(file_.string() + ": cannot be understood (" + error.what() +
+                                 "); repair it, or remove it to start with a new administrator");
     }
 }
 

@@ -1,5 +1,3 @@
-// Tokens are looked up, passwords hashed elsewhere and remembered shortly. What the one who is
-// signed in may do is left to the service.
 #include "redfish/security/authenticator.h"
 
 #include "redfish/crypto/encoding.h"
@@ -17,7 +15,7 @@ constexpr std::size_t kMaxRemembered = 256;
 constexpr std::size_t kMaxFailures = 1024;
 constexpr std::string_view kBasic = "basic ";
 
-// Checked when there is no such account, so that the time tells nothing of which there are.
+// Also verified for unknown names, so that timing reveals none.
 const std::string& nobodysHash() {
     static const std::string hash = hashPassword(randomHex(16));
     return hash;
@@ -160,7 +158,6 @@ void Authenticator::fail(const std::string& name) {
     }
 }
 
-// Both tables grow with what strangers send.
 void Authenticator::dropOld() {
     const Clock::time_point now = Clock::now();
     if (known_.size() >= kMaxRemembered) {

@@ -1,4 +1,3 @@
-// A self-signed certificate by OpenSSL. Serving it is left to redfish/server/.
 #include "redfish/security/certificate.h"
 
 #include "redfish/security/private_file.h"
@@ -20,7 +19,7 @@ namespace redfish {
 namespace {
 
 constexpr long kTenYears = 3650L * 24 * 3600;
-constexpr long kClockSkew = 24L * 3600; // a board's clock may be behind at its first start
+constexpr long kClockSkew = 24L * 3600; // a board's clock may be slow at its first start
 constexpr int kSerialBits = 127;
 
 template <auto Free>
@@ -105,7 +104,7 @@ CertificateFiles ensureCertificate(const std::filesystem::path& folder,
                                    const std::vector<std::string>& names) {
     CertificateFiles files{.certificate = folder / "certificate.pem", .key = folder / "key.pem"};
     if (std::filesystem::exists(files.certificate) && std::filesystem::exists(files.key)) {
-        readPrivateFile(files.key); // refuses one that others may read
+        readPrivateFile(files.key); // throws if others may read it
         return files;
     }
     const Key key(EVP_EC_gen("P-256"));

@@ -1,4 +1,3 @@
-// libcrypt's yescrypt at its own cost. When it is asked is left to authenticator.cpp.
 #include "redfish/security/passwords.h"
 
 #include "redfish/crypto/digest.h"
@@ -12,7 +11,7 @@ namespace redfish {
 
 namespace {
 
-// The work area holds what can be made of a password: it is wiped before it is given back.
+// The work area holds secrets derived from the password, so wipe it before freeing it.
 struct Wipe {
     void operator()(crypt_data* data) const {
         OPENSSL_cleanse(data, sizeof *data);
@@ -33,7 +32,7 @@ std::string hashPassword(const std::string& password) {
         crypt_gensalt_ra("$y$", 0, nullptr, 0), &std::free);
     std::string hash = setting ? hashWith(password, setting.get()) : std::string{};
     if (hash.empty()) {
-        throw std::runtime_error("the password cannot be hashed");
+        throw std::runtime_error("libcrypt cannot hash the password");
     }
     return hash;
 }

@@ -1,5 +1,3 @@
-// A new file is written and synced beside the old one, renamed over it, and the folder synced.
-// What the files hold is left to accounts.cpp and certificate.cpp.
 #include "redfish/security/private_file.h"
 
 #include <cerrno>
@@ -80,7 +78,7 @@ std::string readPrivateFile(const std::filesystem::path& file) {
     }
     if ((status.st_mode & 077U) != 0) {
         throw std::runtime_error(file.string() +
-                                 ": others than its owner may use it; chmod 600 it");
+                                 ": accessible to others than its owner; run chmod 600 on it");
     }
     std::ifstream stream(file);
     std::ostringstream text;

@@ -12,13 +12,13 @@ namespace redfish {
 
 namespace {
 
-// Without those that look alike on a small panel.
+// Without characters that look alike on a small panel.
 constexpr std::string_view kReadable = "ABCDEFGHJKLMNPQRSTUVWXYZabcdefghijkmnopqrstuvwxyz23456789";
 constexpr std::size_t kPasswordLength = 16;
 
 void fill(std::span<unsigned char> bytes) {
     if (RAND_bytes(bytes.data(), static_cast<int>(bytes.size())) != 1) {
-        throw std::runtime_error("the system gives no random numbers");
+        throw std::runtime_error("OpenSSL has no random numbers to give");
     }
 }
 

@@ -1,4 +1,3 @@
-// A table of sessions by the digest of their tokens.
 #include "redfish/security/sessions.h"
 
 #include "redfish/security/random.h"
@@ -29,7 +28,7 @@ std::optional<Sessions::Made> Sessions::make(std::string user, std::string origi
         static_cast<std::size_t>(ofUser) >= limits_.mostPerUser) {
         return std::nullopt;
     }
-    // The number keeps ids apart, the random part keeps them from being told beforehand.
+    // The number keeps ids unique, the random part makes them unpredictable.
     Made made{.id = std::to_string(++made_) + "-" + randomHex(kIdBytes),
               .token = randomHex(kTokenBytes)};
     sessions_.emplace(sha256(made.token), Session{.id = made.id,

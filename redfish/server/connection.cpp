@@ -1,5 +1,5 @@
-// The coroutine of one connection: handshake, then request after request, each within its
-// time. What a request means is left to the handler, counting to limits.cpp.
+// The coroutine of one connection: handshake, then one request after the other, each step within
+// its time.
 #include "redfish/server/connection.h"
 
 #include "redfish/http/target.h"
@@ -32,20 +32,20 @@ using Awaitable = asio::awaitable<T, Executor>;
 
 constexpr auto kAwait = asio::as_tuple(asio::use_awaitable_t<Executor>{});
 
-// Head and content go out together up to this size: in one record, in one packet.
+// Up to this size head and body go out together, in one TLS record.
 constexpr std::size_t kJoined = 16'384;
 constexpr std::chrono::seconds kGoodbye{1};
 constexpr std::string_view kKeepAliveComment = ":\n\n";
 constexpr std::string_view kContinue = "HTTP/1.1 100 Continue\r\n\r\n";
 
-// An answer that may be given while nobody waits for it yet, or any longer.
+// A response that may arrive before anybody waits for it, or after everybody has left.
 struct Awaited {
     explicit Awaited(asio::io_context& io) : timer(io.get_executor(), Timer::time_point::max()) {}
     std::optional<Response> response;
     Timer timer;
 };
 
-// Meant: no co_await within a condition or behind && and ||, for which GCC 12 makes wrong code.
+// Meant: co_await never in a condition nor behind && or ||; GCC 12 generates wrong code for it.
 template <typename Stream>
 class StreamConnection : public Connection,
                          public std::enable_shared_from_this<StreamConnection<Stream>> {
@@ -78,7 +78,7 @@ public:
         wake_.cancel();
     }
 
-    // `self` keeps the connection while its coroutine runs.
+    // `self` keeps the connection alive while the coroutine runs.
     Awaitable<void> run([[maybe_unused]] std::shared_ptr<StreamConnection> self) {
         bool goesOn = co_await shakeHands();
         const bool isOpen = goesOn;
@@ -114,7 +114,7 @@ private:
         co_return;
     }
 
-    // False when the connection is at its end.
+    // False if the connection must close.
     Awaitable<bool> serveOne() {
         RequestReader reader(buffer_, context_.limits.headerBytes, context_.limits.bodyBytes);
         isBusy_ = false;
@@ -142,12 +142,12 @@ private:
         }
         if (response.feed && request.method != Method::head) {
             co_await stream(*response.feed);
-            isGone_ = true; // the content ends with the connection
+            isGone_ = true; // the end of the connection ends the body
         }
         co_return staysOpen;
     }
 
-    // False when the other side has gone, or was too slow.
+    // False if the client has gone or was too slow.
     Awaitable<bool> readInto(RequestReader& reader) {
         allow(buffer_.size() == 0 ? context_.limits.idle : context_.limits.request);
         bool hasBegun = buffer_.size() > 0;
@@ -215,7 +215,7 @@ private:
         co_return !failure;
     }
 
-    // Hands on what the feed gives until it ends, the other side goes, or it takes too long.
+    // Sends what the feed gives until the feed ends, the client goes, or it takes too long.
     Awaitable<void> stream(Feed& feed) {
         watchForEnd();
         feed.onReady([self = this->weak_from_this()] {
@@ -246,7 +246,7 @@ private:
         feed.onReady({});
     }
 
-    // Nothing more is expected of the other side of an event stream: whatever comes, ends it.
+    // The client of an event stream has nothing more to send: any input ends the stream.
     void watchForEnd() {
         stream_.async_read_some(asio::buffer(rest_),
                                 [self = this->shared_from_this()](error_code, std::size_t) {

@@ -1,5 +1,3 @@
-// Counts connections and requests by address. Enforcing it is left to server.cpp and
-// connection.cpp.
 #include "redfish/server/limits.h"
 
 #include <algorithm>

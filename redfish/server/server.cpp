@@ -1,5 +1,4 @@
-// Listens, counts and watches over the connections; what happens on one is left to
-// connection.cpp.
+// The listener, the sweep over all connections, the orderly stop.
 #include "redfish/server/server.h"
 
 #include "redfish/server/connection.h"
@@ -23,13 +22,36 @@ using asio::ip::tcp;
 using boost::system::error_code;
 using Acceptor = asio::basic_socket_acceptor<tcp, Executor>;
 
-// So often is looked for connections that have used up their time.
+// How often overdue connections are closed.
 constexpr std::chrono::milliseconds kSweep{250};
-// After a failed accept, mostly for want of descriptors.
+// Pause after a failed accept, usually for lack of descriptors.
 constexpr std::chrono::milliseconds kAcceptPause{100};
 
 // Forward secrecy and authenticated encryption only.
 constexpr const char* kCiphers = "ECDHE+AESGCM:ECDHE+CHACHA20";
+
+std::string cannotListen(const tcp::endpoint& endpoint, const error_code& failure) {
+    const std::string address = endpoint.address().to_string();
+    const std::string place = (endpoint.address().is_v6() ? "[" + address + "]" : address) + ":" +
+                              std::to_string(endpoint.port());
+    if (failure == asio::error::address_in_use) {
+        return "cannot listen on " + place +
+               ": already in use; stop the other server or choose another --port";
+    }
+    if (failure == asio::error::access_denied) {
+        return "cannot listen on " + place +
+               ": no permission; choose a --port of 1024 or above, or grant CAP_NET_BIND_SERVICE";
+    }
+    return "cannot listen on " + place + ": " + failure.message();
+}
+
+// Throws std::runtime_error that names the file if OpenSSL could not use it.
+void requireUsable(const std::filesystem::path& file, const error_code& failure) {
+    if (failure) {
+        throw std::runtime_error(file.string() + ": cannot be used (" + failure.message() +
+                                 "); PEM is required");
+    }
+}
 
 std::unique_ptr<asio::ssl::context> makeTls(const ServerOptions& options) {
     auto tls = std::make_unique<asio::ssl::context>(asio::ssl::context::tls_server);
@@ -37,13 +59,17 @@ std::unique_ptr<asio::ssl::context> makeTls(const ServerOptions& options) {
     SSL_CTX_set_min_proto_version(native, TLS1_2_VERSION);
     SSL_CTX_set_options(native, SSL_OP_NO_RENEGOTIATION | SSL_OP_CIPHER_SERVER_PREFERENCE |
                                     SSL_OP_NO_COMPRESSION);
-    // Idle connections give their buffers back: an event stream is idle nearly always.
+    // Idle connections return their buffers: an event stream is nearly always idle.
     SSL_CTX_set_mode(native, SSL_MODE_RELEASE_BUFFERS);
     if (SSL_CTX_set_cipher_list(native, kCiphers) != 1) {
-        throw std::runtime_error("the ciphers are not available");
+        throw std::runtime_error(
+            "OpenSSL lacks the required ciphers (AES-GCM or ChaCha20 with ECDHE)");
     }
-    tls->use_certificate_chain_file(options.certificate.string());
-    tls->use_private_key_file(options.key.string(), asio::ssl::context::pem);
+    error_code failure;
+    tls->use_certificate_chain_file(options.certificate.string(), failure);
+    requireUsable(options.certificate, failure);
+    tls->use_private_key_file(options.key.string(), asio::ssl::context::pem, failure);
+    requireUsable(options.key, failure);
     return tls;
 }
 
@@ -62,7 +88,9 @@ struct Server::Implementation {
           acceptor(io.get_executor()), sweeper(io), signals(io) {
         const asio::ip::address address = asio::ip::make_address(options.address);
         if (options.isClear && !address.is_loopback()) {
-            throw std::runtime_error("without TLS only a loopback address is served");
+            throw std::runtime_error(options.address +
+                                     ": clear text is served on a loopback address only; use "
+                                     "--listen 127.0.0.1 or leave out --clear-text");
         }
         if (!options.isClear) {
             tls = makeTls(options);
@@ -70,8 +98,14 @@ struct Server::Implementation {
         const tcp::endpoint endpoint(address, options.port);
         acceptor.open(endpoint.protocol());
         acceptor.set_option(asio::socket_base::reuse_address(true));
-        acceptor.bind(endpoint);
-        acceptor.listen();
+        error_code failure;
+        acceptor.bind(endpoint, failure);
+        if (!failure) {
+            acceptor.listen(asio::socket_base::max_listen_connections, failure);
+        }
+        if (failure) {
+            throw std::runtime_error(cannotListen(endpoint, failure));
+        }
     }
 
     void accept() {
@@ -120,7 +154,7 @@ struct Server::Implementation {
             closeWhere([&](const Connection& each) { return isOver || each.isOverdue(now); });
             addresses.forgetQuietOnes(now);
             if (context.isStopping && now > farewell + kSweep) {
-                io.stop(); // whatever still waits for an answer
+                io.stop(); // drops handlers that have not responded
             }
             sweep();
         });
@@ -162,7 +196,7 @@ struct Server::Implementation {
     AddressTable addresses;
     bool isRunning = false;
     Connection::Clock::time_point farewell;
-    ConnectionContext context; // outlives the connections, which end with io at the latest
+    ConnectionContext context; // before io, since the connections end with io at the latest
     asio::io_context io{1};
     asio::executor_work_guard<Executor> work{io.get_executor()};
     std::unique_ptr<asio::ssl::context> tls;
@@ -187,7 +221,7 @@ Post Server::post() {
             try {
                 work();
             } catch (const std::exception& error) {
-                // One request goes unanswered until its connection ends, not all of them.
+                // Costs the one request its response, not the program its life.
                 std::cerr << "orvane-redfish: unexpected: " << error.what() << std::endl;
             }
         });

@@ -1,5 +1,3 @@
-// Reads and evaluates the filters of event streams. Which events there are is left to
-// event_hub.cpp.
 #include "redfish/service/event_filter.h"
 
 #include <array>
@@ -13,7 +11,7 @@ public:
     enum class Kind : std::uint8_t { compare, negation, conjunction, disjunction };
 
     Kind kind = Kind::compare;
-    std::string EventTraits::*trait = nullptr; // null: the format, which is always "Event"
+    std::string EventTraits::*trait = nullptr; // null: EventFormatType, which is always "Event"
     bool isEqual = true;
     std::string value;
     std::vector<std::shared_ptr<const Node>> parts;
@@ -54,7 +52,7 @@ constexpr std::array kTraits{
 constexpr int kMaxDepth = 16;
 constexpr std::size_t kMaxBytes = 1024;
 
-// By descent: disjunction, conjunction, negation or parentheses, comparison. Null: unreadable.
+// Recursive descent: disjunction, conjunction, negation or parentheses, comparison. Null: invalid.
 class Reader {
 public:
     explicit Reader(std::string_view text) : rest_(text) {}
@@ -131,7 +129,7 @@ private:
         return nullptr;
     }
 
-    // In quotes a quote is written twice.
+    // Within quotes a quote is doubled.
     bool readValue(std::string& value) {
         skipBlanks();
         if (!rest_.starts_with('\'')) {

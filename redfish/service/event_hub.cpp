@@ -1,5 +1,4 @@
-// Makes one frame of each event and puts it into the queue of every stream that wants it.
-// Writing it out is left to the connections.
+// Each event becomes one frame, which all streams that want it share.
 #include "redfish/service/event_hub.h"
 
 #include "redfish/model/addresses.h"
@@ -28,7 +27,7 @@ std::optional<EventId> EventId::parse(const std::string& text) {
     return id;
 }
 
-// The queue of one client. It begins with a comment, so that the client sees it is connected.
+// The queue of one client. It begins with a comment, which shows the client that it is connected.
 class EventHub::Stream : public Feed {
 public:
     Stream(Listener listener, std::size_t most) : listener_(std::move(listener)), most_(most) {
@@ -54,7 +53,7 @@ public:
             return;
         }
         if (queue_.size() >= most_) {
-            end(); // too slow: it comes back and resumes
+            end(); // too slow; the client resumes with its last id
             return;
         }
         queue_.push_back(entry.frame);
@@ -63,7 +62,7 @@ public:
         }
     }
 
-    // What is remembered is no matter of being slow.
+    // Remembered events do not count towards being too slow.
     void fill(const Entry& entry) {
         if (listener_.filter.takes(entry.traits)) {
             queue_.push_back(entry.frame);

@@ -1,4 +1,3 @@
-// Serves files with the headers that a browser needs. The page itself is built elsewhere.
 #include "redfish/service/static_files.h"
 
 #include "redfish/http/entity_tag.h"
@@ -15,7 +14,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Files and requests of the page's own only, and no script or style that stands in its markup.
+// Only the page's own files and requests; no inline scripts or styles.
 constexpr const char* kPolicy =
     "default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self'; font-src 'self'; "
     "connect-src 'self'; manifest-src 'self'; base-uri 'none'; form-action 'none'; "

@@ -324,6 +324,34 @@ TEST_F(TheServer, WaitsForNoAnswerWithoutEndWhenItStops) {
     EXPECT_TRUE(busy.isClosed());
 }
 
+TEST(AServer, NamesTheAddressThatIsInUseAndWhatToDo) {
+    const auto errors = [](unsigned int) { return Response{}; };
+    const redfish::Server first({.address = "127.0.0.1", .port = 0, .isClear = true}, errors);
+    try {
+        const redfish::Server second(
+            {.address = "127.0.0.1", .port = first.port(), .isClear = true}, errors);
+        FAIL() << "two servers on one port";
+    } catch (const std::exception& error) {
+        EXPECT_EQ(std::string(error.what()),
+                  "cannot listen on 127.0.0.1:" + std::to_string(first.port()) +
+                      ": already in use; stop the other server or choose another --port");
+    }
+}
+
+TEST(AServer, NamesTheFileThatItCannotUse) {
+    try {
+        const redfish::Server server({.address = "127.0.0.1",
+                                      .port = 0,
+                                      .isClear = false,
+                                      .certificate = "/none.pem",
+                                      .key = "/none.pem"},
+                                     [](unsigned int) { return Response{}; });
+        FAIL() << "served without a certificate";
+    } catch (const std::exception& error) {
+        EXPECT_THAT(error.what(), StartsWith("/none.pem: cannot be used ("));
+    }
+}
+
 TEST(AServer, ServesClearTextOnLoopbackOnly) {
     EXPECT_THROW(redfish::Server({.address = "0.0.0.0", .port = 0, .isClear = true},
                                  [](unsigned int) { return Response{}; }),
