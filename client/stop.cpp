@@ -1,5 +1,3 @@
-// Waits that can be ended from outside, on an eventfd beside the awaited descriptor.
-// Who requests the stop, and what is tidied up then, is left to the callers.
 #include "client/stop.h"
 
 #include "client/errors.h"
@@ -25,21 +23,17 @@ int millisecondsUntil(Deadline deadline) {
 } // namespace
 
 Stop::Stop() : event_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
-    if (event_ < 0) {
+    if (!event_.isOpen()) {
         throw Error("cannot make an event descriptor: too many files are open");
     }
-}
-
-Stop::~Stop() {
-    ::close(event_);
 }
 
 // NOLINTNEXTLINE(readability-make-member-function-const): see the header
 void Stop::request() noexcept {
     const int saved = errno;
     const std::uint64_t one = 1;
-    // A full counter means that it was requested already.
-    [[maybe_unused]] const ssize_t written = ::write(event_, &one, sizeof one);
+    // A full counter has been requested before.
+    [[maybe_unused]] const ssize_t written = ::write(event_.number(), &one, sizeof one);
     errno = saved;
 }
 

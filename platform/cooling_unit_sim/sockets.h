@@ -1,37 +1,12 @@
-// Descriptors with an owner, and the sockets that the simulator opens.
+// The sockets that the simulator opens.
 #pragma once
 
+#include "descriptor.h"
 #include "platform/cooling/unit_address.h"
 
 #include <string>
-#include <unistd.h>
-#include <utility>
 
 namespace sim {
-
-class Descriptor {
-public:
-    Descriptor() = default;
-    explicit Descriptor(int number) : number_(number) {}
-    ~Descriptor() {
-        if (number_ >= 0) {
-            ::close(number_);
-        }
-    }
-    Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
-    Descriptor& operator=(Descriptor&& other) noexcept {
-        std::swap(number_, other.number_);
-        return *this;
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-
-    int number() const { return number_; }
-    bool isOpen() const { return number_ >= 0; }
-
-private:
-    int number_ = -1;
-};
 
 // All of these throw std::system_error, the text naming what could not be done. Listening
 // sockets do not block.

@@ -2,6 +2,8 @@
 // of the level are the caller's.
 #include "platform/lcd_panel/backlight.h"
 
+#include "descriptor.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -21,24 +23,9 @@ namespace {
 // O_NONBLOCK: a pipe in the place of a file must not hold the caller.
 constexpr int kOpenFlags = O_CLOEXEC | O_NONBLOCK;
 
-class File {
-public:
-    File(const std::filesystem::path& path, int flags)
-        : descriptor_(::open(path.c_str(), flags | kOpenFlags)) {}
-    ~File() {
-        if (descriptor_ >= 0) {
-            ::close(descriptor_);
-        }
-    }
-    File(const File&) = delete;
-    File& operator=(const File&) = delete;
-
-    bool isOpen() const { return descriptor_ >= 0; }
-    int descriptor() const { return descriptor_; }
-
-private:
-    int descriptor_;
-};
+Descriptor openFile(const std::filesystem::path& path, int flags) {
+    return Descriptor(::open(path.c_str(), flags | kOpenFlags));
+}
 
 std::string problem(const std::filesystem::path& path, const std::string& text) {
     return path.string() + ": " + text;
@@ -90,12 +77,12 @@ std::filesystem::path backlightFolder(const std::filesystem::path& classFolder) 
 
 std::string setBrightness(const std::filesystem::path& folder, int level) {
     const std::filesystem::path maximumPath = folder / "max_brightness";
-    const File maximumFile(maximumPath, O_RDONLY);
+    const Descriptor maximumFile = openFile(maximumPath, O_RDONLY);
     if (!maximumFile.isOpen()) {
         return problem(maximumPath, lastError());
     }
     std::array<char, 64> text{};
-    const ssize_t length = ::read(maximumFile.descriptor(), text.data(), text.size());
+    const ssize_t length = ::read(maximumFile.number(), text.data(), text.size());
     if (length < 0) {
         return problem(maximumPath, lastError());
     }
@@ -106,11 +93,11 @@ std::string setBrightness(const std::filesystem::path& folder, int level) {
 
     const std::filesystem::path path = folder / "brightness";
     const std::string value = std::to_string(brightnessOf(level, *maximum)) + '\n';
-    const File file(path, O_WRONLY | O_TRUNC);
+    const Descriptor file = openFile(path, O_WRONLY | O_TRUNC);
     if (!file.isOpen()) {
         return problem(path, lastError());
     }
-    const ssize_t written = ::write(file.descriptor(), value.data(), value.size());
+    const ssize_t written = ::write(file.number(), value.data(), value.size());
     if (written != static_cast<ssize_t>(value.size())) {
         return problem(path, written < 0 ? lastError() : "took only a part of the value");
     }

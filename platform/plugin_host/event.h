@@ -1,18 +1,18 @@
-// A flag that one thread raises and another one waits for with poll, beside its sockets.
-// It stays raised.
+// A flag that one thread raises and another waits for with poll, beside its sockets. It stays
+// raised.
 #pragma once
+
+#include "descriptor.h"
 
 #include <cerrno>
 #include <chrono>
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <system_error>
-#include <unistd.h>
 
 namespace plugin_host {
 
-// poll that goes on after an interrupting signal. A negative limit is none; an expired one
-// still looks once.
+// poll that resumes after a signal. A negative limit means none; an expired one polls once.
 inline int pollAll(pollfd* descriptors, nfds_t count, std::chrono::milliseconds limit) {
     const auto end = std::chrono::steady_clock::now() + limit;
     const bool endless = limit.count() < 0;
@@ -30,27 +30,24 @@ inline int pollAll(pollfd* descriptors, nfds_t count, std::chrono::milliseconds 
 class Event {
 public:
     Event() : descriptor_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
-        if (descriptor_ < 0) {
+        if (!descriptor_.isOpen()) {
             throw std::system_error(errno, std::generic_category(), "eventfd");
         }
     }
-    ~Event() { ::close(descriptor_); }
-    Event(const Event&) = delete;
-    Event& operator=(const Event&) = delete;
 
-    void raise() const noexcept { ::eventfd_write(descriptor_, 1); }
+    void raise() const noexcept { ::eventfd_write(descriptor(), 1); }
 
-    // Readable once it is raised.
-    int descriptor() const { return descriptor_; }
+    // Readable once raised.
+    int descriptor() const { return descriptor_.number(); }
 
-    // Whether it is raised before the limit has passed.
+    // True when it is raised before the limit has passed.
     bool waitFor(std::chrono::milliseconds limit) const {
-        pollfd waited{descriptor_, POLLIN, 0};
+        pollfd waited{descriptor(), POLLIN, 0};
         return pollAll(&waited, 1, limit) > 0;
     }
 
 private:
-    int descriptor_;
+    Descriptor descriptor_;
 };
 
 } // namespace plugin_host

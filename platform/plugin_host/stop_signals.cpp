@@ -1,5 +1,3 @@
-// Blocks, takes and gives back the two signals that stop the host. Who waits for them, and
-// the stop itself, is left to wait.cpp.
 #include "platform/plugin_host/stop_signals.h"
 
 #include <cerrno>
@@ -18,8 +16,8 @@ StopSignals::StopSignals() {
             ::sigaddset(&caught_, signal.number);
         }
     }
-    descriptor_ = ::signalfd(-1, &caught_, SFD_CLOEXEC | SFD_NONBLOCK);
-    if (descriptor_ < 0) {
+    descriptor_.reset(::signalfd(-1, &caught_, SFD_CLOEXEC | SFD_NONBLOCK));
+    if (!descriptor_.isOpen()) {
         throw std::system_error(errno, std::generic_category(), "signalfd");
     }
     ::pthread_sigmask(SIG_BLOCK, &caught_, &maskBefore_);
@@ -27,7 +25,7 @@ StopSignals::StopSignals() {
 
 void StopSignals::takeFirst() {
     signalfd_siginfo taken{};
-    if (::read(descriptor_, &taken, sizeof taken) < 0) {
+    if (::read(descriptor(), &taken, sizeof taken) < 0) {
         return;
     }
     hasTaken_ = true;
@@ -43,7 +41,7 @@ StopSignals::~StopSignals() {
     if (!hasTaken_) {
         // The wait ends anyway: a signal that came too late to end it asks for nothing more.
         signalfd_siginfo late{};
-        while (::read(descriptor_, &late, sizeof late) > 0) {
+        while (::read(descriptor(), &late, sizeof late) > 0) {
         }
     }
     for (const Signal& signal : signals_) {
@@ -52,7 +50,6 @@ StopSignals::~StopSignals() {
         }
     }
     ::pthread_sigmask(SIG_SETMASK, &maskBefore_, nullptr);
-    ::close(descriptor_);
 }
 
 } // namespace plugin_host

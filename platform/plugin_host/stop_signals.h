@@ -1,6 +1,8 @@
-// SIGTERM and SIGINT while the host waits: the first one is read from a descriptor, the next
-// one ends the process. What a stop means is for wait.cpp.
+// SIGTERM and SIGINT while the host waits: the first one is read from a descriptor, the next one
+// ends the process.
 #pragma once
+
+#include "descriptor.h"
 
 #include <array>
 #include <csignal>
@@ -12,12 +14,12 @@ namespace plugin_host {
 class StopSignals {
 public:
     StopSignals();
-    ~StopSignals(); // as before; one that came at the very end is taken, not delivered
+    ~StopSignals(); // restores what was; a signal that came at the very end is discarded
     StopSignals(const StopSignals&) = delete;
     StopSignals& operator=(const StopSignals&) = delete;
 
     // Readable when a signal has come.
-    int descriptor() const { return descriptor_; }
+    int descriptor() const { return descriptor_.number(); }
 
     // Takes the first signal. From now on the next one has its default action.
     void takeFirst();
@@ -32,7 +34,7 @@ private:
     std::array<Signal, 2> signals_{{{SIGTERM, false, {}}, {SIGINT, false, {}}}};
     sigset_t caught_{};
     sigset_t maskBefore_{};
-    int descriptor_ = -1;
+    Descriptor descriptor_;
     bool hasTaken_ = false;
 };
 

@@ -1,6 +1,8 @@
 // Folders and names are made durable by syncing the folder that holds them.
 #include "platform/settings_database/database_file.h"
 
+#include "descriptor.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -27,23 +29,6 @@ constexpr int kLastSchemaFormat = 4;  // header byte 47, the last of a number
 [[noreturn]] void failWith(const fs::path& path) {
     throw std::system_error(errno, std::generic_category(), path.string());
 }
-
-class Descriptor {
-public:
-    explicit Descriptor(int number) : number_(number) {}
-    ~Descriptor() {
-        if (number_ >= 0) {
-            ::close(number_);
-        }
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-
-    int number() const { return number_; }
-
-private:
-    int number_;
-};
 
 fs::path folderOf(const fs::path& file) {
     const fs::path folder = file.parent_path();

@@ -1,5 +1,7 @@
 #include "redfish/security/private_file.h"
 
+#include "descriptor.h"
+
 #include <cerrno>
 #include <fcntl.h>
 #include <fstream>
@@ -18,22 +20,6 @@ namespace {
     throw std::runtime_error(file.string() + ": " + what + ": " +
                              std::generic_category().message(errno));
 }
-
-class Descriptor {
-public:
-    explicit Descriptor(int descriptor) : descriptor_(descriptor) {}
-    ~Descriptor() {
-        if (descriptor_ >= 0) {
-            ::close(descriptor_);
-        }
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    int get() const { return descriptor_; }
-
-private:
-    int descriptor_;
-};
 
 void writeAll(const std::filesystem::path& file, int descriptor, std::string_view text) {
     while (!text.empty()) {
@@ -57,16 +43,16 @@ void writePrivateFile(const std::filesystem::path& file, const std::string& text
     {
         const Descriptor descriptor(
             ::open(fresh.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
-        if (descriptor.get() < 0) {
+        if (!descriptor.isOpen()) {
             fail(fresh, "cannot be made");
         }
-        writeAll(fresh, descriptor.get(), text);
+        writeAll(fresh, descriptor.number(), text);
     }
     if (::rename(fresh.c_str(), file.c_str()) != 0) {
         fail(file, "cannot be replaced");
     }
     const Descriptor folder(::open(file.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (folder.get() < 0 || ::fsync(folder.get()) != 0) {
+    if (!folder.isOpen() || ::fsync(folder.number()) != 0) {
         fail(file.parent_path(), "cannot be synced");
     }
 }

@@ -36,8 +36,9 @@ sockaddr_in loopbackAddress() {
 Listener::Listener(int domain, const void* address, unsigned length, int backlog)
     : descriptor_(::socket(domain, SOCK_STREAM | SOCK_CLOEXEC, 0)),
       stopping_(::eventfd(0, EFD_CLOEXEC)) {
-    if (stopping_ < 0 || ::bind(descriptor_, static_cast<const sockaddr*>(address), length) != 0 ||
-        ::listen(descriptor_, backlog) != 0) {
+    if (!stopping_.isOpen() ||
+        ::bind(descriptor(), static_cast<const sockaddr*>(address), length) != 0 ||
+        ::listen(descriptor(), backlog) != 0) {
         throw std::system_error(errno, std::generic_category(), "cannot listen");
     }
 }
@@ -50,29 +51,24 @@ Listener Listener::onLoopback(int backlog) {
     return {AF_INET, &address, sizeof(address), backlog};
 }
 
-Listener::~Listener() {
-    ::close(descriptor_);
-    ::close(stopping_);
-}
-
 std::uint16_t Listener::port() const {
     sockaddr_in address{};
     socklen_t length = sizeof(address);
-    ::getsockname(descriptor_, reinterpret_cast<sockaddr*>(&address), &length);
+    ::getsockname(descriptor(), reinterpret_cast<sockaddr*>(&address), &length);
     return ntohs(address.sin_port);
 }
 
 int Listener::accept() const {
-    return ::accept4(descriptor_, nullptr, nullptr, SOCK_CLOEXEC);
+    return ::accept4(descriptor(), nullptr, nullptr, SOCK_CLOEXEC);
 }
 
 bool Listener::waitReadable(int descriptor) const {
-    std::array<pollfd, 2> waited{pollfd{descriptor, POLLIN, 0}, pollfd{stopping_, POLLIN, 0}};
+    std::array<pollfd, 2> waited{pollfd{descriptor, POLLIN, 0}, pollfd{stopping(), POLLIN, 0}};
     return ::poll(waited.data(), waited.size(), -1) > 0 && waited[1].revents == 0;
 }
 
 void Listener::stop() const {
-    ::eventfd_write(stopping_, 1);
+    ::eventfd_write(stopping(), 1);
 }
 
 } // namespace test

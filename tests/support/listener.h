@@ -2,6 +2,8 @@
 // thread that serves belongs to whoever has the listener.
 #pragma once
 
+#include "descriptor.h"
+
 #include <cstdint>
 #include <filesystem>
 
@@ -14,11 +16,8 @@ public:
     // On a unix socket, or on a free TCP port of 127.0.0.1. Throws std::system_error.
     explicit Listener(const std::filesystem::path& socket, int backlog = kBacklog);
     static Listener onLoopback(int backlog = kBacklog);
-    ~Listener();
-    Listener(const Listener&) = delete;
-    Listener& operator=(const Listener&) = delete;
 
-    int descriptor() const { return descriptor_; }
+    int descriptor() const { return descriptor_.number(); }
     std::uint16_t port() const; // of a TCP listener
 
     // The next client; the caller closes it. Blocks: wait for descriptor() first.
@@ -27,15 +26,15 @@ public:
     // Waits until something is to be read from the descriptor; false as soon as stop() was called.
     bool waitReadable(int descriptor) const;
     // Readable once stop() was called, for a poll over more descriptors.
-    int stopping() const { return stopping_; }
+    int stopping() const { return stopping_.number(); }
     // Ends all waits, now and later. Any thread.
     void stop() const;
 
 private:
     Listener(int domain, const void* address, unsigned length, int backlog);
 
-    int descriptor_ = -1;
-    int stopping_ = -1; // eventfd
+    Descriptor descriptor_;
+    Descriptor stopping_; // eventfd
 };
 
 } // namespace test
