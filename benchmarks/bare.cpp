@@ -1,5 +1,7 @@
 #include "benchmarks/bare.h"
 
+#include "benchmarks/bounded_hiredis.h"
+
 #include <array>
 #include <cstdio>
 #include <stdexcept>
@@ -63,6 +65,7 @@ Bare::Connection Bare::connect(const std::string& socket) {
     if (!connection || connection->err != 0) {
         throw std::runtime_error("no connection to " + socket);
     }
+    boundReplies(*connection);
     return connection;
 }
 

@@ -1,6 +1,7 @@
 // orvane_bench_fresh: reads of a fresh instance, which need no request, in three ways that take
 // turns: one pipelined round trip with hiredis alone (the least), the client library, and hiredis
 // with two successive commands. Prints one line of JSON, in microseconds.
+#include "benchmarks/bounded_hiredis.h"
 #include "benchmarks/latencies.h"
 #include "client/webgui.h"
 
@@ -24,6 +25,7 @@ public:
         if (!connection_ || connection_->err != 0) {
             throw std::runtime_error("no connection to " + socket);
         }
+        bench::boundReplies(*connection_);
     }
 
     std::size_t inOneRoundTrip() {

@@ -15,7 +15,7 @@ namespace bench {
 
 namespace {
 
-constexpr int kSilenceMilliseconds = 20'000;
+constexpr std::chrono::milliseconds kSilence{20'000};
 constexpr const char* kEcho = "echo";
 
 // As long as a requester's UUID: made of the process id and a number.
@@ -44,17 +44,75 @@ std::string requestObject(std::size_t turn) {
     return "Request:" + numberedUuid(turn);
 }
 
+[[noreturn]] void failOn(const redis::Connection& connection) {
+    throw std::runtime_error("redis: " + connection.reason());
+}
+
+redis::Connection connectedTo(const std::string& socket) {
+    redis::Connection connection;
+    const redis::Address address{.path = socket, .host = {}, .port = 0};
+    if (!connection.open(address, redis::Clock::now() + redis::kTimeout)) {
+        failOn(connection);
+    }
+    return connection;
+}
+
+void flush(redis::Connection& connection) {
+    if (!connection.send(redis::Clock::now() + kSilence)) {
+        failOn(connection);
+    }
+}
+
+void receive(redis::Connection& connection) {
+    if (!connection.receive()) {
+        failOn(connection);
+    }
+}
+
+// False: no whole reply is left of what was received.
+bool next(redis::Connection& connection, redis::Reply& reply) {
+    if (connection.next(reply)) {
+        return true;
+    }
+    if (!connection.isOpen()) {
+        failOn(connection);
+    }
+    return false;
+}
+
+// One command and its reply, for what is not measured.
+template <typename... Words>
+redis::Reply ask(redis::Connection& connection, const Words&... words) {
+    connection.append(redis::ShortCommand{words...});
+    flush(connection);
+    redis::Reply reply;
+    if (!connection.await(reply, redis::Clock::now() + kSilence)) {
+        failOn(connection);
+    }
+    if (reply.isError()) {
+        throw std::runtime_error("redis refused: " + reply.text);
+    }
+    return reply;
+}
+
+std::string commandBytes(redis::Command command) {
+    std::string bytes;
+    redis::appendCommand(bytes, command);
+    return bytes;
+}
+
 } // namespace
 
 LoadGenerator::LoadGenerator(LoadOptions options)
-    : options_(std::move(options)), commands_(options_.socket), answers_(options_.socket),
-      clients_(options_.clients) {
+    : options_(std::move(options)), commands_(connectedTo(options_.socket)),
+      answers_(connectedTo(options_.socket)), clients_(options_.clients) {
     for (unsigned int i = 0; i < options_.clients; ++i) {
         for (const std::size_t turn : {0U, 1U}) {
             const std::string payload = options_.updates ? "[\"00002\",\"" + requestObject(turn)
                                                          : "[\"00001\",\"" + options_.instance;
-            clients_[i].publications[turn] = commandBytes(
-                {"PUBLISH", options_.channel, payload + "\",\"" + replyChannel(i) + "\"]"});
+            const std::string whole = payload + "\",\"" + replyChannel(i) + "\"]";
+            clients_[i].publications[turn] =
+                commandBytes(redis::ShortCommand{"PUBLISH", options_.channel, whole});
         }
     }
     result_.latencies.reserve(options_.requests);
@@ -62,22 +120,22 @@ LoadGenerator::LoadGenerator(LoadOptions options)
 
 void LoadGenerator::subscribe() {
     for (unsigned int i = 0; i < options_.clients; ++i) {
-        answers_.ask({"SUBSCRIBE", replyChannel(i)});
+        ask(answers_, "SUBSCRIBE", replyChannel(i));
     }
-    answers_.ask({"SUBSCRIBE", replyChannel(0) + kEcho});
+    ask(answers_, "SUBSCRIBE", replyChannel(0) + kEcho);
 }
 
 void LoadGenerator::storeRequestObjects() {
     constexpr std::array kLanguages{"Deutsch", "English"};
     for (std::size_t turn = 0; turn < kLanguages.size(); ++turn) {
-        commands_.ask({"HSET", requestObject(turn), "OriginalObjID", options_.instance, "Language",
-                       kLanguages[turn]});
+        ask(commands_, "HSET", requestObject(turn), "OriginalObjID", options_.instance, "Language",
+            kLanguages[turn]);
     }
 }
 
 void LoadGenerator::send(unsigned int number) {
     Client& client = clients_[number];
-    commands_.append(client.publications[client.sent % 2]);
+    commands_.appendBytes(client.publications[client.sent % 2]);
     expected_.push_back({number, false});
     ++client.sent;
     client.waits = true;
@@ -96,12 +154,12 @@ bool LoadGenerator::mayStartAnother() const {
            std::chrono::duration<double>(Clock::now() - begin_).count() < options_.seconds;
 }
 
-void LoadGenerator::finish(unsigned int number, const Reply& returnMessage) {
+void LoadGenerator::finish(unsigned int number, const redis::Reply& returnMessage) {
     Client& client = clients_[number];
     const Clock::time_point now = Clock::now();
-    const bool isSuccess = returnMessage.texts.size() >= 2 &&
-                           returnMessage.texts[0] == "MessageId" &&
-                           returnMessage.texts[1] == "Success";
+    const bool isSuccess = returnMessage.elements.size() >= 2 &&
+                           returnMessage.elements[0].text == "MessageId" &&
+                           returnMessage.elements[1].text == "Success";
     ++(isSuccess ? result_.answered : result_.refused);
     client.waits = false;
     --waiting_;
@@ -114,35 +172,35 @@ void LoadGenerator::finish(unsigned int number, const Reply& returnMessage) {
     }
 }
 
-void LoadGenerator::handle(const Reply& message) {
-    if (message.texts.size() != 3 || message.texts[0] != "message") {
+void LoadGenerator::handle(const redis::Reply& message) {
+    if (message.elements.size() != 3 || message.elements[0].text != "message") {
         throw std::runtime_error("redis sent what is no message");
     }
-    if (message.texts[1].ends_with(kEcho)) {
+    if (message.elements[1].text.ends_with(kEcho)) {
         echoed_ = true;
         return;
     }
-    const unsigned int client = clientOf(message.texts[1]);
+    const unsigned int client = clientOf(message.elements[1].text);
     if (client >= clients_.size() || !clients_[client].waits) {
         ++result_.unasked;
         return;
     }
-    commands_.append(commandBytes({"HGETALL", message.texts[2]}));
+    commands_.append(redis::ShortCommand{"HGETALL", message.elements[2].text});
     expected_.push_back({client, true});
     ++fetches_;
 }
 
 void LoadGenerator::takeAnswers() {
-    answers_.receive();
-    while (answers_.next(reply_)) {
+    receive(answers_);
+    while (next(answers_, reply_)) {
         handle(reply_);
     }
 }
 
 void LoadGenerator::takeReplies() {
-    commands_.receive();
-    while (commands_.next(reply_)) {
-        if (expected_.empty() || reply_.kind == '-') {
+    receive(commands_);
+    while (next(commands_, reply_)) {
+        if (expected_.empty() || reply_.isError()) {
             throw std::runtime_error("redis refused a command");
         }
         const Expected expected = expected_.front();
@@ -160,7 +218,7 @@ void LoadGenerator::waitForSomething() {
     std::array<pollfd, 2> waited{
         {{answers_.descriptor(), POLLIN, 0}, {commands_.descriptor(), POLLIN, 0}}};
     const nfds_t count = fetches_ > 0 ? 2 : 1;
-    if (::poll(waited.data(), count, kSilenceMilliseconds) <= 0) {
+    if (::poll(waited.data(), count, static_cast<int>(kSilence.count())) <= 0) {
         throw std::runtime_error("no answer on " + options_.channel);
     }
     if (waited[0].revents != 0) {
@@ -174,15 +232,16 @@ void LoadGenerator::waitForSomething() {
 // Publications of one connection arrive in order, so our own echo follows every answer that redis
 // accepted before it.
 void LoadGenerator::collectLate() {
-    commands_.ask({"PUBLISH", replyChannel(0) + kEcho, kEcho});
+    ask(commands_, "PUBLISH", replyChannel(0) + kEcho, kEcho);
     while (!echoed_) {
-        takeAnswers();
+        waitForSomething();
     }
 }
 
 // The reply to a publication would say so too, but nothing waits for it.
 void LoadGenerator::checkThatSomebodyListens() {
-    if (commands_.ask({"PUBSUB", "NUMSUB", options_.channel}).integer == 0) {
+    const redis::Reply listeners = ask(commands_, "PUBSUB", "NUMSUB", options_.channel);
+    if (listeners.elements.size() != 2 || listeners.elements[1].integer == 0) {
         throw std::runtime_error("nobody listens on " + options_.channel);
     }
 }
@@ -196,14 +255,14 @@ LoadResult LoadGenerator::run() {
     for (unsigned int i = 0; i < options_.clients && mayStartAnother(); ++i) {
         send(i);
     }
-    commands_.flush();
+    flush(commands_);
     while (waiting_ > 0) {
         waitForSomething();
-        commands_.flush();
+        flush(commands_);
     }
     collectLate();
     if (options_.updates) {
-        commands_.ask({"DEL", requestObject(0), requestObject(1)});
+        ask(commands_, "DEL", requestObject(0), requestObject(1));
     }
     result_.seconds = std::chrono::duration<double>(end_ - begin_).count();
     return std::move(result_);

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "benchmarks/latencies.h"
-#include "benchmarks/redis_socket.h"
+#include "redis/connection.h"
 
 #include <cstdint>
 #include <deque>
@@ -62,13 +62,13 @@ private:
     void waitForSomething();
     void takeAnswers();
     void takeReplies();
-    void finish(unsigned int number, const Reply& returnMessage);
+    void finish(unsigned int number, const redis::Reply& returnMessage);
     void collectLate();
-    void handle(const Reply& message);
+    void handle(const redis::Reply& message);
 
     LoadOptions options_;
-    RedisSocket commands_;
-    RedisSocket answers_;
+    redis::Connection commands_;
+    redis::Connection answers_;
     std::vector<Client> clients_;
     std::deque<Expected> expected_;
     unsigned int fetches_ = 0; // return messages being fetched
@@ -76,7 +76,7 @@ private:
     bool echoed_ = false;
     Clock::time_point begin_;
     Clock::time_point end_;
-    Reply reply_;
+    redis::Reply reply_;
     LoadResult result_;
 };
 

@@ -1,24 +1,18 @@
-// Where the store listens, and how that is written. Connecting is done by client/wire.h.
+// Where the store listens, as command lines and the environment give it.
 #pragma once
+
+#include "redis/address.h"
 
 #include <string>
 
 namespace client {
 
-struct Address {
-    std::string path; // of a unix socket; empty: TCP
-    std::string host;
-    int port = 0;
+using redis::Address;
 
-    // As it is written: "unix:PATH" or "tcp:HOST:PORT".
-    std::string text() const;
-};
-
-// Reads "unix:PATH" or "tcp:HOST:PORT"; an IPv6 host may stand in brackets.
-// Throws InvalidArgument.
+// As redis::parseAddress, but throws InvalidArgument with the text and the forms to use instead.
 Address parseAddress(const std::string& text);
 
-// `given`, or where that is empty what OSSEL_REDIS says, or the socket of Debian's
+// Parses `given`; where that is empty, OSSEL_REDIS; without that, the socket of Debian's
 // redis-server. Throws InvalidArgument. Main thread: it reads the environment.
 Address chooseAddress(const std::string& given = {});
 

@@ -1,5 +1,3 @@
-// Commands on the store: one at a time, one reply each, errors as exceptions.
-// Sockets and deadlines are left to client/wire.cpp.
 #include "client/connection.h"
 
 #include "client/errors.h"
@@ -37,10 +35,10 @@ std::string adviceFor(const std::string& error) {
     return {};
 }
 
-// The key that a command is about; most have it behind their name.
+// The key that a command is about: mostly the word after its name.
 const std::string& keyOf(const Words& words) {
     if (words.front() == "EVAL") {
-        return words.at(3); // behind the script and the number of keys
+        return words.at(3); // after the script and the number of keys
     }
     return words.front() == "XREAD" ? words.at(words.size() - 2) : words.at(1);
 }
@@ -88,9 +86,9 @@ std::optional<Reply> StoreConnection::blockingCommand(const Words& words, Deadli
         throw;
     }
     if (!reply) {
-        // The reply may still come: it must not be taken for the next command's.
+        // A late reply must not be taken for the next command's.
         wire_.reset();
-    } else if (reply->kind == Reply::Kind::error) {
+    } else if (reply->isError()) {
         throwRefused(address_, words, reply->text);
     }
     return reply;
@@ -99,10 +97,11 @@ std::optional<Reply> StoreConnection::blockingCommand(const Words& words, Deadli
 std::optional<std::vector<Reply>> StoreConnection::roundTrip(std::span<const Words> commands) {
     std::vector<Reply> replies;
     replies.reserve(commands.size());
+    const Deadline deadline = Clock::now() + kStoreTimeout;
     try {
-        wire_->send(commands, Clock::now() + kStoreTimeout);
+        wire_->send(commands, deadline);
         std::optional<Reply> reply;
-        while (replies.size() < commands.size() && (reply = wire_->receive())) {
+        while (replies.size() < commands.size() && (reply = wire_->receive(deadline))) {
             replies.push_back(std::move(*reply));
         }
     } catch (const Error&) {
@@ -128,7 +127,7 @@ std::vector<Reply> StoreConnection::received(std::span<const Words> commands,
 }
 
 void StoreConnection::check(const Words& command, const Reply& reply) const {
-    if (reply.kind == Reply::Kind::error) {
+    if (reply.isError()) {
         throwRefused(address_, command, reply.text);
     }
 }
@@ -144,7 +143,7 @@ Reply StoreConnection::command(const Words& words) {
     return reply;
 }
 
-// That a connection is lost shows without looking: nothing is spoilt by asking twice.
+// Does not check the connection first: asking twice does no harm.
 std::vector<Reply> StoreConnection::lookUp(std::span<const Words> commands) {
     std::optional<std::vector<Reply>> replies;
     bool isDone = false;

@@ -6,11 +6,12 @@
 #include "client/wire.h"
 
 #include <map>
+#include <memory>
 
 namespace client {
 
 // How long connecting, and how long a command, may take.
-inline constexpr std::chrono::milliseconds kStoreTimeout{2000};
+inline constexpr std::chrono::milliseconds kStoreTimeout = redis::kTimeout;
 
 // Not for two threads at once: each thread has its own.
 class StoreConnection {

@@ -39,7 +39,7 @@ Reply Invalidations::ask(Wire& wire, const Words& words) {
         throw StoreUnreachable("store " + name_ + ": no reply to " + words.front() +
                                "; is the server overloaded or stopped?");
     }
-    if (reply->kind == Reply::Kind::error) {
+    if (reply->isError()) {
         throw StoreRefused("store " + name_ + ": " + words.front() + " failed: " + reply->text);
     }
     return *reply;

@@ -3,7 +3,7 @@
 #include "client/lease.h"
 
 #include "client/errors.h"
-#include "client/uuid.h"
+#include "redis/uuid.h"
 
 #include <utility>
 
@@ -20,7 +20,7 @@ constexpr const char* kReleaseScript = "if redis.call('GET', KEYS[1]) == ARGV[1]
 
 Lease::Lease(StoreConnection& store, std::string key, std::chrono::milliseconds life,
              Deadline deadline, const Stop* stop, std::vector<Words> reads)
-    : store_(store), key_(std::move(key)), token_(makeUuid()), life_(life) {
+    : store_(store), key_(std::move(key)), token_(redis::makeUuid()), life_(life) {
     std::vector<Words> commands{{"SET", key_, token_, "NX", "PX", std::to_string(life_.count())}};
     commands.insert(commands.end(), std::make_move_iterator(reads.begin()),
                     std::make_move_iterator(reads.end()));

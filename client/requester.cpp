@@ -3,7 +3,7 @@
 #include "client/requester.h"
 
 #include "client/names.h"
-#include "client/uuid.h"
+#include "redis/uuid.h"
 
 #include <nlohmann/json.hpp>
 
@@ -136,7 +136,7 @@ Requester::Requester(StoreConnection& store, std::chrono::milliseconds timeout, 
 // A name per request: what is answered late or twice reaches nobody.
 void Requester::prepare() {
     if (replies_.empty()) {
-        replies_ = replyChannel(makeUuid());
+        replies_ = replyChannel(redis::makeUuid());
         subscription_.announce(replies_);
     }
 }

@@ -58,7 +58,7 @@ void Subscription::confirm(const std::string& channel, bool isAnnounced) {
             wire_->send(words, deadline);
         }
         while (std::optional<Reply> reply = wire_->receive(deadline, nullptr)) {
-            if (reply->kind == Reply::Kind::error) {
+            if (reply->isError()) {
                 throwRefused(address_, words, reply->text);
             }
             if (isAbout(*reply, "subscribe", channel)) {

@@ -2,7 +2,7 @@
 #include "client/webgui.h"
 
 #include "client/names.h"
-#include "client/uuid.h"
+#include "redis/uuid.h"
 
 #include <algorithm>
 
@@ -198,7 +198,7 @@ Answer WebGui::update(Work& work, const std::string& messageId, bool isLast) {
     if (!work.isRead) {
         work.present = snapshotOf(instance, &place_->channel);
     }
-    Request request{messageId, requestKey(makeUuid()), {{kTargetField, instance}}};
+    Request request{messageId, requestKey(redis::makeUuid()), {{kTargetField, instance}}};
     for (const Setting& setting : settings()) {
         if (setting.messageId == messageId) {
             request.fields.emplace_back(setting.name, valueOf(setting, work.changes, work.user,
@@ -211,7 +211,7 @@ Answer WebGui::update(Work& work, const std::string& messageId, bool isLast) {
         escort.after.push_back(work.lease.release());
     }
     Answer answer = requester_.perform(place_->channel, request, &escort);
-    if (isLast && escort.replies.back().kind != Reply::Kind::error) {
+    if (isLast && !escort.replies.back().isError()) {
         work.lease.dismiss();
     }
     const std::span<const Reply> replies = std::span(escort.replies).first(own);
@@ -221,9 +221,8 @@ Answer WebGui::update(Work& work, const std::string& messageId, bool isLast) {
 
 // False: it has to be read once more. What the request has done is done in any case.
 bool WebGui::takeAfter(std::span<const Reply> replies, Snapshot& present) {
-    const bool hasFailed = std::any_of(replies.begin(), replies.end(), [](const Reply& each) {
-        return each.kind == Reply::Kind::error;
-    });
+    const bool hasFailed = std::any_of(replies.begin(), replies.end(),
+                                       [](const Reply& each) { return each.isError(); });
     try {
         if (!hasFailed) {
             present = reader_.take(store_, present.instance, replies);
@@ -238,7 +237,7 @@ Answer WebGui::runAction(const std::string& action) {
     const Place& found = place();
     return requester_.perform(found.channel,
                               {kActionRequest,
-                               requestKey(makeUuid()),
+                               requestKey(redis::makeUuid()),
                                {{kTargetField, found.instance}, {kActionField, action}}});
 }
 

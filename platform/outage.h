@@ -1,5 +1,5 @@
-// Tells a device's outage once: a line on standard error when it begins, none for the
-// calls that fail in its course. What the lines say is the business of each library.
+// Logs a device's outage once: a line on standard error when it begins, none for the calls that
+// fail while it lasts.
 #pragma once
 
 #include "log_line.h"
@@ -10,17 +10,17 @@
 // Thread: any.
 class Outage {
 public:
-    // A call failed: writes "[function]: parts" unless this outage is told already.
+    // A call failed: logs "[function]: parts" unless this outage was logged already.
     template <typename... Parts>
     void failed(std::string_view function, const Parts&... parts) {
-        if (!told_.exchange(true)) {
+        if (!isLogged_.exchange(true)) {
             logErrorLine(function, parts...);
         }
     }
 
-    // A call worked. True when that ends an outage.
-    bool worked() { return told_.exchange(false); }
+    // A call worked. True when this ends an outage.
+    bool worked() { return isLogged_.exchange(false); }
 
 private:
-    std::atomic<bool> told_ = false;
+    std::atomic<bool> isLogged_ = false;
 };

@@ -1,9 +1,9 @@
 #include "redfish/installation.h"
 
-#include "client/uuid.h"
 #include "redfish/security/passwords.h"
 #include "redfish/security/private_file.h"
 #include "redfish/security/random.h"
+#include "redis/uuid.h"
 
 #include <iostream>
 #include <unistd.h>
@@ -20,7 +20,7 @@ void prepareStateFolder(const std::filesystem::path& folder) {
 std::string installationUuid(const std::filesystem::path& folder) {
     const std::filesystem::path file = folder / "uuid";
     if (!std::filesystem::exists(file)) {
-        writePrivateFile(file, client::makeUuid() + "\n");
+        writePrivateFile(file, redis::makeUuid() + "\n");
     }
     const std::string text = readPrivateFile(file);
     return text.substr(0, text.find('\n'));

@@ -1,5 +1,4 @@
-// The edge between the C functions and the C++ below them: null arguments and exceptions end
-// here, in one place. What a call does is left to the body that is passed in.
+// The edge between the C functions and the C++ below them: null arguments and exceptions end here.
 #pragma once
 
 #include <exception>
@@ -9,8 +8,8 @@ namespace ossel {
 constexpr int kSuccess = 0;
 constexpr int kFailure = 1;
 
-// Runs the body and gives its result; `failure` when it throws, as for lack of memory. The
-// caller of a C function never sees an exception.
+// Returns the body's result, or `failure` when it throws, as for lack of memory: the caller of a C
+// function never sees an exception.
 template <typename Result, typename Body>
 Result atBoundary(Result failure, Body body) noexcept {
     try {
@@ -20,7 +19,7 @@ Result atBoundary(Result failure, Body body) noexcept {
     }
 }
 
-// The result code of a body that tells with true that it succeeded.
+// The result code of a body that returns true on success.
 template <typename Body>
 int resultCode(Body body) noexcept {
     return atBoundary(kFailure, [&body] { return body() ? kSuccess : kFailure; });

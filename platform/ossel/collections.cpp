@@ -1,5 +1,4 @@
-// Lists and sets of instance keys: the instance collections and the work trees. The instances
-// themselves are left to hashes.cpp.
+// Lists and sets of instance keys: the instance collections and the work trees.
 #include "platform/ossel.h"
 
 #include "platform/ossel/boundary.h"
@@ -11,6 +10,7 @@
 #include <charconv>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace ossel {
 
@@ -18,20 +18,19 @@ namespace {
 
 constexpr std::string_view kWorkTreePrefix = "WorkTree:";
 
-// Looking and pushing in one step, so that two writers cannot both push the same value.
+// Checks and pushes in one step, so that two writers cannot both push the same value.
 constexpr std::string_view kPushUnlessHeld =
     "if redis.call('LPOS', KEYS[1], ARGV[1]) then return 0 end\n"
     "return redis.call('RPUSH', KEYS[1], ARGV[1])";
 
 bool isNumber(const Reply& reply) {
-    return reply.type() == REDIS_REPLY_INTEGER;
+    return reply.kind == Reply::Kind::integer;
 }
 
-// A list is tried before a set: that the key holds the other kind is for the caller to see,
-// not for the log.
+// Callers try a list before a set: a key of the other kind is a result, not an error to log.
 bool push(redisContext& context, const char* key, const char* value) {
     ShortCommand eval{"EVAL", kPushUnlessHeld, "1", key, value};
-    return isNumber(askAllowingWrongKind(context, eval, {REDIS_REPLY_INTEGER}, Repeat::harmless));
+    return isNumber(askAllowingWrongKind(context, eval, {Reply::Kind::integer}, Repeat::harmless));
 }
 
 bool removeFromList(redisContext& context, const char* key, int count, const char* value) {
@@ -39,28 +38,28 @@ bool removeFromList(redisContext& context, const char* key, int count, const cha
     const char* const end = std::to_chars(digits.begin(), digits.end(), count).ptr;
     const std::string_view number(digits.data(), static_cast<std::size_t>(end - digits.data()));
     ShortCommand lrem{"LREM", key, number, value};
-    const Reply reply = askAllowingWrongKind(context, lrem, {REDIS_REPLY_INTEGER}, Repeat::never);
-    return isNumber(reply) && reply.integer() > 0;
+    const Reply reply = askAllowingWrongKind(context, lrem, {Reply::Kind::integer}, Repeat::never);
+    return isNumber(reply) && reply.integer > 0;
 }
 
 bool addToSet(redisContext& context, const char* key, const char* member) {
     ShortCommand sadd{"SADD", key, member};
-    return isNumber(ask(context, sadd, {REDIS_REPLY_INTEGER}, Repeat::harmless));
+    return isNumber(ask(context, sadd, {Reply::Kind::integer}, Repeat::harmless));
 }
 
 bool removeFromSet(redisContext& context, const char* key, const char* member) {
     ShortCommand srem{"SREM", key, member};
-    const Reply reply = ask(context, srem, {REDIS_REPLY_INTEGER}, Repeat::never);
-    return isNumber(reply) && reply.integer() > 0;
+    const Reply reply = ask(context, srem, {Reply::Kind::integer}, Repeat::never);
+    return isNumber(reply) && reply.integer > 0;
 }
 
-// The members of a set or of a list. None when they cannot be read.
+// The members of a set or of a list. Empty when they cannot be read.
 Reply membersOf(redisContext& context, const char* key) {
     ShortCommand smembers{"SMEMBERS", key};
-    Reply reply = askAllowingWrongKind(context, smembers, {REDIS_REPLY_ARRAY}, Repeat::harmless);
+    Reply reply = askAllowingWrongKind(context, smembers, {Reply::Kind::list}, Repeat::harmless);
     if (isWrongKind(reply)) {
         ShortCommand lrange{"LRANGE", key, "0", "-1"};
-        reply = ask(context, lrange, {REDIS_REPLY_ARRAY}, Repeat::harmless);
+        reply = ask(context, lrange, {Reply::Kind::list}, Repeat::harmless);
     }
     return reply;
 }
@@ -71,7 +70,7 @@ bool readMembers(redisContext& context, const char* key, InstanceSlot*& members,
     if (!reply) {
         return false;
     }
-    const std::span<redisReply* const> texts = reply.elements();
+    const std::vector<Reply>& texts = reply.elements;
     if (texts.empty()) {
         return true;
     }
@@ -81,14 +80,14 @@ bool readMembers(redisContext& context, const char* key, InstanceSlot*& members,
         return false;
     }
     for (std::size_t i = 0; i < texts.size(); ++i) {
-        copyBounded(slots.get()[i], textOf(*texts[i]));
+        copyBounded(slots.get()[i], texts[i].text);
     }
     members = slots.release();
     count = static_cast<unsigned int>(texts.size());
     return true;
 }
 
-// Exactly these members, whatever the key held before.
+// Replaces whatever the key held by exactly these members.
 bool makeSet(redisContext& context, const char* key, std::span<const InstanceSlot> members) {
     ShortCommand del{"DEL", key};
     LongCommand sadd(2 + members.size());
@@ -100,7 +99,7 @@ bool makeSet(redisContext& context, const char* key, std::span<const InstanceSlo
     return runTransaction(context, std::array<Command, 2>{del, sadd}, Repeat::harmless);
 }
 
-// What was done already is not done twice by a second try: the set is gone by then.
+// A second try does no harm: the first one, if it ran, has consumed the set.
 bool renew(redisContext& context, int mode, const char* collectionKey, const char* setKey) {
     constexpr int kAdd = 0;
     constexpr int kTakeOut = 1;

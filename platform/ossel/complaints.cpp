@@ -1,10 +1,7 @@
-// Keeps standard error readable while the store is away or refuses the same thing again and
-// again. The form of a line and its writing in one piece are left to log_line.h.
 #include "platform/ossel/complaints.h"
 
 #include "log_line.h"
 
-#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <mutex>
@@ -21,20 +18,20 @@ constexpr std::size_t kRememberedLines = 64;
 
 std::atomic<bool> outage{false};
 
-// True when the line may be said again. Any thread.
+// True when the line may be logged again. Any thread.
 bool isDue(const std::string& line) {
     static std::mutex mutex;
-    static std::unordered_map<std::string, Clock::time_point> lastSaid;
+    static std::unordered_map<std::string, Clock::time_point> lastLogged;
     const std::lock_guard lock(mutex);
     const Clock::time_point now = Clock::now();
-    if (lastSaid.size() >= kRememberedLines) {
-        std::erase_if(lastSaid,
+    if (lastLogged.size() >= kRememberedLines) {
+        std::erase_if(lastLogged,
                       [now](const auto& entry) { return now - entry.second >= kSilencePerLine; });
     }
-    if (lastSaid.size() >= kRememberedLines && !lastSaid.contains(line)) {
+    if (lastLogged.size() >= kRememberedLines && !lastLogged.contains(line)) {
         return false;
     }
-    const auto [entry, isNew] = lastSaid.try_emplace(line, now);
+    const auto [entry, isNew] = lastLogged.try_emplace(line, now);
     if (!isNew && now - entry->second < kSilencePerLine) {
         return false;
     }
@@ -45,12 +42,7 @@ bool isDue(const std::string& line) {
 } // namespace
 
 void complain(std::string_view text) {
-    // Keys and the server's texts may hold anything; a line stays one line.
-    std::string line(text);
-    std::replace_if(
-        line.begin(), line.end(),
-        [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; }, '?');
-    writeErrorLine("ossel: ", line);
+    writeErrorLine("ossel: ", text);
 }
 
 void complainOfOutage(std::string_view address, std::string_view text) {

@@ -1,5 +1,5 @@
-// What the library says on standard error: one line per outage and one per kind of refusal,
-// however many calls and threads meet it. Who is told besides is left to the caller.
+// The library's lines on standard error: one per outage and one per kind of refusal, however many
+// calls and threads meet it. Any thread.
 #pragma once
 
 #include <string>
@@ -7,16 +7,16 @@
 
 namespace ossel {
 
-// Says "ossel: " and the text, at all times.
+// Logs "ossel: " and the text, always.
 void complain(std::string_view text);
 
-// Says it unless it was said of this address already and no store has answered since.
+// Logs it, unless an outage of this address was logged and no store has answered since.
 void complainOfOutage(std::string_view address, std::string_view text);
 
-// The store answered: the next outage is a new one. Costs next to nothing.
+// The store answered: the next outage is a new one. Cheap enough for every call.
 void outageIsOver() noexcept;
 
-// Says it unless the same line was said within the last ten seconds.
+// Logs it, unless the same line was logged within the last ten seconds.
 void complainNowAndThen(std::string_view text);
 
 } // namespace ossel

@@ -1,5 +1,4 @@
-// osselRedisConnect and osselRedisDisconnect, and the register of the first connection. The
-// connection as such is left to connection.cpp.
+// osselRedisConnect and osselRedisDisconnect, and the register of the first connection.
 #include "platform/ossel.h"
 
 #include "platform/ossel/boundary.h"
@@ -9,8 +8,9 @@
 #include "platform/ossel/first_connection.h"
 
 #include <csignal>
-#include <cstdlib>
+#include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 
 namespace ossel {
@@ -22,8 +22,8 @@ std::mutex registerMutex;
 redisContext* firstConnection = nullptr;
 std::size_t openConnections = 0;
 
-// A server that goes away in mid-write is a failed call, not the end of the process. A
-// handler of the process's own is left in place.
+// Sending never raises SIGPIPE, but callers count on its being ignored from the first connect on.
+// A handler of the process's own is left in place.
 void ignoreBrokenPipes() {
     struct sigaction current {};
     if (::sigaction(SIGPIPE, nullptr, &current) == 0 && current.sa_handler == SIG_DFL) {
@@ -33,37 +33,37 @@ void ignoreBrokenPipes() {
     }
 }
 
-std::optional<Address> configuredAddress() {
-    const char* const variable = std::getenv(kAddressVariable);
-    const std::string text = variable == nullptr ? kDefaultAddress : variable;
-    std::optional<Address> address = parseAddress(text);
-    if (!address) {
-        complain(std::string(kAddressVariable) + " is \"" + text +
+std::optional<redis::Address> configuredAddress() {
+    const std::string text = redis::configuredAddress();
+    try {
+        return redis::parseAddress(text);
+    } catch (const redis::InvalidAddress&) {
+        complain(std::string(redis::kAddressVariable) + " is \"" + text +
                  "\"; allowed are unix:PATH and tcp:HOST:PORT");
+        return std::nullopt;
     }
-    return address;
 }
 
-// A server that is at its limit of connections, wants a password or hangs accepts the
-// connection nevertheless: only an answer shows that it serves us.
+// A server at its limit of clients, one that wants a password and one that hangs still accept
+// connections: only an answer proves that it serves us.
 bool isServed(redisContext& context) {
-    ShortCommand ping{"PING"};
-    return bool(ask(context, ping, {REDIS_REPLY_STATUS}, Repeat::harmless));
+    const ShortCommand ping{"PING"};
+    return bool(ask(context, ping, {Reply::Kind::status}, Repeat::harmless));
 }
 
 redisContext* connect() {
     static std::once_flag once;
     std::call_once(once, ignoreBrokenPipes);
-    const std::optional<Address> address = configuredAddress();
+    const std::optional<redis::Address> address = configuredAddress();
     if (!address) {
         return nullptr;
     }
-    Connection connection = openConnection(*address);
-    if (connection == nullptr || !isServed(*connection)) {
+    std::unique_ptr<redisContext> context = openContext(*address);
+    if (context == nullptr || !isServed(*context)) {
         return nullptr;
     }
-    enterConnection(connection.get());
-    return connection.release();
+    enterConnection(context.get());
+    return context.release();
 }
 
 } // namespace
@@ -100,7 +100,7 @@ redisContext* osselRedisConnect(void) {
 
 void osselRedisDisconnect(redisContext* context) {
     ossel::resultCode([context] {
-        const ossel::Connection closing(context);
+        const std::unique_ptr<redisContext> closing(context);
         if (closing != nullptr) {
             ossel::leaveConnection(context);
         }

@@ -1,5 +1,5 @@
-// The connection that the process opened first: the schema look-ups carry no context of their
-// own and work on it. Its owner is the caller of osselRedisConnect.
+// The connection that the process opened first, on which look-ups without a context work. The
+// caller of osselRedisConnect owns it.
 #pragma once
 
 #include <functional>
@@ -8,15 +8,15 @@ struct redisContext;
 
 namespace ossel {
 
-// Enters a connection that was just opened. It is the first one when no other is open.
+// Registers a connection that was just opened. It becomes the first one when no other is open.
 void enterConnection(redisContext* context);
 
-// Strikes out a connection that is about to be closed. Later ones do not take the first
-// one's place while others are open.
+// Removes a connection that is about to be closed. When it was the first one, none of the others
+// takes its place.
 void leaveConnection(const redisContext* context);
 
-// Calls the body with the first connection, which cannot be closed meanwhile. False when
-// there is none. Any thread, but the connection serves one at a time, as always.
+// Calls the body with the first connection, which cannot be closed meanwhile. False when there is
+// none. Any thread, but as every connection it serves one at a time.
 bool withFirstConnection(const std::function<void(redisContext&)>& body);
 
 } // namespace ossel

@@ -1,6 +1,5 @@
 // The hashes of the object store - instances, request objects, schema objects - and the two
-// keys that stand beside an instance: its freshness and its cached ETag. Return messages, which
-// are hashes too, are left to messages_and_events.cpp.
+// keys beside an instance: its freshness mark and its cached ETag.
 #include "platform/ossel.h"
 
 #include "platform/ossel/boundary.h"
@@ -11,6 +10,7 @@
 #include <charconv>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace ossel {
 
@@ -19,7 +19,7 @@ namespace {
 constexpr std::string_view kFreshnessPrefix = "TTL:";
 constexpr std::string_view kETagPrefix = "ETag:";
 
-// Every caller's buffer has room for that many characters and a NUL.
+// Every caller's buffer holds this many characters and a NUL.
 constexpr std::size_t kMaxFieldText = 255;
 
 std::string prefixed(std::string_view prefix, std::string_view key) {
@@ -36,19 +36,19 @@ bool setFields(redisContext& context, const char* key, std::span<const FieldValu
         command.add(boundedText(field.name));
         command.add(boundedText(field.value));
     }
-    return bool(ask(context, command, {REDIS_REPLY_INTEGER}, Repeat::harmless));
+    return bool(ask(context, command, {Reply::Kind::integer}, Repeat::harmless));
 }
 
 bool removeKey(redisContext& context, std::string_view key) {
     ShortCommand del{"DEL", key};
-    return bool(ask(context, del, {REDIS_REPLY_INTEGER}, Repeat::harmless));
+    return bool(ask(context, del, {Reply::Kind::integer}, Repeat::harmless));
 }
 
-// The reply with the field's text; none when there is no such field.
+// The reply with the field's text; empty when there is no such field.
 Reply readField(redisContext& context, const char* key, const char* field) {
     ShortCommand hget{"HGET", key, field};
-    Reply reply = ask(context, hget, {REDIS_REPLY_STRING, REDIS_REPLY_NIL}, Repeat::harmless);
-    return reply.type() == REDIS_REPLY_STRING ? std::move(reply) : Reply();
+    Reply reply = ask(context, hget, {Reply::Kind::text, Reply::Kind::nil}, Repeat::harmless);
+    return reply.kind == Reply::Kind::text ? std::move(reply) : Reply();
 }
 
 bool markFresh(redisContext& context, std::string_view key, int ttl) {
@@ -60,13 +60,13 @@ bool markFresh(redisContext& context, std::string_view key, int ttl) {
     const char* const end = std::to_chars(digits.begin(), digits.end(), ttl).ptr;
     const std::string_view seconds(digits.data(), static_cast<std::size_t>(end - digits.data()));
     ShortCommand set{"SET", mark, "1", "EX", seconds};
-    return bool(ask(context, set, {REDIS_REPLY_STATUS}, Repeat::harmless));
+    return bool(ask(context, set, {Reply::Kind::status}, Repeat::harmless));
 }
 
 FieldValuePair* readAllFields(redisContext& context, const char* key, unsigned int& count) {
     ShortCommand hgetall{"HGETALL", key};
-    const Reply reply = ask(context, hgetall, {REDIS_REPLY_ARRAY}, Repeat::harmless);
-    const std::span<redisReply* const> texts = reply.elements();
+    const Reply reply = ask(context, hgetall, {Reply::Kind::list}, Repeat::harmless);
+    const std::vector<Reply>& texts = reply.elements;
     if (texts.size() < 2 || texts.size() % 2 != 0) {
         return nullptr;
     }
@@ -78,8 +78,8 @@ FieldValuePair* readAllFields(redisContext& context, const char* key, unsigned i
     }
     for (std::size_t i = 0; i < pairs; ++i) {
         FieldValuePair& field = fields.get()[i];
-        copyBounded(field.name, textOf(*texts[2 * i]));
-        copyBounded(field.value, textOf(*texts[2 * i + 1]));
+        copyBounded(field.name, texts[2 * i].text);
+        copyBounded(field.value, texts[2 * i + 1].text);
     }
     count = static_cast<unsigned int>(pairs);
     return fields.release();
@@ -113,8 +113,8 @@ int osselGetHashField(redisContext* context, const char* key, const char* field,
         if (!reply) {
             return false;
         }
-        // Nothing behind the NUL is touched: the buffers are of different sizes.
-        const std::string_view text = reply.text().substr(0, kMaxFieldText);
+        // Writes nothing behind the NUL: the callers' buffers differ in size.
+        const std::string_view text = std::string_view(reply.text).substr(0, kMaxFieldText);
         copyBounded(value, text.size() + 1, text);
         return true;
     });
@@ -136,7 +136,7 @@ int osselIsFieldMatched(redisContext* context, const char* key, const char* fiel
             return 0;
         }
         const Reply reply = readField(*context, key, field);
-        return reply && reply.text() == value ? 1 : 0;
+        return reply && reply.text == value ? 1 : 0;
     });
 }
 

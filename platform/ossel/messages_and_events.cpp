@@ -1,26 +1,27 @@
-// What the daemon tells others through the store: UUIDs, return messages, publications and
-// events. Whom a message is for is left to the callers.
+// What the daemon publishes through the store: UUIDs, return messages, messages on channels and
+// events.
 #include "platform/ossel.h"
 
 #include "platform/ossel/boundary.h"
 #include "platform/ossel/complaints.h"
 #include "platform/ossel/exchange.h"
+#include "redis/uuid.h"
 #include "text.h"
 
+#include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cstdarg>
-#include <cstdint>
+#include <cstring>
 #include <string>
 #include <string_view>
-#include <sys/random.h>
+#include <system_error>
 #include <vector>
 
 namespace ossel {
 
 namespace {
 
-// A requester that does not fetch its message within that time is gone.
+// A requester that has not fetched its message by then is gone.
 constexpr std::string_view kReturnMessageSeconds = "60";
 constexpr std::array<std::string_view, 5> kReturnMessageArguments = {
     "MessageArgs.0", "MessageArgs.1", "MessageArgs.2", "MessageArgs.3", "MessageArgs.4"};
@@ -30,37 +31,15 @@ constexpr std::string_view kEventsKept = "1000";
 
 constexpr std::size_t kArgumentSlot = 1024;
 
-bool fillRandom(std::span<std::uint8_t> bytes) {
-    std::size_t filled = 0;
-    while (filled < bytes.size()) {
-        const ssize_t got = ::getrandom(bytes.data() + filled, bytes.size() - filled, 0);
-        if (got < 0 && errno != EINTR) {
-            complainNowAndThen("no random numbers for a UUID");
-            return false;
-        }
-        filled += got < 0 ? 0 : static_cast<std::size_t>(got);
-    }
-    return true;
-}
-
-// A random UUID, version 4: 8-4-4-4-12 lower-case hexadecimal digits and a NUL.
 bool generateUuid(char* text) {
-    constexpr std::string_view kDigits = "0123456789abcdef";
-    std::array<std::uint8_t, 16> bytes{};
-    if (!fillRandom(bytes)) {
+    try {
+        const auto uuid = redis::randomUuid();
+        std::copy(uuid.begin(), uuid.end(), text);
+        return true;
+    } catch (const std::system_error& error) {
+        complainNowAndThen(error.what());
         return false;
     }
-    bytes[6] = static_cast<std::uint8_t>((bytes[6] & 0x0fU) | 0x40U); // version 4
-    bytes[8] = static_cast<std::uint8_t>((bytes[8] & 0x3fU) | 0x80U); // variant of RFC 4122
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
-        if (i == 4 || i == 6 || i == 8 || i == 10) {
-            *text++ = '-';
-        }
-        *text++ = kDigits[bytes[i] >> 4U];
-        *text++ = kDigits[bytes[i] & 0x0fU];
-    }
-    *text = '\0';
-    return true;
 }
 
 bool storeReturnMessage(redisContext& context, const char* uuid, const char* messageId,
@@ -78,16 +57,16 @@ bool storeReturnMessage(redisContext& context, const char* uuid, const char* mes
     const std::array<Command, 2> commands{hset, expire};
     std::array<Reply, 2> replies;
     return exchange(context, commands, replies, Repeat::harmless) &&
-           isWanted(context, commands[0], replies[0], {REDIS_REPLY_INTEGER}) &&
-           isWanted(context, commands[1], replies[1], {REDIS_REPLY_INTEGER});
+           isWanted(context, commands[0], replies[0], {Reply::Kind::integer}) &&
+           isWanted(context, commands[1], replies[1], {Reply::Kind::integer});
 }
 
 bool publish(redisContext& context, const char* channel, const char* message) {
     ShortCommand command{"PUBLISH", channel, message};
-    return bool(ask(context, command, {REDIS_REPLY_INTEGER}, Repeat::never));
+    return bool(ask(context, command, {Reply::Kind::integer}, Repeat::never));
 }
 
-// One XADD. Owns the names of the arguments; the texts are the event's.
+// One XADD. Owns the names of the arguments and borrows the event's texts.
 class EventCommand {
 public:
     EventCommand(std::string_view stream, const OsselEvent& event)
@@ -138,7 +117,7 @@ bool appendEvents(redisContext& context, const char* source, std::span<const Oss
     const std::string stream = std::string(kEventsPrefix) + source;
     if (events.size() == 1) {
         EventCommand xadd(stream, events.front());
-        return bool(ask(context, xadd, {REDIS_REPLY_STRING}, Repeat::never));
+        return bool(ask(context, xadd, {Reply::Kind::text}, Repeat::never));
     }
     std::vector<EventCommand> xadds;
     xadds.reserve(events.size());
@@ -164,7 +143,7 @@ int osselCreateReturnMessage(redisContext* context, const char* uuid, const char
     if (anyNull(context, uuid, messageId)) {
         return kFailure;
     }
-    // One more than fits, to see that there are too many.
+    // Room for one too many, to detect it.
     std::array<const char*, kReturnMessageArguments.size() + 1> arguments{};
     std::size_t count = 0;
     va_list list;

@@ -1,5 +1,4 @@
-// Looks up schema types and properties of schema objects, for callers that carry no context.
-// Which connection serves them is left to first_connection.h.
+// Looks up schema types and properties of schema objects, for callers without a context.
 #include "platform/ossel.h"
 
 #include "platform/ossel/boundary.h"
@@ -13,12 +12,12 @@ namespace ossel {
 
 namespace {
 
-// The field of the hash as a `malloc`ed text, whatever its length; null when there is none.
+// The field of the hash as a `malloc`ed text of any length; null when there is no such field.
 char* copyOfField(redisContext& context, std::string_view key, std::string_view field) {
     ShortCommand hget{"HGET", key, field};
-    const Reply reply = ask(context, hget, {REDIS_REPLY_STRING, REDIS_REPLY_NIL}, Repeat::harmless);
-    return reply.type() == REDIS_REPLY_STRING ? ::strndup(reply.text().data(), reply.text().size())
-                                              : nullptr;
+    const Reply reply = ask(context, hget, {Reply::Kind::text, Reply::Kind::nil}, Repeat::harmless);
+    return reply.kind == Reply::Kind::text ? ::strndup(reply.text.data(), reply.text.size())
+                                           : nullptr;
 }
 
 char* lookUp(std::string_view key, std::string_view field) {

@@ -1,6 +1,8 @@
-// What the host has to say: one line to standard error for one event. It goes past the
-// C++ streams, since std::cerr would flush std::cout, which is the daemon's own.
+// The host's lines on standard error. They bypass std::cerr, which would flush std::cout, the
+// daemon's own.
 #pragma once
+
+#include "log_line.h"
 
 #include <string>
 #include <string_view>
@@ -8,14 +10,19 @@
 
 namespace plugin_host {
 
-// Writes the parts, nothing added between them, as one line in one piece. Any thread.
+// Writes the parts as one line in one piece, nothing added between them, control characters made
+// visible as in every line of log. Any thread.
 template <typename... Parts>
 void writeErrorLine(const Parts&... parts) {
-    std::string line = "[ovrhost]: ";
-    (line.append(std::string_view(parts)), ...);
-    line += '\n';
+    LineBuffer line;
+    const auto put = [&line](std::string_view text) {
+        line.sputn(text.data(), static_cast<std::streamsize>(text.size()));
+    };
+    put("[ovrhost]: ");
+    (put(parts), ...);
+    const std::string& text = line.finish();
     // A standard error that is closed or full is no reason to stop.
-    [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, line.data(), line.size());
+    [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, text.data(), text.size());
 }
 
 } // namespace plugin_host

@@ -1,6 +1,6 @@
-// Reads the payload of a request. The everyday one is read at a glance; the parser decides about
-// every other. Its events are taken instead of a tree, so that a payload of another form is refused
-// at its first wrong element; the log is left to the caller.
+// The everyday payload is read in one pass; the JSON parser decides about every other. It reports
+// events instead of building a tree, so that a payload of another form is refused at its first
+// wrong element.
 #include "platform/plugin_host/payload.h"
 
 #include <algorithm>
@@ -15,13 +15,14 @@ namespace {
 using Json = nlohmann::json;
 
 constexpr std::size_t kShownBytes = 80;
+constexpr const char* kNul = "contains a NUL";
 
-// True for letters that stand for themselves in a text. A function object: it is called for each.
+// True for letters that stand for themselves in a JSON text. A function object: called for each.
 constexpr auto isPlain = [](char letter) {
     return letter >= ' ' && letter <= '~' && letter != '"' && letter != '\\';
 };
 
-// Takes the mark, blanks, and a text in quotes that has nothing to decode.
+// Takes the mark, blanks, and a quoted text without escapes.
 bool takePlainText(std::string_view& rest, char mark, std::string& text) {
     if (!rest.starts_with(mark)) {
         return false;
@@ -40,14 +41,14 @@ bool takePlainText(std::string_view& rest, char mark, std::string& text) {
     return true;
 }
 
-// False: the payload is not of the everyday form, and the request is in any state.
+// False: not of the everyday form; the request is in any state.
 bool readPlainRequest(std::string_view payload, RequestTriple& request) {
     auto& [msgId, reqArg, replyChannel] = request;
     return takePlainText(payload, '[', msgId) && takePlainText(payload, ',', reqArg) &&
            takePlainText(payload, ',', replyChannel) && payload == "]";
 }
 
-// Receives the parser's events; false stops the parser. The names are the parser's.
+// Receives the parser's events, under the parser's names; false stops it.
 class RequestReader {
 public:
     explicit RequestReader(RequestTriple& request)
@@ -81,7 +82,7 @@ public:
             return refuse("more than three elements");
         }
         if (text.find('\0') != std::string::npos) {
-            return refuse("a text with a NUL");
+            return refuse(kNul);
         }
         *texts_[count_++] = text;
         return true;
@@ -115,6 +116,9 @@ const char* parseRequest(std::string_view payload, RequestTriple& request) {
     }
     if (readPlainRequest(payload, request)) {
         return nullptr;
+    }
+    if (payload.find('\0') != std::string_view::npos) {
+        return kNul;
     }
     RequestReader reader(request);
     Json::sax_parse(payload.begin(), payload.end(), &reader);

@@ -1,5 +1,5 @@
-// What is published on the registration's channel: the JSON array
-// `[msgId, reqArg, replyChannel]`. What the texts mean is for the hook.
+// The payload published on the registration's channel: the JSON array
+// `[msgId, reqArg, replyChannel]`.
 #pragma once
 
 #include "platform/plugin_host.h"
@@ -13,11 +13,11 @@ namespace plugin_host {
 // Longer payloads are refused unread.
 constexpr std::size_t kMaxPayloadBytes = 65536;
 
-// Null when the request was filled; otherwise why the payload is refused (a constant text),
-// with the request in any state. The texts go on as C strings: none holds a NUL.
+// Fills the request and returns null. Otherwise returns why the payload is refused, a constant
+// text, with the request in any state. The texts become C strings: none contains a NUL.
 const char* parseRequest(std::string_view payload, RequestTriple& request);
 
-// The payload for a line of log: its beginning, in printable ASCII.
+// The beginning of the payload for a line of log, in printable ASCII.
 std::string shownPayload(std::string_view payload);
 
 } // namespace plugin_host

@@ -1,5 +1,5 @@
-// The public classes: each member checks what it is given and hands it to the part that does
-// the work, the queues, the subscription or the wait.
+// The public classes: each member checks its arguments and passes them to the queues, the
+// subscription or the wait.
 #include "platform/plugin_host.h"
 
 #include "platform/plugin_host/error_line.h"
@@ -66,7 +66,7 @@ void ovrBindCAPIToOssel::ovrcbIdSet(std::string callbackId) {
 
 // NOLINTNEXTLINE(readability-convert-member-functions-to-static): a member by contract
 void ovrBindCAPIToOssel::ovrRedisContextSet(redisContext* /*context*/) {
-    // The host subscribes on a connection of its own, which the main thread must not share.
+    // The host subscribes on a connection of its own: this one is the main thread's.
 }
 
 void ovrBindCAPIToOssel::ovrHookFnSet(void (*hook)(char* msgId, char* reqArg, char* replyChannel)) {

@@ -1,5 +1,3 @@
-// The queues of posted requests and the waiting for them. Starting, stopping and counting
-// the threads that wait here is left to wait.cpp.
 #include "platform/plugin_host/request_queues.h"
 
 #include "platform/plugin_host/error_line.h"
@@ -10,7 +8,7 @@ namespace plugin_host {
 
 namespace {
 
-// Slots kept per queue, so that requests in steady state allocate nothing.
+// Slots kept per queue, so that steady traffic allocates nothing.
 constexpr std::size_t kSpareSlots = 8;
 
 } // namespace

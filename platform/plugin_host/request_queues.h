@@ -1,5 +1,5 @@
-// The queues between the hook and the workers, one per kind of request, and the take that
-// ends a worker. Who posts, who takes and when the end comes is for wait.cpp and the daemon.
+// The queues between the hook and the workers, one per kind of request, and the take that ends a
+// worker.
 #pragma once
 
 #include "platform/plugin_host.h"
@@ -12,8 +12,8 @@
 
 namespace plugin_host {
 
-// Thrown out of a take to end a worker. It has no base class, so that only the place that
-// started the thread catches it.
+// Thrown out of a take to end a worker. Has no base class, so that only the place that started the
+// thread catches it.
 struct WorkerEnd {};
 
 // One first-in-first-out queue. Any number of threads on both sides.
@@ -22,13 +22,14 @@ public:
     // Appends a copy and wakes one waiting taker. False: closed, nothing is kept.
     bool post(const RequestTriple& request);
 
-    // Waits for the oldest request and moves it out. Once the queue is ended and empty it
-    // throws WorkerEnd.
+    // Waits for the oldest request and moves it out. Throws WorkerEnd once the queue is ended and
+    // empty.
     void take(RequestTriple& request);
 
+    // From now on a taker that finds the queue empty ends.
     void end();
 
-    // Refuses later posts and gives how many requests nobody took; they are discarded.
+    // Refuses later posts, discards the requests that nobody took, and returns their number.
     std::size_t close();
 
 private:

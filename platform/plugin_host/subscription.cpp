@@ -1,41 +1,39 @@
-// Registers with redis, hands requests to the hook, renews what is lost and leaves in good
-// order. Reading a payload is left to payload.cpp, the bounds of a connection to connection.cpp.
 #include "platform/plugin_host/subscription.h"
 
 #include "platform/plugin_host/error_line.h"
 #include "platform/plugin_host/event.h"
 #include "platform/plugin_host/payload.h"
+#include "redis/uuid.h"
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
+#include <chrono>
 #include <exception>
 
 namespace plugin_host {
 
+using redis::ShortCommand;
+
 namespace {
 
-constexpr const char* kDefaultAddress = "unix:/run/redis/redis-server.sock";
 constexpr const char* kDirectory = "OvrCallbacks";
+constexpr const char* kOwners = "OvrCallbackOwners";
 constexpr std::chrono::milliseconds kFirstPause{50};
-// Short enough for requests to be served soon after a server is back; a try costs next to nothing.
-constexpr std::chrono::milliseconds kLongestPause{250};
+// Short enough to serve requests soon after a server is back; a try costs next to nothing.
+constexpr std::chrono::milliseconds kMaxPause{250};
 
-// The entry stays where another provider has taken over: with a name of its own, or already
-// subscribed under this one (a new run of the daemon that started before the old one ended).
-constexpr const char* kRemoveOwnEntry = "if redis.call('HGET', KEYS[1], ARGV[1]) == ARGV[2] "
-                                        "and redis.call('PUBSUB', 'NUMSUB', ARGV[2])[2] == 0 then "
-                                        "return redis.call('HDEL', KEYS[1], ARGV[1]) end return 0";
+// The entry stays where another provider has taken over: under a name of its own, or a new run of
+// this one that registered before the old one ended.
+constexpr const char* kRemoveOwnEntry = "if redis.call('HGET', KEYS[2], ARGV[1]) == ARGV[3] then "
+                                        "redis.call('HDEL', KEYS[2], ARGV[1]) "
+                                        "if redis.call('HGET', KEYS[1], ARGV[1]) == ARGV[2] then "
+                                        "return redis.call('HDEL', KEYS[1], ARGV[1]) end end "
+                                        "return 0";
 
-std::string_view textOf(const redisReply& reply) {
-    return reply.type == REDIS_REPLY_STRING ? std::string_view(reply.str, reply.len)
-                                            : std::string_view();
-}
-
-// "message", "subscribe" or "unsubscribe"; empty: it is nothing of a subscription.
-std::string_view kindOf(const redisReply& reply) {
-    const bool isPush = reply.type == REDIS_REPLY_ARRAY && reply.elements == 3;
-    return isPush ? textOf(*reply.element[0]) : std::string_view();
+// "message", "subscribe" or "unsubscribe"; empty: it belongs to no subscription.
+std::string_view kindOf(const redis::Reply& reply) {
+    const bool isPush = reply.kind == redis::Reply::Kind::list && reply.elements.size() == 3;
+    return isPush ? std::string_view(reply.elements[0].text) : std::string_view();
 }
 
 } // namespace
@@ -50,9 +48,13 @@ Subscription::~Subscription() {
 
 void Subscription::registerAs(std::string name) {
     leave(Leftover::skip);
-    const char* const address = std::getenv("OSSEL_REDIS");
-    address_ = parseAddress(address != nullptr ? address : kDefaultAddress);
     name_ = std::move(name);
+    token_ = redis::makeUuid();
+    try {
+        address_ = redis::parseAddress(redis::configuredAddress());
+    } catch (const redis::InvalidAddress&) {
+        address_.reset();
+    }
     if (callbackId_.empty()) {
         writeErrorLine("The callback id is empty: ", name_, " gets no entry in ", kDirectory);
     }
@@ -61,19 +63,28 @@ void Subscription::registerAs(std::string name) {
     }
 }
 
-bool Subscription::enter() {
-    const Clock::time_point deadline = Clock::now() + kCommandBound;
-    return connection_.open(address_) && connection_.send({"CLIENT", "SETNAME", name_}) &&
-           confirmed(deadline) &&
-           (callbackId_.empty() ||
-            (connection_.send({"HSET", kDirectory, callbackId_, name_}) && confirmed(deadline))) &&
-           connection_.send({"SUBSCRIBE", name_}) && confirmed(deadline);
+bool Subscription::open(redis::Deadline deadline) {
+    return address_ ? connection_.open(*address_, deadline)
+                    : connection_.fail(redis::Failure::unreachable,
+                                       "OSSEL_REDIS is neither unix:PATH nor tcp:HOST:PORT");
 }
 
-bool Subscription::confirmed(Clock::time_point deadline) {
-    const ReplyPtr reply = connection_.await(deadline);
-    return reply &&
-           (reply->type != REDIS_REPLY_ERROR || connection_.fail({reply->str, reply->len}));
+// The owner before the entry: an old run that leaves in between must not remove it.
+bool Subscription::enter() {
+    const redis::Deadline deadline = redis::Clock::now() + redis::kTimeout;
+    return open(deadline) && ask(ShortCommand{"CLIENT", "SETNAME", name_}, deadline) &&
+           (callbackId_.empty() ||
+            (ask(ShortCommand{"HSET", kOwners, callbackId_, token_}, deadline) &&
+             ask(ShortCommand{"HSET", kDirectory, callbackId_, name_}, deadline))) &&
+           ask(ShortCommand{"SUBSCRIBE", name_}, deadline);
+}
+
+// False: no reply, or an error; the connection is closed then.
+bool Subscription::ask(redis::Command command, redis::Deadline deadline) {
+    redis::Reply reply;
+    connection_.append(command);
+    return connection_.send(deadline) && connection_.await(reply, deadline) &&
+           (!reply.isError() || connection_.fail(redis::Failure::refused, reply.text));
 }
 
 void Subscription::serve(const Event& stop) {
@@ -112,23 +123,15 @@ bool Subscription::renew(const Event& stop) {
             writeErrorLine("The subscription to ", name_, " is back");
             return false;
         }
-        pause = std::min(pause * 2, kLongestPause);
+        pause = std::min(pause * 2, kMaxPause);
     }
     return true;
 }
 
 void Subscription::handOverReceived() {
-    while (connection_.isOpen()) {
-        if (const auto payload = connection_.nextPayload()) {
-            handOver(*payload);
-            continue;
-        }
-        const ReplyPtr reply = connection_.next();
-        if (!reply) {
-            return;
-        }
-        if (kindOf(*reply) == "message") {
-            handOver(textOf(*reply->element[2]));
+    while (connection_.isOpen() && connection_.next(reply_)) {
+        if (kindOf(reply_) == "message") {
+            handOver(reply_.elements[2].text);
         }
     }
 }
@@ -150,7 +153,7 @@ void Subscription::leave(Leftover leftover) {
     if (!isRegistered()) {
         return;
     }
-    const Clock::time_point deadline = Clock::now() + kCommandBound;
+    const redis::Deadline deadline = redis::Clock::now() + redis::kTimeout;
     if (connection_.isOpen()) {
         unsubscribe(deadline, leftover);
     }
@@ -161,19 +164,19 @@ void Subscription::leave(Leftover leftover) {
     name_.clear();
 }
 
-// What comes before the confirmation was reported to its publishers as accepted.
-void Subscription::unsubscribe(Clock::time_point deadline, Leftover leftover) {
+// Messages that come before the confirmation were reported to their publishers as accepted.
+void Subscription::unsubscribe(redis::Deadline deadline, Leftover leftover) {
     std::size_t skipped = 0;
     bool isConfirmed = false;
-    connection_.send({"UNSUBSCRIBE", name_});
-    while (connection_.isOpen() && !isConfirmed) {
-        const ReplyPtr reply = connection_.await(deadline);
-        const std::string_view kind = reply ? kindOf(*reply) : std::string_view();
+    connection_.append(ShortCommand{"UNSUBSCRIBE", name_});
+    connection_.send(deadline);
+    while (!isConfirmed && connection_.await(reply_, deadline)) {
+        const std::string_view kind = kindOf(reply_);
         isConfirmed = kind == "unsubscribe";
         if (kind == "message" && leftover == Leftover::skip) {
             ++skipped;
         } else if (kind == "message") {
-            handOver(textOf(*reply->element[2]));
+            handOver(reply_.elements[2].text);
         }
     }
     if (!isConfirmed) {
@@ -184,13 +187,11 @@ void Subscription::unsubscribe(Clock::time_point deadline, Leftover leftover) {
     }
 }
 
-// Where the subscription is lost, one try on a new connection.
-void Subscription::removeEntry(Clock::time_point deadline) {
-    const bool isRemoved =
-        (connection_.isOpen() || connection_.open(address_)) &&
-        connection_.send({"EVAL", kRemoveOwnEntry, "1", kDirectory, callbackId_, name_}) &&
-        confirmed(deadline);
-    if (!isRemoved) {
+// On a new connection where the subscription is lost.
+void Subscription::removeEntry(redis::Deadline deadline) {
+    const ShortCommand command{"EVAL",  kRemoveOwnEntry, "2",   kDirectory,
+                               kOwners, callbackId_,     name_, token_};
+    if ((!connection_.isOpen() && !open(deadline)) || !ask(command, deadline)) {
         writeErrorLine("Failed to leave ", kDirectory, ": ", connection_.reason());
     }
 }

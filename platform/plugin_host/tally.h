@@ -1,6 +1,5 @@
-// Counts what is there to be taken; a thread sleeps while that is nothing. The system's own: the
-// standard library's would look again and again before it sleeps, and a condition variable wakes
-// its mutex once more for each wait.
+// A counting semaphore on which a thread sleeps without a time-out. The system's own: the standard
+// library's spins before it sleeps, and a condition variable takes its mutex once more per wait.
 #pragma once
 
 #include <cerrno>

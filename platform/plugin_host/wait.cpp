@@ -1,5 +1,4 @@
-// Starts the threads of the host and ends them in order: the hook's first, so that the
-// workers' queues are complete. Each part's own work is in request_queues and subscription.
+// Ends the hook's thread before the workers, so that their queues are complete.
 #include "platform/plugin_host/wait.h"
 
 #include "platform/plugin_host/error_line.h"
@@ -22,7 +21,7 @@ void nameThread(const std::string& name) {
     ::pthread_setname_np(::pthread_self(), name.substr(0, kMaxLetters).c_str());
 }
 
-// The workers that still run; the last one raises the event.
+// The workers that still run; the last one to end raises the event.
 class Running {
 public:
     explicit Running(std::size_t count) : count_(count) {}

@@ -1,4 +1,4 @@
-// What happens inside ovrThreadWaitForExit: the threads, and their orderly end.
+// What happens inside ovrThreadWaitForExit: the threads run, and end in order.
 #pragma once
 
 #include <string>
@@ -14,8 +14,8 @@ struct Worker {
     std::string name;
 };
 
-// Starts the workers and, where the provider is registered, the hook's thread; returns when
-// all of them have ended: after SIGTERM or SIGINT, or when every worker ended by itself.
+// Starts the workers and, where the provider is registered, the hook's thread. Returns when all of
+// them have ended: after SIGTERM or SIGINT, or when every worker ended by itself.
 //   subscription   null or not registered: no hook's thread
 void runWorkers(const std::vector<Worker>& workers, RequestQueues& queues,
                 Subscription* subscription);

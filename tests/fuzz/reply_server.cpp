@@ -1,12 +1,12 @@
-// The server's thread, for all its clients. Where an answer ends it asks the reader that the
-// clients use, too.
+// The server's thread, for all its clients. Where a request or an answer ends it asks the reader
+// that the clients use, too.
 #include "tests/fuzz/reply_server.h"
 
+#include "redis/reply_reader.h"
+
 #include <array>
-#include <hiredis/hiredis.h>
 #include <limits>
 #include <linux/sockios.h>
-#include <memory>
 #include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
@@ -18,44 +18,27 @@ namespace fuzz {
 
 namespace {
 
-// As the client's own: hiredis ends the process when it cannot allocate what an array announces.
-constexpr int kMaxElements = 1024 * 1024;
-
-redisReplyObjectFunctions* g_defaults = nullptr;
-
-void* createBoundedArray(const redisReadTask* task, int elements) {
-    return elements > kMaxElements ? nullptr : g_defaults->createArray(task, elements);
-}
-
-redisReplyObjectFunctions* boundedFunctions(redisReplyObjectFunctions* defaults) {
-    static redisReplyObjectFunctions functions = [defaults] {
-        g_defaults = defaults;
-        redisReplyObjectFunctions copy = *defaults;
-        copy.createArray = createBoundedArray;
-        return copy;
-    }();
-    return &functions;
-}
-
-struct FreeReader {
-    void operator()(redisReader* reader) const noexcept { redisReaderFree(reader); }
-};
-
 // How many whole replies the bytes begin with. More than can be asked for where they are no
 // replies at all: a client that reads that far waits for nothing.
 std::size_t wholeReplies(std::string_view bytes) {
-    const std::unique_ptr<redisReader, FreeReader> reader(redisReaderCreate());
-    reader->fn = boundedFunctions(reader->fn);
-    redisReaderFeed(reader.get(), bytes.data(), bytes.size());
-    for (std::size_t count = 0;; ++count) {
-        void* reply = nullptr;
-        if (redisReaderGetReply(reader.get(), &reply) != REDIS_OK) {
+    redis::ReplyReader reader;
+    redis::Reply reply;
+    for (std::size_t count = 0;;) {
+        switch (reader.next(reply)) {
+        case redis::ReplyReader::Found::nonsense:
             return std::numeric_limits<std::size_t>::max();
+        case redis::ReplyReader::Found::reply:
+            ++count;
+            break;
+        case redis::ReplyReader::Found::incomplete:
+            if (bytes.empty()) {
+                return count;
+            }
+            const std::span<char> room = reader.room();
+            const std::size_t fed = bytes.copy(room.data(), room.size());
+            reader.added(fed);
+            bytes.remove_prefix(fed);
         }
-        if (reply == nullptr) {
-            return count;
-        }
-        freeReplyObject(reply);
     }
 }
 

@@ -4,7 +4,7 @@
 #include "client/discovery.h"
 #include "client/errors.h"
 #include "client/names.h"
-#include "client/uuid.h"
+#include "redis/uuid.h"
 
 namespace storms {
 
@@ -25,7 +25,7 @@ Asker::Asker(const client::Address& address, const client::Stop* stop)
     : store_(address), subscription_(address), stop_(stop) {}
 
 Told Asker::ask(const Question& question, client::Deadline deadline) {
-    Told told{.channel = client::replyChannel(client::makeUuid()), .messageId = {}};
+    Told told{.channel = client::replyChannel(redis::makeUuid()), .messageId = {}};
     try {
         perform(question, deadline, told);
     } catch (const client::StoreRefused&) {

@@ -5,7 +5,7 @@
 #include "client/events.h"
 #include "client/names.h"
 #include "client/settings.h"
-#include "client/uuid.h"
+#include "redis/uuid.h"
 
 #include <utility>
 
@@ -34,7 +34,7 @@ std::string anyValue(const client::Setting& setting, Random& random, int user) {
 Question anyUpdate(Random& random, int user) {
     static constexpr const char* kMessageIds[] = {"00002", "00003", "00004"};
     Question question{kMessageIds[below(random, std::size(kMessageIds))],
-                      client::requestKey(client::makeUuid()),
+                      client::requestKey(redis::makeUuid()),
                       {{client::kTargetField, kInstance}}};
     for (const client::Setting& setting : client::settings()) {
         if (setting.messageId == question.messageId) {
@@ -47,7 +47,7 @@ Question anyUpdate(Random& random, int user) {
 Question anyAction(Random& random) {
     const char* const action = below(random, 2) == 0 ? client::kTurnOffLcd : client::kGuiReady;
     return {client::kActionRequest,
-            client::requestKey(client::makeUuid()),
+            client::requestKey(redis::makeUuid()),
             {{client::kTargetField, kInstance}, {client::kActionField, action}}};
 }
 

@@ -41,8 +41,7 @@ std::string openTcp(test::RedisServer& redis) {
 }
 
 TEST(Address, ThatIsNoneOfTheTwoFormsIsNamedAndRefused) {
-    for (const std::string bad : {"",
-                                  "unix",
+    for (const std::string bad : {"unix",
                                   "unix:",
                                   "tcp:",
                                   "tcp::6379",
@@ -73,6 +72,11 @@ TEST(Address, ThatIsNoneOfTheTwoFormsIsNamedAndRefused) {
                   "ossel: OSSEL_REDIS is \"" + bad +
                       "\"; allowed are unix:PATH and tcp:HOST:PORT\n");
     }
+}
+
+TEST(Address, ThatIsEmptyMeansTheDefault) {
+    EXPECT_THAT(errorsOf([] { connectTo(""); }),
+                testing::AnyOf("", HasSubstr("at unix:/run/redis/redis-server.sock: ")));
 }
 
 TEST(Address, OfASocketMustFitIntoASocketAddress) {

@@ -1,7 +1,7 @@
 // A server that misbehaves: whatever it answers, no call crashes, hangs or takes one call's
 // reply for another's.
-#include "tests/platform/ossel/odd_server.h"
 #include "tests/platform/ossel/store_test.h"
+#include "tests/support/odd_server.h"
 
 #include <array>
 #include <chrono>

@@ -24,10 +24,11 @@ bool blocksSigterm(const std::string& mask) {
 
 } // namespace
 
-Replies::Replies(const std::string& socketPath) : context_(redisConnectUnix(socketPath.c_str())) {
+Replies::Replies(const std::string& socketPath, const std::string& channel)
+    : context_(redisConnectUnix(socketPath.c_str())) {
     redisSetTimeout(context_, timeval{20, 0});
     const std::unique_ptr<redisReply, FreeReply> reply(
-        static_cast<redisReply*>(redisCommand(context_, "SUBSCRIBE replies")));
+        static_cast<redisReply*>(redisCommand(context_, "SUBSCRIBE %s", channel.c_str())));
     if (!reply || reply->type != REDIS_REPLY_ARRAY) {
         throw std::runtime_error("cannot subscribe to the replies");
     }

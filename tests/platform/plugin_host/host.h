@@ -17,11 +17,11 @@ struct redisContext;
 
 namespace test {
 
-// The answers on the channel `replies`, from the construction on. They stay in its socket
-// until they are asked for.
+// The messages on a channel, from the construction on: the answers, on `replies`. They stay in its
+// socket until they are asked for.
 class Replies {
 public:
-    explicit Replies(const std::string& socketPath);
+    explicit Replies(const std::string& socketPath, const std::string& channel = "replies");
     ~Replies();
     Replies(const Replies&) = delete;
     Replies& operator=(const Replies&) = delete;

@@ -52,7 +52,7 @@ TEST_F(Registration, IsMadeUpForWhenRedisIsAwayAtFirst) {
 TEST_F(Registration, DoesNotHangWhenRedisDoesNotAnswer) {
     redis.pause();
     startHost();
-    EXPECT_TRUE(awaitErrors("Failed to subscribe to Provider: no answer in time"));
+    EXPECT_TRUE(awaitErrors("Failed to subscribe to Provider: no answer within 2 s"));
     redis.resume();
     EXPECT_TRUE(awaitSubscribed());
 }
@@ -90,6 +90,16 @@ TEST_F(Registration, LeavesTheEntryToANewRunThatAlreadyListens) {
     EXPECT_EQ(old->wait(), 0);
     EXPECT_EQ(redis.command({"HGET", "OvrCallbacks", "type-1"}), "Provider");
     EXPECT_EQ(request("00001", "a"), "1");
+}
+
+TEST_F(Registration, IsTakenBackThoughAMonitorListensOnTheChannel) {
+    startHost();
+    Replies monitor(redis.socketPath(), "Provider");
+    EXPECT_EQ(redis.command({"PUBSUB", "NUMSUB", "Provider"}), "Provider 2");
+    host->signal(SIGTERM);
+    EXPECT_EQ(host->wait(), 0);
+    EXPECT_EQ(redis.command({"KEYS", "*"}), "") << "neither the entry nor its owner is left";
+    EXPECT_EQ(errors(), "");
 }
 
 TEST_F(Registration, IsNoConditionForTheWorkers) {

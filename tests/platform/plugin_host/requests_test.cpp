@@ -88,7 +88,7 @@ TEST_F(Requests, OfAnotherFormAreReportedAndDropped) {
         {R"(["00001"])", "less than three elements"},
         {R"(["00001","a","replies",4])", "an element is no text"},
         {R"(["00001","a","replies","d"])", "more than three elements"},
-        {R"(["00001","a\u0000","replies"])", "a text with a NUL"},
+        {R"(["00001","a\u0000","replies"])", "contains a NUL"},
     };
     Replies replies(redis.socketPath());
     startHost();
@@ -96,13 +96,15 @@ TEST_F(Requests, OfAnotherFormAreReportedAndDropped) {
         EXPECT_EQ(publish(payload), "1") << payload;
     }
     EXPECT_EQ(publish(std::string(70000, 'x')), "1");
+    EXPECT_EQ(publish(std::string("[\"00001\",\"a\0\",\"replies\"]", 23)), "1");
     EXPECT_EQ(request("00001", "afterwards"), "1");
     EXPECT_EQ(replies.next(1), Answers{"read:afterwards"});
     endHost();
-    EXPECT_EQ(occurrences(errors(), "\n"), table.size() + 1) << errors();
+    EXPECT_EQ(occurrences(errors(), "\n"), table.size() + 2) << errors();
     EXPECT_EQ(occurrences(errors(), "longer than 64 KiB: xxx"), 1U);
+    EXPECT_EQ(occurrences(errors(), "contains a NUL: [\"00001\",\"a\\x00\""), 1U) << errors();
     EXPECT_EQ(occurrences(errors(), "no JSON in UTF-8: hello\n"), 1U);
-    EXPECT_EQ(occurrences(errors(), "a text with a NUL: [\"00001\",\"a\\x5cu0000\""), 1U);
+    EXPECT_EQ(occurrences(errors(), "contains a NUL: [\"00001\",\"a\\x5cu0000\""), 1U);
 }
 
 TEST_F(Requests, AreServedAgainAfterRedisCameBackEmpty) {

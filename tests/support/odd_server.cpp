@@ -1,5 +1,5 @@
 // One client at a time, one thread; bytes in, bytes out.
-#include "tests/platform/ossel/odd_server.h"
+#include "tests/support/odd_server.h"
 
 #include <algorithm>
 #include <sys/socket.h>

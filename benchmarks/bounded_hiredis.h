@@ -1,0 +1,13 @@
+// The limits of redis/reply_reader.h for the programs that read with hiredis, whose own reader
+// takes memory for as many elements as a reply announces. Works with hiredis 0.14 and 1.x.
+#pragma once
+
+#include <hiredis/hiredis.h>
+
+namespace bench {
+
+// Replies of this connection with more elements than redis::kMaxReplyElements are an error from
+// now on. The connection is borrowed.
+void boundReplies(redisContext& connection);
+
+} // namespace bench
