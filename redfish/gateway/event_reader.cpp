@@ -1,4 +1,3 @@
-// Follows the event stream on a thread of its own.
 #include "redfish/gateway/event_reader.h"
 
 #include "client/discovery.h"
@@ -12,7 +11,7 @@ namespace redfish {
 namespace {
 
 constexpr std::chrono::milliseconds kRetryPause{500};
-// The store keeps about a thousand.
+// More than the store keeps, which is about a thousand.
 constexpr int kMaxKept = 2000;
 
 } // namespace
@@ -58,7 +57,7 @@ void EventReader::tell(client::StoreConnection& store, std::vector<client::Event
         try {
             instance_ = client::findInstance(store);
         } catch (const client::StoreContents&) {
-            // The provider is not there; what it told earlier is passed on without an origin.
+            // No provider is running: pass its earlier events on without an origin.
             instance_.clear();
         }
     }

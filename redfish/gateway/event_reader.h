@@ -1,5 +1,5 @@
-// The one reader of the event stream in the store, for all who listen. After an outage it goes on
-// where it has left off.
+// The one reader of the store's event stream, for all listeners. After an outage it continues where
+// it stopped.
 #pragma once
 
 #include "client/events.h"
@@ -13,17 +13,20 @@
 
 namespace redfish {
 
+// Retries twice a second while the store is unreachable.
 class EventReader {
 public:
-    // `isOld`: they were there before the reader was. `instance`: key of the WebGUI instance in
-    // the store; empty: there is none yet. In order, on the thread of the connections.
+    // Takes events in their order, on the loop's thread.
+    //   isOld     from before the reader was started
+    //   instance  key of the WebGUI instance in the store; empty: there is none yet
     using Received = std::function<void(const std::vector<client::Event>&, bool isOld,
                                         const std::string& instance)>;
 
-    // The gateway forgets what it has read before an event is passed on: who reads upon an event
-    // never gets the resource from before it, even if the news of the changed key, which come on
-    // another connection, are late. It outlives the reader.
+    // Starts the thread. Makes the gateway forget its reading before each event is passed on: a
+    // client that reads upon an event never gets the resource from before it, even if the report of
+    // the changed key, which comes on another connection, is late. Borrows the gateway.
     EventReader(client::Address store, Gateway& gateway, Post post, Received received);
+    // Stops the thread; events that have not been passed on are dropped.
     ~EventReader();
     EventReader(const EventReader&) = delete;
     EventReader& operator=(const EventReader&) = delete;
@@ -40,7 +43,8 @@ private:
     Received received_;
     client::Stop stop_;
     // The reader's thread only.
-    std::string last_; // id of the event told last
+    // Id of the last event that was passed on.
+    std::string last_;
     std::string instance_;
     std::thread thread_;
 };

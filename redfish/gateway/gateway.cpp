@@ -1,5 +1,3 @@
-// Reads are shared and kept, changes and actions handed on. What a request has to look like is
-// left to client/, what an answer looks like to the model.
 #include "redfish/gateway/gateway.h"
 
 #include "client/discovery.h"
@@ -16,7 +14,7 @@ namespace redfish {
 namespace {
 
 constexpr std::size_t kReadThreads = 2;
-// Changes wait for each other at the provider; more threads would only hold more of them there.
+// The provider makes one change after the other; more threads would only queue up there.
 constexpr std::size_t kChangeThreads = 4;
 constexpr std::size_t kMaxReads = 64;
 constexpr std::size_t kMaxChanges = 32;
@@ -36,7 +34,7 @@ model::Problems unavailable() {
     return {model::problemOf(client::NobodyThere("nobody is there"))};
 }
 
-// A provider that has ended took its instance along.
+// A provider that has ended has removed its instance from the store.
 bool isListening(client::StoreConnection& store) {
     try {
         return client::countListeners(store, client::findProvider(store)) > 0;
@@ -45,7 +43,7 @@ bool isListening(client::StoreConnection& store) {
     }
 }
 
-// Runs `work` and gives what went wrong, as far as the client library can tell.
+// Runs `work` and translates what it throws.
 template <typename Callable>
 model::Problems problemsOf(client::StoreConnection& store, Callable work) {
     try {
@@ -66,7 +64,7 @@ model::Problems problemsOf(client::StoreConnection& store, Callable work) {
 
 } // namespace
 
-// One connection for each thread of the pools: lent to whoever runs.
+// One connection for each thread of the pools, lent to the work that runs.
 class Gateway::Lender {
 public:
     Lender(const GatewayOptions& options, const client::Stop& stop) {
@@ -87,7 +85,7 @@ public:
     }
 
 private:
-    std::mutex mutex_; // guards the one below
+    std::mutex mutex_; // guards the list below
     std::vector<std::unique_ptr<client::WebGui>> free_;
 };
 
@@ -97,9 +95,9 @@ struct Gateway::Stored {
     client::Clock::time_point until;
 };
 
-// A read that is under way, and who waits for it.
+// A read under way, and the callers that wait for it.
 struct Gateway::Flight {
-    unsigned long long generation = 0; // when it began
+    unsigned long long generation = 0; // as it began
     std::vector<Read> waiting;
 };
 
@@ -138,7 +136,7 @@ void Gateway::read(Read done) {
     flight->generation = generation_;
     const bool isTaken = submit(*reads_, [this, flight](client::WebGui& webGui) {
         Stored stored;
-        // Counted from before the read, so that it ends no later than in the store.
+        // Take the time before the read, so that freshness ends no later than in the store.
         const client::Clock::time_point begin = client::Clock::now();
         stored.reading.problems = problemsOf(webGui.store(), [&] {
             const client::Snapshot snapshot = webGui.snapshot();
@@ -212,7 +210,7 @@ void Gateway::change(client::SettingValues changes, std::string user, std::strin
     }
 }
 
-// The reading that came with the change is not kept: news of later changes may have come before it.
+// Do not keep the reading of the change: reports of later changes may have arrived before it.
 void Gateway::finish(const Changed& done, ChangeResult result) {
     forget();
     if (!result.isAnythingChanged || result.reading.body) {
@@ -241,7 +239,7 @@ void Gateway::act(std::string action, Done done) {
     }
 }
 
-// While nothing tells of changes, nothing is kept: every read goes to the store.
+// While the store cannot report changes, nothing is kept and every read goes to the store.
 void Gateway::follow() {
     client::StoreConnection store(options_.store);
     while (!stop_.isRequested()) {

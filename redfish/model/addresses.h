@@ -25,6 +25,7 @@ inline constexpr std::string_view kRoles = "/redfish/v1/AccountService/Roles";
 inline constexpr std::string_view kManagers = "/redfish/v1/Managers";
 inline constexpr std::string_view kManager = "/redfish/v1/Managers/Controller";
 inline constexpr std::string_view kWebGui = "/redfish/v1/Managers/Controller/Oem/Orvane/WebGUI";
+// Targets take POST alone.
 inline constexpr std::string_view kTurnOffLcdTarget =
     "/redfish/v1/Managers/Controller/Oem/Orvane/WebGUI/Actions/WebGUI.TurnOffLCD";
 inline constexpr std::string_view kGuiReadyTarget =
@@ -37,6 +38,7 @@ inline constexpr std::string_view kEventStream = "/redfish/v1/EventService/SSE";
 // Where to get the message registry, and the registry itself.
 inline constexpr std::string_view kRegistries = "/redfish/v1/Registries";
 inline constexpr std::string_view kRegistryFile = "/redfish/v1/Registries/Orvane.1.0.0";
+// The file.
 inline constexpr std::string_view kMessageRegistry =
     "/redfish/v1/Registries/Orvane.1.0.0/Orvane.1.0.0.json";
 

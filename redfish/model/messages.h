@@ -70,14 +70,17 @@ enum class Message : std::uint8_t {
     resourceUpdated,
 };
 
+// The first parts of every MessageId; of the version only major and minor.
 inline constexpr std::string_view kRegistryPrefix = "Orvane";
 inline constexpr std::string_view kRegistryVersion = "1.0.0";
 
 // What the registry says about a value that replaces "%1".
 enum class ArgumentKind : std::uint8_t { text, number };
 
+// One argument of a message, as the registry describes it.
 struct Argument {
     ArgumentKind kind;
+    // "Name of the property".
     std::string_view meaning;
 };
 
@@ -92,8 +95,11 @@ struct MessageEntry {
     std::string_view severity;
     // "%1" stands for the first argument, and so on.
     std::string_view text;
+    // What the client can do about it.
     std::string_view resolution;
+    // When the message is sent, for readers of the registry.
     std::string_view description;
+    // One for each place in the text, in their order.
     std::span<const Argument> arguments;
 };
 

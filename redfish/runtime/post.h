@@ -22,7 +22,8 @@ public:
     PostGuard(const PostGuard&) = delete;
     PostGuard& operator=(const PostGuard&) = delete;
 
-    // Wraps `post` so that its work is dropped once this guard has ended.
+    // Returns a Post for use by the owner of this guard, from any thread: wraps `post` so that its
+    // work is dropped once this guard has ended.
     Post guard(Post post) const {
         return [isAlive = isAlive_, post = std::move(post)](std::function<void()> work) {
             post([isAlive, work = std::move(work)] {

@@ -35,6 +35,7 @@ using Handle = std::function<void(const Call&, const Respond&)>;
 using Routes = std::vector<Route<Handle>>;
 
 // A member function as a Handle. `handlers` is borrowed and must outlive the routes.
+//   method  called on the loop's thread, like every Handle
 template <typename Handlers>
 Handle handleBy(Handlers* handlers, void (Handlers::*method)(const Call&, const Respond&)) {
     return [handlers, method](const Call& call, const Respond& respond) {

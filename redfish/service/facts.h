@@ -30,6 +30,7 @@ private:
     std::string version_;
     const Sessions& sessions_;
     const Authenticator& authenticator_;
+    // Assumed until a read says otherwise.
     bool isProviderThere_ = true;
 };
 

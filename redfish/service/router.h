@@ -20,6 +20,7 @@ struct Route {
     // HEAD needs no row: it is served by the row of GET.
     Method method = Method::get;
     model::Privilege privilege = model::Privilege::login;
+    // Called by the owner of the table, never by the router.
     Handle handle{};
 };
 
@@ -37,6 +38,7 @@ std::string allowOf(const std::vector<Method>& methods);
 template <typename Handle>
 class Router {
 public:
+    // What find() found.
     struct Match {
         // Null: the path has no route for this method. Valid as long as the router.
         const Route<Handle>* route = nullptr;
@@ -90,6 +92,7 @@ public:
     }
 
 private:
+    // In the order of search.
     std::vector<Route<Handle>> routes_;
 };
 

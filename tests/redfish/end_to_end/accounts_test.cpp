@@ -1,4 +1,4 @@
-// Accounts and sessions as they are looked at, changed and removed over HTTPS.
+// Accounts and sessions, read, changed and removed over HTTPS.
 #include "redfish/model/addresses.h"
 #include "tests/redfish/end_to_end/redfish_process.h"
 #include "tests/support/redis_server.h"

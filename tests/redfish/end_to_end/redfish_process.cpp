@@ -1,4 +1,3 @@
-// See redfish_process.h. The path of the program comes from the build.
 #include "tests/redfish/end_to_end/redfish_process.h"
 
 #include <algorithm>
@@ -14,7 +13,7 @@ namespace test {
 HttpAnswer parseAnswer(const std::string& text) {
     HttpAnswer answer;
     std::size_t begin = 0;
-    // What is only a sign to go on is passed over.
+    // Skip interim responses.
     while (text.compare(begin, 12, "HTTP/1.1 100") == 0) {
         begin = text.find("\r\n\r\n", begin) + 4;
     }

@@ -1,4 +1,4 @@
-// The program orvane-redfish of this build on a free port of loopback, asked with curl.
+// The program orvane-redfish of this build on a free loopback port, and curl to talk to it.
 #pragma once
 
 #include "tests/support/child_process.h"
@@ -20,11 +20,11 @@ struct HttpAnswer {
 
 class RedfishProcess {
 public:
-    // Started and listening when the constructor returns; its state folder is empty at first.
+    // Listens when the constructor returns; its state folder is empty at first.
     RedfishProcess(const std::string& store, const std::vector<std::string>& options = {});
-    ~RedfishProcess(); // SIGTERM; fails the test where it does not end with status 0
+    ~RedfishProcess(); // SIGTERM; fails the test unless it ends with status 0
 
-    // Ends it and starts it again, with the same state and on another port.
+    // Stops and starts the program, with the same state folder on another port.
     void restart();
 
     std::string authority() const { return part_.address(); }
@@ -36,7 +36,7 @@ public:
     }
     const TemporaryFolder& folder() const { return folder_; }
 
-    // The words of a curl command for a path, with the token of a session of the administrator.
+    // A curl command for a path, with the token of an administrator's session.
     std::vector<std::string> curl(const std::string& method, const std::string& path,
                                   const std::vector<std::string>& more = {});
     // The same without any credentials.
@@ -50,7 +50,7 @@ public:
     // With a body of JSON.
     HttpAnswer send(const std::string& method, const std::string& path, const std::string& body,
                     std::vector<std::string> more = {});
-    // The answer to signing in.
+    // The response to signing in.
     HttpAnswer signIn(const std::string& user, const std::string& password) const;
 
 private:

@@ -1,5 +1,5 @@
-// Every status that the program can send, and what goes with it, in front of a provider that
-// answers as it is told to.
+// Every status that the program can send, with its headers and bodies, in front of a provider whose
+// answers the test decides.
 #include "redfish/model/addresses.h"
 #include "tests/client/stand_in_provider.h"
 #include "tests/redfish/end_to_end/redfish_process.h"

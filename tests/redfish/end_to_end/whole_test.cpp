@@ -1,5 +1,5 @@
-// The whole from the outside: curl and redfishtool, the service, the store, the real daemon and
-// the devices below it.
+// The whole product from the outside: curl and redfishtool, the service, the store, the real daemon
+// and its devices.
 #include "redfish/model/addresses.h"
 #include "tests/end_to_end/devices.h"
 #include "tests/redfish/end_to_end/redfish_process.h"
@@ -18,7 +18,7 @@ protected:
         test::EndToEndWithDevices::SetUp();
         service = std::make_unique<test::RedfishProcess>(redis().address());
     }
-    // A client that nobody here wrote.
+    // A client that is not ours.
     test::Finished redfishtool(const std::vector<std::string>& words) const {
         std::vector<std::string> command{"redfishtool", "-r", service->authority(),     "-u",
                                          "admin",       "-p", service->firstPassword(), "-S",

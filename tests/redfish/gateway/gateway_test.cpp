@@ -20,7 +20,7 @@ using std::chrono::seconds;
 using test::StandInProvider;
 using testing::HasSubstr;
 
-// The server's thread is the one of the connections; nobody connects.
+// A server runs the loop; nobody connects to it.
 class TheGateway : public testing::Test {
 protected:
     ~TheGateway() override {
@@ -29,7 +29,7 @@ protected:
         thread.join();
     }
 
-    // What `begin` hands to its callback, begun on the thread of the connections.
+    // Calls `begin` on the loop's thread and waits for what it passes to its callback.
     template <typename Result>
     Result await(const std::function<void(std::function<void(const Result&)>)>& begin) {
         const auto promise = std::make_shared<std::promise<Result>>();
@@ -72,7 +72,8 @@ protected:
         store.command(
             {"SET", std::string("TTL:") + StandInProvider::kInstance, "1", "PX", "60000"});
     }
-    // Until two reads in a row need one look-up at most: changes are told, news are digested.
+    // Waits until two reads in a row need no second look-up: changes are followed, and all reports
+    // have been handled.
     bool waitUntilKept() {
         const auto end = std::chrono::steady_clock::now() + seconds(20);
         while (std::chrono::steady_clock::now() < end) {
@@ -119,7 +120,7 @@ TEST_F(TheGateway, SharesOneReadAmongAllWhoAskAtOneMoment) {
             });
         }
     });
-    // One more at the most: when the news of another read came in between.
+    // At most one more, if the report of another read arrived in between.
     EXPECT_LE(readRequests(), 2);
 }
 

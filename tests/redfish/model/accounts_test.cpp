@@ -68,7 +68,7 @@ TEST(NewAccount, TellsAllThatIsWrong) {
 TEST(NewAccount, CountsTheCharactersOfAPassword) {
     struct {
         std::string password;
-        const char* line; // null: taken
+        const char* line; // null: accepted
     } const cases[] = {
         {"1234567", "PasswordLength [8] [12] #/Password"},
         {"12345678", nullptr},

@@ -1,4 +1,4 @@
-// Every link of every document leads to something, and everything is led to.
+// Every link leads to a document, and every document is reached by links.
 #include "redfish/model/addresses.h"
 #include "redfish/model/schemas.h"
 #include "tests/redfish/model/csdl.h"
@@ -12,13 +12,13 @@ namespace {
 
 using namespace redfish::model;
 
-// What is served beside the documents, and is no JSON or takes no GET for one.
+// Served beside the documents: not JSON, or not read with GET.
 const std::set<std::string, std::less<>> kOthers{
     std::string(kMetadata),       std::string(kEventStream),    std::string(kTurnOffLcdTarget),
     std::string(kGuiReadyTarget), std::string(kWebGuiCsdlFile), std::string(kManagerCsdlFile),
 };
 
-// Every text of a document that is an address of this service, without its fragment.
+// Every string of a document that is an address of this service, without its fragment.
 std::set<std::string> addressesIn(const Json& document) {
     std::set<std::string> addresses;
     const Json flat = document.flatten();

@@ -1,5 +1,4 @@
-// Reads CSDL by expat into a tree, and finds types in it. What a document must look like is
-// left to schema_checker.cpp.
+// Parses CSDL into a tree with expat, and finds types in it.
 #include "tests/redfish/model/csdl.h"
 
 #include <algorithm>
@@ -38,7 +37,7 @@ struct Builder {
         static_cast<Builder*>(self)->open.pop_back();
     }
 
-    // The text of an element stands under the attribute "".
+    // The text of an element is stored as its attribute "".
     static void text(void* self, const XML_Char* letters, int count) {
         auto* const builder = static_cast<Builder*>(self);
         builder->open.back()->attributes[""].append(letters, static_cast<std::size_t>(count));

@@ -9,27 +9,27 @@
 #include <string_view>
 #include <vector>
 
-// One element of an XML file; names without their prefix.
+// One element of an XML file; names have no namespace prefix.
 struct Element {
     std::string name;
     std::map<std::string, std::string> attributes;
     std::vector<std::unique_ptr<Element>> children;
 
     std::string attribute(const std::string& key) const; // empty: none
-    // The children of a name; all where it is empty.
+    // The children of a name; all if it is empty.
     std::vector<const Element*> all(std::string_view childName) const;
     // The annotation with a term such as "Redfish.Required", or null.
     const Element* annotation(std::string_view term) const;
-    // Itself and everything below it.
+    // Visits this element and everything below it.
     void visit(const std::function<void(const Element&)>& visitor) const;
 };
 
-// Throws std::runtime_error, with the line, for what is not well-formed.
+// Throws std::runtime_error, with the line, for a text that is not well-formed.
 std::unique_ptr<Element> parseXml(std::string_view text);
 
 class Csdl {
 public:
-    // Adds the schemas of a file's text.
+    // Adds the schemas of a CSDL file.
     void add(std::string_view text);
     void addFile(const std::filesystem::path& file);
     void addFolder(const std::filesystem::path& folder);
@@ -38,13 +38,13 @@ public:
     const Element* find(const std::string& name) const;
     bool hasNamespace(const std::string& name) const;
 
-    // The type and all that it is derived from, the type first.
+    // The type and its base types, the type first.
     std::vector<const Element*> chain(const std::string& type) const;
     bool isDerived(const std::string& type, const std::string& base) const;
 
-    // What stands for a type of the same family in a resource of the namespace `within`: the
-    // newest of the name that is not newer than that, as "Manager.v1_5_0.Links" for
-    // "Manager.v1_0_0.Links". Types of other families: the newest of all.
+    // The version of a type to use within a resource of the namespace `within`. Of the same family:
+    // the newest that is not newer, for example "Manager.v1_5_0.Links" for "Manager.v1_0_0.Links".
+    // Of another family: the newest of all.
     std::string newestOf(const std::string& type, const std::string& within) const;
 
 private:

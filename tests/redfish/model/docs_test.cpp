@@ -1,4 +1,4 @@
-// docs/redfish.md says what the service does.
+// docs/redfish.md agrees with the code.
 #include "redfish/model/addresses.h"
 #include "redfish/model/messages.h"
 #include "redfish/model/services.h"
@@ -51,7 +51,7 @@ TEST(RedfishPage, HasEveryAddress) {
         addresses.insert(address);
     }
     for (const std::string& address : addresses) {
-        // The page leaves the common beginning out, and a role's is told by its last part.
+        // The page omits the common prefix, and shows a role by its last segment.
         const std::string part = address.starts_with(kRoles)
                                      ? address.substr(address.rfind('/'))
                                      : address.substr(std::min<std::size_t>(address.size(), 11));

@@ -34,7 +34,7 @@ TEST(Messages, AreComplete) {
     }
 }
 
-// All but that of the provider's event, which has an argument that its text does not show.
+// Except for the provider's event, whose text does not show its argument.
 TEST(Messages, ShowEachOfTheirArgumentsAndNoOther) {
     for (const MessageEntry& entry : messages()) {
         if (entry.message == Message::resourceUpdated) {
@@ -86,7 +86,7 @@ TEST(MessageRegistry, HoldsEveryMessage) {
     EXPECT_FALSE(registry["Messages"]["Success"].contains("ParamTypes"));
 }
 
-// The name of each enumerator in the sources of the service, the table itself left out.
+// The enumerators that the sources of the service use, the table itself excluded.
 std::set<std::string> messagesInSources() {
     std::set<std::string> found;
     const std::regex use(R"(Message::([a-z]\w+))");
@@ -127,7 +127,7 @@ TEST(MessageRegistry, HoldsNoMessageThatNothingSends) {
     }
 }
 
-// What the daemon sends stands in its own sources; a message that is new there is new here.
+// The messages that the daemon sends; a new one there must be added here.
 TEST(MessageRegistry, HoldsWhatTheProviderSends) {
     for (const char* const name :
          {"Success", "InternalError", "InvalidObject", "ActionNotSupported", "Orvane.1.0.Msg000"}) {

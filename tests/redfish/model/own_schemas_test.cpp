@@ -1,5 +1,5 @@
-// The product's own schemas: well-formed, and one with each other, with the table of the
-// settings and with the documents.
+// Our own schemas are well-formed and agree with each other, with the table of settings and with
+// the documents.
 #include "client/names.h"
 #include "redfish/model/addresses.h"
 #include "redfish/model/schemas.h"
@@ -130,7 +130,7 @@ TEST(OwnSchemas, LimitTextsThatMayBeAnything) {
     }
 }
 
-// A check without gaps in its range is what the model does with numbers.
+// The model checks numbers by their range, so the allowed values must have no gaps.
 TEST(OwnSchemas, RangesHaveNoGaps) {
     for (const client::Setting* const setting : writableSettings()) {
         if (setting->kind == client::Kind::integer) {

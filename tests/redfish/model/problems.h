@@ -1,4 +1,4 @@
-// How the tests of this folder read problems.
+// Problems as lines of text, for the tests of this folder.
 #pragma once
 
 #include "redfish/model/errors.h"

@@ -1,4 +1,4 @@
-// Every document of the service, as a service with one session and one account has them.
+// Every document of a service with one session and one account.
 #pragma once
 
 #include "redfish/model/services.h"
@@ -9,7 +9,7 @@
 
 redfish::model::ServiceFacts sampleFacts();
 
-// The hashes that the provider writes when it starts.
+// The hashes that the provider writes at its start.
 redfish::model::StoredWebGui sampleTree();
 
 // Documents by their addresses.

@@ -1,4 +1,4 @@
-// Walks a document and its types side by side. Reading the types is left to csdl.cpp.
+// Walks a document and its types side by side.
 #include "tests/redfish/model/schema_checker.h"
 
 #include <algorithm>
@@ -10,7 +10,7 @@ using nlohmann::json;
 
 constexpr std::string_view kCollection = "Collection(";
 
-// The type of the elements; empty for a type that is no collection.
+// The type of the elements; empty for a type that is not a collection.
 std::string elementTypeOf(const std::string& type) {
     return type.starts_with(kCollection)
                ? type.substr(kCollection.size(), type.size() - kCollection.size() - 1)
@@ -129,7 +129,7 @@ private:
         }
     }
 
-    // A property that the schema does not name, but may allow by a pattern.
+    // A property without a name in the schema, which a pattern may still allow.
     void dynamic(const Types& types, const std::string& name, const json& value,
                  const std::string& place) {
         for (const Element* const type : types) {
@@ -226,7 +226,7 @@ private:
         }
     }
 
-    // A link, or in its stead the resource that it leads to.
+    // A link, or the resource that it leads to in its place.
     void link(const json& value, const std::string& place) {
         if (!value.is_object() || !value.contains("@odata.id") || !value["@odata.id"].is_string()) {
             report(place, "is no link");

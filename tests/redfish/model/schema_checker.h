@@ -11,14 +11,14 @@
 
 class SchemaChecker {
 public:
-    // `csdl` is borrowed.
+    // Borrows `csdl`.
     explicit SchemaChecker(const Csdl& csdl) : csdl_(csdl) {}
 
-    // What is wrong with a document, or an object of one, that names its type; one line each,
-    // with the place. Nothing: it follows its schema.
+    // The defects of a document, or of an object in one, that names its type: one line each, with
+    // the place. Empty: it follows its schema.
     std::vector<std::string> check(const nlohmann::json& document) const;
 
-    // The same of an object of the given type that does not name it.
+    // The same for an object that does not name its type, which is given.
     std::vector<std::string> checkAs(const nlohmann::json& object, const std::string& type) const;
 
 private:

@@ -1,5 +1,5 @@
-// Documents against the public schemas, which are no part of this repository: where their folder
-// is missing, what needs them is skipped. ORVANE_REDFISH_SCHEMAS names it.
+// Checks documents against the public schemas, which are not part of this repository. Skipped if
+// their folder, ORVANE_REDFISH_SCHEMAS, is missing.
 #include "redfish/model/errors.h"
 #include "redfish/model/events.h"
 #include "redfish/model/query.h"
@@ -137,7 +137,7 @@ TEST_F(Schemas, AreThoseOfTheFilesThatTheMetadataRefersTo) {
     }
 }
 
-// The checker itself: each defect is found, and nothing else.
+// The checker itself finds each defect and nothing else.
 TEST_F(Schemas, CheckerFindsEachDefect) {
     struct {
         const char* patch; // merged into the WebGUI resource

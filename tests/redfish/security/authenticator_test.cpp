@@ -27,7 +27,7 @@ protected:
                       .hash = redfish::hashPassword("secret")});
     }
 
-    // Waits for the answer; `checked`: whether a password had to be hashed for it.
+    // Waits for the outcome. `checked` becomes true if a password had to be hashed.
     Identity check(const std::string& name, const std::string& password, bool& checked) {
         std::optional<Identity> answer;
         authenticator.checkPassword(name, password,

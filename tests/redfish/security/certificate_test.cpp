@@ -47,7 +47,7 @@ TEST_F(TheCertificate, StaysTheSameOnceItIsThere) {
     EXPECT_EQ(test::readFile(files.certificate), before);
     std::filesystem::remove(files.key);
     redfish::ensureCertificate(folder.path(), {"another"});
-    EXPECT_NE(test::readFile(files.certificate), before) << "one without its key is worth nothing";
+    EXPECT_NE(test::readFile(files.certificate), before) << "useless without its key";
 }
 
 TEST_F(TheCertificate, IsRefusedWhenOthersMayReadItsKey) {

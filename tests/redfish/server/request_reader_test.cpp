@@ -19,7 +19,7 @@ void put(ReadBuffer& buffer, std::string_view text) {
     buffer.commit(text.size());
 }
 
-// The status of a request that is there as a whole; -1: not complete.
+// The status of a request that has arrived as a whole; -1: incomplete.
 int statusOf(const std::string& text) {
     ReadBuffer buffer;
     RequestReader reader(buffer, kHeader, kBody);
@@ -81,7 +81,7 @@ TEST(ARequestReader, LeavesTheNextRequestInTheBuffer) {
 TEST(ARequestReader, RefusesWhatIsTooLarge) {
     EXPECT_EQ(statusOf("GET / HTTP/1.1\r\nA: " + std::string(kHeader, 'a') + "\r\n\r\n"), 431);
     EXPECT_EQ(statusOf("GET / HTTP/1.1\r\nA: " + std::string(kHeader, 'a')), 431)
-        << "before its end has come";
+        << "before its end has arrived";
     EXPECT_EQ(statusOf("GET /" + std::string(2 * kHeader, 'a')), 431);
     EXPECT_EQ(statusOf("POST / HTTP/1.1\r\nContent-Length: 17\r\n\r\n"), 413);
     EXPECT_EQ(statusOf("POST / HTTP/1.1\r\nContent-Length: 16\r\n\r\n" + std::string(16, 'a')), 0);

@@ -22,7 +22,7 @@ using std::chrono::milliseconds;
 using testing::HasSubstr;
 using testing::StartsWith;
 
-// A plain connection of the test's own.
+// A plain connection to the server.
 class Client {
 public:
     explicit Client(std::uint16_t port)
@@ -42,7 +42,7 @@ public:
     void send(std::string_view text) const {
         ::send(socket_, text.data(), text.size(), MSG_NOSIGNAL);
     }
-    // What has come up to and with `end`, or up to the end of the connection.
+    // Receives up to and including `end`, or up to the end of the connection.
     std::string receive(const std::string& end) {
         while (text_.find(end) == std::string::npos && readMore()) {
         }
@@ -52,7 +52,7 @@ public:
         text_.erase(0, size);
         return taken;
     }
-    // Whether the other side closes within the time.
+    // Whether the server closes within the time.
     bool isClosed(milliseconds limit = milliseconds(10'000)) {
         const auto end = std::chrono::steady_clock::now() + limit;
         while (std::chrono::steady_clock::now() < end) {
@@ -81,7 +81,7 @@ private:
     bool hasEnded_ = false;
 };
 
-// A stream to which a test adds.
+// A stream that a test fills.
 class TestFeed : public redfish::Feed {
 public:
     redfish::Text take() override {
@@ -132,7 +132,7 @@ protected:
                 .body = redfish::makeText(body),
                 .feed = nullptr};
     }
-    // "/later" is answered by the test, "/feed" is a stream, everything else its own path.
+    // "/later" is answered by the test, "/feed" is a stream, anything else gets its own path.
     void handle(const Request& request, const Respond& respond) {
         if (request.path == "/later") {
             const std::lock_guard guard(mutex);
@@ -228,7 +228,7 @@ TEST_F(TheServer, CutsOffWhoIsSlowAndWhoIsIdle) {
     Client late = connect();
     late.send("GET /later HTTP/1.1\r\n\r\n");
     ASSERT_TRUE(test::waitUntil([this] { return waitingCount() == 1; }));
-    EXPECT_FALSE(late.isClosed(milliseconds(600))) << "it is we who are slow";
+    EXPECT_FALSE(late.isClosed(milliseconds(600))) << "the handler is slow, not the client";
     server->post()([this] { waiting.front()(text("answer!")); });
     EXPECT_THAT(late.receive("!"), HasSubstr("answer!"));
 }
@@ -236,11 +236,11 @@ TEST_F(TheServer, CutsOffWhoIsSlowAndWhoIsIdle) {
 TEST_F(TheServer, CutsOffWhoDoesNotTakeItsAnswer) {
     start({.response = milliseconds(200)});
     Client client = connect();
-    // More than the buffers of both sides hold.
+    // More than the buffers of both sides can hold.
     for (int i = 0; i < 200; ++i) {
         client.send("GET /large HTTP/1.1\r\n\r\n");
     }
-    std::this_thread::sleep_for(milliseconds(1000)); // for longer than it is given
+    std::this_thread::sleep_for(milliseconds(1000)); // longer than the server allows
     std::size_t received = 0;
     for (std::string piece = client.receive("end"); !piece.empty(); piece = client.receive("end")) {
         received += piece.size();

@@ -32,7 +32,7 @@ protected:
         EXPECT_THAT(*feed->take(), HasSubstr(": ")) << "it begins with a comment";
         return feed;
     }
-    // The ids of all events that a feed has to give.
+    // Takes all events from a feed and returns their ids.
     static std::vector<std::string> ids(Feed& feed) {
         std::vector<std::string> list;
         while (const redfish::Text text = feed.take()) {
