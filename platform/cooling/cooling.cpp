@@ -1,5 +1,4 @@
-// The C functions of libcooling.so: which values are taken and what the caller gets. How the
-// unit is reached is cooling_unit.cpp's.
+// The C functions of libcooling.so: checks what goes in, describes what comes out.
 #include "platform/cooling.h"
 
 #include "platform/cooling/cooling_unit.h"

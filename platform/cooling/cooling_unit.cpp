@@ -1,5 +1,4 @@
-// The cooling unit as the library's calls see it: reached at need, given up for a while when
-// it is away. The steps on the wire are modbus_link.cpp's.
+// One kept connection, one retry on a fresh one, and the log lines of outages.
 #include "platform/cooling/cooling_unit.h"
 
 #include <cstdlib>
@@ -22,21 +21,21 @@ bool CoolingUnit::ask(const char* function, Outage& refusals, const Question& qu
         return false;
     }
     const bool wasKept = link_.isOpen();
-    Answer answer = askBounded(question);
-    if (answer == Answer::broken && wasKept) {
-        // A unit that was restarted shows only now that the connection is dead; reading and
-        // writing a register may both be repeated.
-        answer = askBounded(question);
+    ModbusResult result = askBounded(question);
+    if (result == ModbusResult::broken && wasKept) {
+        // Only now does the connection to a restarted unit prove dead. Reading and writing a
+        // register are both safe to repeat.
+        result = askBounded(question);
     }
-    if (answer == Answer::broken) {
-        nextTry_ = std::chrono::steady_clock::now() + kTryAgainAfter;
+    if (result == ModbusResult::broken) {
+        nextTry_ = std::chrono::steady_clock::now() + kRetryInterval;
         away_.failed(function, "cooling unit ", addressText_, ": ", link_.error());
         return false;
     }
     if (away_.worked()) {
         logErrorLine(function, "cooling unit ", addressText_, " answers again");
     }
-    if (answer == Answer::refused) {
+    if (result == ModbusResult::refused) {
         refusals.failed(function, "cooling unit ", addressText_, " refuses: ", link_.error());
         return false;
     }
@@ -44,7 +43,7 @@ bool CoolingUnit::ask(const char* function, Outage& refusals, const Question& qu
     return true;
 }
 
-// Takes the address of the environment; a new one ends what was known of the old one.
+// Reads the address from the environment; a new one discards everything known about the old one.
 bool CoolingUnit::useAddress(const char* function) {
     const char* given = std::getenv("COOLING_UNIT");
     const std::string text = given == nullptr || *given == '\0' ? kDefaultAddress : given;
@@ -58,18 +57,17 @@ bool CoolingUnit::useAddress(const char* function) {
     }
     const auto address = parseUnitAddress(text);
     if (!address) {
-        badAddress_.failed(function, "COOLING_UNIT is \"", text, "\"; allowed is ",
-                           kAllowedAddresses);
+        badAddress_.failed(function, "COOLING_UNIT is \"", text, "\"; use ", kAllowedAddresses);
         return false;
     }
     address_ = *address;
     return true;
 }
 
-Answer CoolingUnit::askBounded(const Question& question) {
+ModbusResult CoolingUnit::askBounded(const Question& question) {
     const Deadline deadline = std::chrono::steady_clock::now() + kAnswerBound;
     if (!link_.isOpen() && !link_.open(address_, deadline)) {
-        return Answer::broken;
+        return ModbusResult::broken;
     }
     return question(deadline);
 }

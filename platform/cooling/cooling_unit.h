@@ -1,5 +1,5 @@
-// The cooling unit as the library's calls see it: reached at need, given up for a while when
-// it is away, told about once per outage. What the registers mean is register_map.h's.
+// The cooling unit as the library's calls see it: connects on demand, backs off while the unit is
+// unreachable, and logs each outage once.
 #pragma once
 
 #include "platform/cooling/modbus_link.h"
@@ -13,27 +13,28 @@
 
 namespace cooling {
 
-// For connecting and being answered together.
+// For connecting and receiving the answer together.
 constexpr std::chrono::milliseconds kAnswerBound{250};
-// While the unit is away, calls within this time after a vain try fail at once.
-constexpr std::chrono::seconds kTryAgainAfter{1};
+// While the unit is unreachable, calls within this time of a failed attempt fail at once.
+constexpr std::chrono::seconds kRetryInterval{1};
 constexpr const char* kDefaultAddress = "127.0.0.1:502";
 
-// Thread: any. Calls take turns; each holds its turn for at most twice kAnswerBound.
+// Thread: any. Calls wait for each other; each takes at most twice kAnswerBound.
 class CoolingUnit {
 public:
-    // One register read or written. The address comes from COOLING_UNIT at every call.
-    //   function  whose name the lines carry
-    //   value     written only on success
+    // Read or write one register. Every call takes the address from COOLING_UNIT anew.
+    //   function  named in log lines
+    //   value     set only on success
+    // Return false on failure, which is logged.
     bool read(const char* function, int number, std::uint16_t& value);
     bool write(const char* function, int number, std::uint16_t value);
 
 private:
-    using Question = std::function<Answer(Deadline)>;
+    using Question = std::function<ModbusResult(Deadline)>;
 
     bool ask(const char* function, Outage& refusals, const Question& question);
     bool useAddress(const char* function);
-    Answer askBounded(const Question& question);
+    ModbusResult askBounded(const Question& question);
 
     std::mutex mutex_; // guards everything below
     std::string addressText_;

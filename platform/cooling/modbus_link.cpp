@@ -1,5 +1,4 @@
-// One Modbus TCP connection on which every step ends before a deadline. When to connect
-// again is the business of cooling_unit.cpp.
+// Libmodbus with the time that is left before each step.
 #include "platform/cooling/modbus_link.h"
 
 #include "platform/cooling/register_map.h"
@@ -15,8 +14,8 @@ bool isException(int error) {
     return error >= EMBXILFUN && error <= EMBXGTAR;
 }
 
-// Why there is no connection: an address of a family that the machine does not have leaves no
-// errno, a connection that came to nothing in time leaves that it has been begun.
+// Why connecting failed, from errno. Libmodbus leaves 0 for an address family that the machine
+// lacks, and EINPROGRESS for a connection that was not established in time.
 int reasonOf(int error) {
     switch (error) {
     case 0:
@@ -31,15 +30,15 @@ int reasonOf(int error) {
 } // namespace
 
 void ModbusLink::Free::operator()(modbus_t* context) const {
-    modbus_close(context); // nothing to do where it never connected
+    modbus_close(context); // does nothing if it never connected
     modbus_free(context);
 }
 
 bool ModbusLink::open(const UnitAddress& address, Deadline deadline) {
     const std::string port = std::to_string(address.port);
     context_.reset(modbus_new_tcp_pi(address.host.c_str(), port.c_str()));
-    // Without a time-out between bytes the time-out of the response holds for all of it, so
-    // that a unit which sends byte after byte cannot stretch it.
+    // Without a time-out between bytes, the response time-out covers the whole response: a unit
+    // that drips byte after byte cannot stretch it.
     if (!context_ || modbus_set_slave(context_.get(), kUnitId) != 0 ||
         modbus_set_byte_timeout(context_.get(), 0, 0) != 0 || !allowUntil(deadline) ||
         modbus_connect(context_.get()) != 0) {
@@ -50,7 +49,7 @@ bool ModbusLink::open(const UnitAddress& address, Deadline deadline) {
     return true;
 }
 
-Answer ModbusLink::readRegister(int number, std::uint16_t& value, Deadline deadline) {
+ModbusResult ModbusLink::readRegister(int number, std::uint16_t& value, Deadline deadline) {
     std::uint16_t read = 0;
     const bool done =
         allowUntil(deadline) && modbus_read_registers(context_.get(), number, 1, &read) == 1;
@@ -60,11 +59,11 @@ Answer ModbusLink::readRegister(int number, std::uint16_t& value, Deadline deadl
     return judge(done);
 }
 
-Answer ModbusLink::writeRegister(int number, std::uint16_t value, Deadline deadline) {
+ModbusResult ModbusLink::writeRegister(int number, std::uint16_t value, Deadline deadline) {
     return judge(allowUntil(deadline) && modbus_write_register(context_.get(), number, value) == 1);
 }
 
-// Gives the next step the time that is left; false, with errno, when none is.
+// Gives the next step the time that is left. Returns false, with errno set, if there is none.
 bool ModbusLink::allowUntil(Deadline deadline) {
     using std::chrono::duration_cast;
     using std::chrono::microseconds;
@@ -81,16 +80,16 @@ bool ModbusLink::allowUntil(Deadline deadline) {
                static_cast<std::uint32_t>(left % kMicrosecondsPerSecond)) == 0;
 }
 
-Answer ModbusLink::judge(bool done) {
+ModbusResult ModbusLink::judge(bool done) {
     if (done) {
-        return Answer::done;
+        return ModbusResult::done;
     }
     error_ = errno;
     if (isException(error_)) {
-        return Answer::refused;
+        return ModbusResult::refused;
     }
     close();
-    return Answer::broken;
+    return ModbusResult::broken;
 }
 
 } // namespace cooling

@@ -1,5 +1,4 @@
-// One Modbus TCP connection on which every step ends before a deadline. When to connect
-// again is the business of cooling_unit.h.
+// One Modbus TCP connection on which every step ends before a deadline.
 #pragma once
 
 #include "platform/cooling/unit_address.h"
@@ -13,10 +12,11 @@ namespace cooling {
 
 using Deadline = std::chrono::steady_clock::time_point;
 
-enum class Answer {
+// How one request and its answer ended.
+enum class ModbusResult {
     done,
-    refused, // the unit answered with an exception; the connection stays good
-    broken,  // no answer in time, or not one to this question; the connection is closed
+    refused, // the unit answered with an exception; the connection stays open
+    broken,  // no answer in time, or one that does not fit the request; the connection is closed
 };
 
 // Thread: one at a time.
@@ -24,17 +24,17 @@ class ModbusLink {
 public:
     bool isOpen() const { return context_ != nullptr; }
 
-    // Connects. After false the reason is in error().
+    // Connects. Returns false on failure; error() has the reason.
     bool open(const UnitAddress& address, Deadline deadline);
     void close() { context_.reset(); }
 
-    // Both need an open link. A broken one is closed afterwards: a late answer to this
-    // question must not be taken for the answer to the next.
-    //   value  written only when done
-    Answer readRegister(int number, std::uint16_t& value, Deadline deadline);
-    Answer writeRegister(int number, std::uint16_t value, Deadline deadline);
+    // Both need an open link and close a broken one: a late answer to this request must not be
+    // taken for the answer to the next.
+    //   value  set only when done
+    ModbusResult readRegister(int number, std::uint16_t& value, Deadline deadline);
+    ModbusResult writeRegister(int number, std::uint16_t value, Deadline deadline);
 
-    // Why the last step was not done, as a text.
+    // Why the last step failed.
     const char* error() const { return modbus_strerror(error_); }
 
 private:
@@ -43,7 +43,7 @@ private:
     };
 
     bool allowUntil(Deadline deadline);
-    Answer judge(bool done);
+    ModbusResult judge(bool done);
 
     std::unique_ptr<modbus_t, Free> context_;
     int error_ = 0;

@@ -1,5 +1,4 @@
-// Where a Modbus unit is reached: an address and a port. Who connects or listens is not
-// decided here.
+// Parses addresses of Modbus units.
 #include "platform/cooling/unit_address.h"
 
 #include <arpa/inet.h>
@@ -9,7 +8,7 @@ namespace cooling {
 
 namespace {
 
-constexpr int kHighestPort = 65535;
+constexpr int kMaxPort = 65535;
 
 bool isNumeric(int family, const std::string& host) {
     in6_addr room{};
@@ -32,7 +31,7 @@ std::optional<int> parsePort(std::string_view text, int lowestPort) {
     int port = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), port);
     if (error != std::errc() || end != text.data() + text.size() || port < lowestPort ||
-        port > kHighestPort) {
+        port > kMaxPort) {
         return std::nullopt;
     }
     return port;

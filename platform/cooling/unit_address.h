@@ -1,5 +1,5 @@
-// Where a Modbus unit is reached: an address and a port. Names are not looked up, since a
-// name server that is away would hold the caller for longer than any bound.
+// The address and port of a Modbus unit. Names are not looked up: an unreachable name server would
+// hold the caller longer than any bound.
 #pragma once
 
 #include <optional>
@@ -13,13 +13,13 @@ struct UnitAddress {
     int port = 0;
 };
 
-// "127.0.0.1:502", "[::1]:502" or "localhost:502", the last meaning 127.0.0.1. Nothing for
-// any other text.
-//   lowestPort  1; 0 where that means any free port
+// Parses "127.0.0.1:502", "[::1]:502" or "localhost:502", which means 127.0.0.1. Returns nothing
+// for any other text.
+//   lowestPort  1, or 0 if that means any free port
 std::optional<UnitAddress> parseUnitAddress(std::string_view text, int lowestPort = 1);
 
-// What is allowed, for the line that refuses a text.
+// The accepted forms, for error messages.
 constexpr const char* kAllowedAddresses =
-    "an IPv4 address, an IPv6 address in brackets, or localhost, then a colon and a port";
+    "an IPv4 address, an IPv6 address in brackets, or localhost, with a port: 127.0.0.1:502";
 
 } // namespace cooling

@@ -1,5 +1,4 @@
-// Requests of a Modbus client to answers, by libmodbus. When and whether an answer is sent is
-// server.cpp's.
+// Libmodbus answers into one end of a socket pair; the answer is read from the other end.
 #include "platform/cooling_unit_sim/answerer.h"
 
 #include "platform/cooling/register_map.h"
@@ -13,12 +12,12 @@ namespace sim {
 
 namespace {
 
-// The header of Modbus TCP: transaction, protocol (0), length of what follows, unit id.
+// The header of Modbus TCP: transaction, protocol (0), length of the rest, unit id.
 constexpr std::size_t kLengthEnd = 6;
 constexpr std::size_t kUnitIdPosition = 6;
-constexpr std::size_t kShortestRest = 2; // unit id and function
+constexpr std::size_t kMinRest = 2; // unit id and function
 
-// Room for the longest request, zero-filled: libmodbus reads what a request announces.
+// Zero-filled room for the longest request: libmodbus reads as much as a request announces.
 using Room = std::array<std::uint8_t, MODBUS_TCP_MAX_ADU_LENGTH>;
 
 Room inRoom(const Bytes& request) {
@@ -35,7 +34,7 @@ std::optional<std::size_t> requestLength(const Bytes& input) {
     }
     const std::size_t rest = input[4] * std::size_t{256} + input[5];
     const bool isModbus = input[2] == 0 && input[3] == 0;
-    if (!isModbus || rest < kShortestRest || kLengthEnd + rest > MODBUS_TCP_MAX_ADU_LENGTH) {
+    if (!isModbus || rest < kMinRest || kLengthEnd + rest > MODBUS_TCP_MAX_ADU_LENGTH) {
         return std::nullopt;
     }
     return input.size() >= kLengthEnd + rest ? kLengthEnd + rest : 0;
@@ -55,7 +54,7 @@ Answerer::Answerer()
         throw std::runtime_error("no memory for the registers");
     }
     modbus_set_socket(context_.get(), near_.number());
-    // Libmodbus sleeps that long before it refuses a malformed request.
+    // How long libmodbus sleeps before it refuses a malformed request.
     modbus_set_response_timeout(context_.get(), 0, 1);
 }
 

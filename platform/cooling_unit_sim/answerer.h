@@ -1,4 +1,4 @@
-// Requests of a Modbus client to answers, by libmodbus; nothing goes over a network here.
+// Turns requests of a Modbus client into answers with libmodbus; does not touch the network.
 #pragma once
 
 #include "platform/cooling_unit_sim/sockets.h"
@@ -14,25 +14,25 @@ namespace sim {
 
 using Bytes = std::vector<std::uint8_t>;
 
-// How many bytes the request at the beginning of `input` has. 0 while that is not known yet;
-// nothing when this is no Modbus request.
+// The length in bytes of the request at the beginning of `input`; 0 if it is not known yet, nothing
+// if this is not a Modbus request.
 std::optional<std::size_t> requestLength(const Bytes& input);
 
 class Answerer {
 public:
-    // Throws std::runtime_error when out of memory or sockets.
+    // Throws std::runtime_error if it runs out of memory or sockets.
     Answerer();
 
     struct Answer {
         Bytes bytes;
-        std::uint16_t scale; // what the register holds afterwards
+        std::uint16_t scale; // of the register afterwards
     };
 
-    // The right answer to one whole request while the register holds `scale`. Other unit ids
-    // than the unit's are answered like a gateway that finds nothing there.
+    // The proper answer to one whole request while the register holds `scale`. Answers other unit
+    // ids as a gateway does that finds no such unit.
     Answer answer(const Bytes& request, std::uint16_t scale);
 
-    // An exception, 1 to 11, in answer to the request.
+    // Answers the request with an exception, 1 to 11.
     Bytes exception(const Bytes& request, unsigned int code);
 
 private:
@@ -42,7 +42,7 @@ private:
     };
     Bytes takeAnswer();
 
-    Descriptor near_, far_; // libmodbus answers into the one, the bytes come out of the other
+    Descriptor near_, far_; // libmodbus writes into one, answers are read from the other
     std::unique_ptr<modbus_t, Free> context_;
     std::unique_ptr<modbus_mapping_t, Free> registers_;
 };

@@ -1,5 +1,4 @@
-// What the unit does with a request, and the words by which it is told so while it runs. How
-// the words get here is control.cpp's.
+// Parses the words of `tell`.
 #include "platform/cooling_unit_sim/behaviour.h"
 
 #include "platform/cooling/register_map.h"
@@ -103,7 +102,7 @@ Obeyed obey(const std::string& line, Behaviour& behaviour, Unit& unit) {
             return {false, error.what()};
         }
     } else if (words != std::vector<std::string>{"show"}) {
-        return {false, "\"" + line + "\" is unknown; allowed is " + kControlWords};
+        return {false, "\"" + line + "\" is unknown; use one of: " + kControlWords};
     }
     return {true, show(behaviour, unit)};
 }

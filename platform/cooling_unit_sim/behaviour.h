@@ -1,4 +1,4 @@
-// What the unit does with a request, and the words by which it is told so while it runs.
+// What the unit does with a request, and the words that change it while it runs.
 #pragma once
 
 #include "platform/cooling_unit_sim/unit.h"
@@ -17,15 +17,15 @@ struct Behaviour {
     std::string describe() const;
 };
 
-// The list of words, for --help and for the line that refuses others.
+// The list of words, for --help and for error messages.
 extern const char* const kControlWords;
 
 struct Obeyed {
     bool done;
-    std::string text; // one line: what holds now, or why nothing was done
+    std::string text; // one line: the state now, or why nothing changed
 };
 
-// Carries out one line of words.
+// Carries out one line of words. Changes nothing if it does not understand them.
 Obeyed obey(const std::string& line, Behaviour& behaviour, Unit& unit);
 
 } // namespace sim

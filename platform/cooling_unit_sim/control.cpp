@@ -1,4 +1,4 @@
-// The asking end of the control socket. What the words mean is behaviour.cpp's.
+// `cooling-unit-sim tell`.
 #include "platform/cooling_unit_sim/control.h"
 
 #include "log_line.h"

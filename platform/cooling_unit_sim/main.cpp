@@ -1,5 +1,5 @@
-// The command line of cooling-unit-sim: the simulated unit itself, and `tell`, which changes
-// what a running one does. The work is server.cpp's and control.cpp's.
+// The command line of cooling-unit-sim: the simulated unit itself, and `tell`, which changes a
+// running one.
 #include "log_line.h"
 #include "platform/cooling_unit_sim/behaviour.h"
 #include "platform/cooling_unit_sim/control.h"
@@ -17,8 +17,7 @@ namespace {
 int simulate(const std::string& listen, const std::string& state, const std::string& control) {
     const auto address = cooling::parseUnitAddress(listen, 0);
     if (!address) {
-        writeErrorLine("cooling-unit-sim: --listen ", listen, ": allowed is ",
-                       cooling::kAllowedAddresses);
+        writeErrorLine("cooling-unit-sim: --listen ", listen, ": use ", cooling::kAllowedAddresses);
         return 1;
     }
     sim::Unit unit(state);
@@ -38,16 +37,16 @@ int main(int argc, char** argv) {
         std::string listen = "127.0.0.1:1502";
         std::string state;
         std::string control;
-        app.add_option("--listen", listen, "address and port; port 0 takes a free one")
+        app.add_option("--listen", listen, "address and port; port 0 picks a free one")
             ->capture_default_str();
         app.add_option("--state", state,
-                       "file that keeps the register; without it the register starts metric");
+                       "file that keeps the register; without one it starts metric");
         app.add_option("--control", control, "unix socket for `tell`");
 
         CLI::App* tell = app.add_subcommand("tell", "changes what a running simulator does");
         std::string socket;
         std::vector<std::string> words;
-        tell->add_option("socket", socket, "what was given to --control")->required();
+        tell->add_option("socket", socket, "the socket named by --control")->required();
         tell->add_option("words", words, sim::kControlWords)->required();
 
         CLI11_PARSE(app, argc, argv);

@@ -1,5 +1,4 @@
-// The simulator's one loop: Modbus clients, the control socket and the signals that end it.
-// Answers are answerer.cpp's, words behaviour.cpp's.
+// A single-threaded poll loop; nothing in it blocks.
 #include "platform/cooling_unit_sim/server.h"
 
 #include "log_line.h"
@@ -38,7 +37,7 @@ Descriptor acceptFrom(const Descriptor& listener) {
     return Descriptor(::accept4(listener.number(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
 }
 
-// What has arrived, appended to the buffer. False when the peer has gone.
+// Appends what has arrived to the buffer. Returns false if the peer is gone.
 template <typename Buffer>
 bool receive(const Descriptor& socket, Buffer& buffer) {
     std::array<char, 1024> part{};
@@ -50,7 +49,7 @@ bool receive(const Descriptor& socket, Buffer& buffer) {
     return length > 0;
 }
 
-// Answers are so short that a peer which reads has always room for one.
+// Answers are so short that a peer that reads always has room for one.
 template <typename Buffer>
 bool sendAll(const Descriptor& socket, const Buffer& bytes) {
     return ::send(socket.number(), bytes.data(), bytes.size(), MSG_NOSIGNAL) ==
@@ -89,7 +88,7 @@ void Server::run() {
     }
 }
 
-// Milliseconds until the next delayed answer is due; -1 when there is none.
+// Milliseconds until the next delayed answer is due; -1 if there is none.
 int Server::pauseUntilDue() const {
     int pause = -1;
     for (const Client& client : clients_) {
@@ -104,7 +103,7 @@ int Server::pauseUntilDue() const {
     return pause;
 }
 
-// False when a signal asks for the end.
+// Returns false once a signal asks to stop.
 bool Server::waitForWork() {
     std::vector<pollfd> watched{{signals_.number(), POLLIN, 0}, {listener_.number(), POLLIN, 0}};
     const auto watch = [&](const Descriptor& one) { watched.push_back({one.number(), POLLIN, 0}); };
@@ -157,7 +156,7 @@ void Server::read(Client& client) {
     }
 }
 
-// A change is in the state file before it is answered.
+// Writes a change to the state file before answering it.
 void Server::serve(Client& client, const Bytes& request) {
     using Kind = Behaviour::Kind;
     if (behaviour_.kind == Kind::silent) {

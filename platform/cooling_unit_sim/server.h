@@ -15,8 +15,7 @@ namespace sim {
 
 class Server {
 public:
-    // Listens when the constructor returns. SIGTERM and SIGINT belong to the server from
-    // then on.
+    // Listens when the constructor returns, and takes SIGTERM and SIGINT from then on.
     //   controlPath  empty: no control socket
     // Throws std::system_error, std::runtime_error.
     Server(const cooling::UnitAddress& address, const std::string& controlPath, Unit& unit);
@@ -24,7 +23,7 @@ public:
     Server(const Server&) = delete;
     Server& operator=(const Server&) = delete;
 
-    // Where it listens, with the true port where 0 was asked for.
+    // The address it listens on, with the actual port if 0 was given.
     std::string address() const { return ownAddress(listener_); }
 
     // Serves until SIGTERM or SIGINT.

@@ -1,5 +1,4 @@
-// Descriptors with an owner, and the sockets that the simulator opens. What goes over them
-// is server.cpp's and control.cpp's.
+// Sockets by the system's calls.
 #include "platform/cooling_unit_sim/sockets.h"
 
 #include <arpa/inet.h>
@@ -20,7 +19,7 @@ constexpr int kBacklog = 64;
     throw std::system_error(errno, std::generic_category(), what);
 }
 
-// One address of either family, and its length, as the socket calls want them.
+// An address of either family with its length, as the socket calls expect.
 struct SocketAddress {
     sockaddr_storage storage{};
     socklen_t length = sizeof(storage);

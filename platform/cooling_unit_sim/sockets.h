@@ -8,13 +8,13 @@
 
 namespace sim {
 
-// All of these throw std::system_error, the text naming what could not be done. Listening
-// sockets do not block.
+// All of these throw std::system_error, whose text names what failed. Listening sockets do not
+// block.
 Descriptor listenTcp(const cooling::UnitAddress& address);
-Descriptor listenUnix(const std::string& path); // takes the place of a socket nobody serves
+Descriptor listenUnix(const std::string& path); // replaces a socket that nobody serves
 Descriptor connectUnix(const std::string& path);
 
-// "127.0.0.1:1502" or "[::1]:1502", of a socket's own end or of its peer.
+// "127.0.0.1:1502" or "[::1]:1502": the address of a socket's own end, or of its peer.
 std::string ownAddress(const Descriptor& socket);
 std::string peerAddress(const Descriptor& socket);
 

@@ -1,5 +1,4 @@
-// The unit's register: kept in a file, every change told on standard output with its time.
-// Who may change it is server.cpp's.
+// The file is replaced as a whole: written under another name, synced, renamed.
 #include "platform/cooling_unit_sim/unit.h"
 
 #include "log_line.h"
@@ -98,7 +97,8 @@ void Unit::load() {
             return;
         }
     }
-    throw std::runtime_error(stateFile_ + ": not a state file of this program");
+    throw std::runtime_error(stateFile_ +
+                             ": not a state file of cooling-unit-sim; remove it or name another");
 }
 
 void Unit::setScale(std::uint16_t scale, const std::string& by) {

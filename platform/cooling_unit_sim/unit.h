@@ -1,4 +1,4 @@
-// The unit's register: kept in a file, every change told on standard output with its time.
+// The unit's register, kept in a file; logs every change with its time on standard output.
 #pragma once
 
 #include <cstdint>
@@ -11,17 +11,17 @@ std::string describeScale(std::uint16_t scale);
 
 class Unit {
 public:
-    // Takes the register from the file; metric, and the file is written, where there is
-    // none. An empty name keeps the register in memory only.
-    // Throws std::runtime_error for a file that cannot be read, written or understood.
+    // Reads the register from the file, or creates the file with a metric scale. An empty name
+    // keeps the register in memory only. Throws std::runtime_error for a file that cannot be read,
+    // written or parsed.
     explicit Unit(std::string stateFile);
 
     std::uint16_t scale() const { return scale_; }
 
-    // Returns once the file holds the value: a reader finds the old or the new one, whole,
-    // also after a power cut.
-    //   by  who did it, for the line
-    // Throws std::system_error when the file cannot be written; the register is as before.
+    // Returns once the file holds the value. A reader finds the old or the new one, whole, even
+    // after a power cut.
+    //   by  who changed it, for the log
+    // Throws std::system_error if the file cannot be written; the register keeps its value.
     void setScale(std::uint16_t scale, const std::string& by);
 
 private:

@@ -1,5 +1,4 @@
-// The panel's brightness by way of a directory of the kernel's backlight class. Range checks
-// of the level are the caller's.
+// Brightness levels in sysfs.
 #include "platform/lcd_panel/backlight.h"
 
 #include "descriptor.h"
@@ -20,7 +19,7 @@ namespace lcdpanel {
 
 namespace {
 
-// O_NONBLOCK: a pipe in the place of a file must not hold the caller.
+// O_NONBLOCK: a pipe in place of a file must not block the caller.
 constexpr int kOpenFlags = O_CLOEXEC | O_NONBLOCK;
 
 Descriptor openFile(const std::filesystem::path& path, int flags) {
@@ -35,7 +34,7 @@ std::string lastError() {
     return std::generic_category().message(errno);
 }
 
-// A whole positive number that an int holds, with nothing but the line's end behind it.
+// Parses a positive number that fits an int, with nothing but a newline behind it.
 std::optional<int> positiveNumber(std::string_view text) {
     if (!text.empty() && text.back() == '\n') {
         text.remove_suffix(1);
@@ -52,7 +51,7 @@ std::optional<int> positiveNumber(std::string_view text) {
 
 int brightnessOf(int level, int maximum) {
     const std::int64_t product = std::int64_t{level} * maximum;
-    const std::int64_t nearest = (product + kHighestLevel / 2) / kHighestLevel;
+    const std::int64_t nearest = (product + kMaxLevel / 2) / kMaxLevel;
     return static_cast<int>(std::max<std::int64_t>(nearest, 1));
 }
 
@@ -88,7 +87,7 @@ std::string setBrightness(const std::filesystem::path& folder, int level) {
     }
     const auto maximum = positiveNumber({text.data(), static_cast<std::size_t>(length)});
     if (!maximum) {
-        return problem(maximumPath, "holds no number from 1 to 2147483647");
+        return problem(maximumPath, "expected a number from 1 to 2147483647");
     }
 
     const std::filesystem::path path = folder / "brightness";
@@ -99,7 +98,7 @@ std::string setBrightness(const std::filesystem::path& folder, int level) {
     }
     const ssize_t written = ::write(file.number(), value.data(), value.size());
     if (written != static_cast<ssize_t>(value.size())) {
-        return problem(path, written < 0 ? lastError() : "took only a part of the value");
+        return problem(path, written < 0 ? lastError() : "accepted only part of the value");
     }
     return {};
 }

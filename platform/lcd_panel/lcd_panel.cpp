@@ -1,5 +1,4 @@
-// The C functions of liblcdpanel.so: which values are taken, and one line per outage. How the
-// panel is reached is backlight.cpp's and screen_saver.cpp's.
+// The C functions of liblcdpanel.so: range checks, and one line of log per outage.
 #include "platform/lcd_panel.h"
 
 #include "platform/lcd_panel/backlight.h"
@@ -15,13 +14,13 @@ namespace {
 constexpr int kDone = 0;
 constexpr int kFailed = 1;
 
-// The X protocol carries the time-out in 16 bits with a sign; negative ones are commands.
-constexpr int kLongestTimeOutSeconds = 32767;
+// The X protocol carries the time-out in 16 signed bits; negative values are commands.
+constexpr int kMaxTimeOutSeconds = 32767;
 
 Outage backlightOutage;
 Outage displayOutage;
 
-// Runs the body of a C function; no exception leaves it.
+// Runs the body of a C function and lets no exception out.
 template <typename Body>
 int guarded(const char* function, Outage& outage, Body body) {
     try {
@@ -36,7 +35,8 @@ int changeSaver(const char* function, const lcdpanel::Change& change) {
     return guarded(function, displayOutage, [&] {
         const char* display = std::getenv("DISPLAY");
         if (display == nullptr || *display == '\0') {
-            displayOutage.failed(function, "DISPLAY is not set");
+            displayOutage.failed(function,
+                                 "DISPLAY is not set; name the panel's X server, e.g. :0");
             return kFailed;
         }
         const lcdpanel::Outcome outcome = lcdpanel::changeWithinBound(display, change);
@@ -52,14 +52,14 @@ int changeSaver(const char* function, const lcdpanel::Change& change) {
 } // namespace
 
 int LCDBrightnessSet(int level) {
-    if (level < lcdpanel::kLowestLevel || level > lcdpanel::kHighestLevel) {
+    if (level < lcdpanel::kMinLevel || level > lcdpanel::kMaxLevel) {
         return kFailed;
     }
     return guarded("LCDBrightnessSet", backlightOutage, [&] {
         const auto folder = lcdpanel::backlightFolder();
-        const std::string problem = folder.empty()
-                                        ? std::string(lcdpanel::kBacklightClass) + ": no backlight"
-                                        : lcdpanel::setBrightness(folder, level);
+        const std::string problem = folder.empty() ? std::string(lcdpanel::kBacklightClass) +
+                                                         ": no backlight; name one in LCD_BACKLIGHT"
+                                                   : lcdpanel::setBrightness(folder, level);
         if (!problem.empty()) {
             backlightOutage.failed("LCDBrightnessSet", problem);
             return kFailed;
@@ -70,7 +70,7 @@ int LCDBrightnessSet(int level) {
 }
 
 int LCDBlankTimeOutSet(int seconds) {
-    if (seconds < 0 || seconds > kLongestTimeOutSeconds) {
+    if (seconds < 0 || seconds > kMaxTimeOutSeconds) {
         return kFailed;
     }
     return changeSaver("LCDBlankTimeOutSet", {lcdpanel::Change::Kind::timeOut, seconds});
@@ -91,6 +91,6 @@ int xset_env_init() {
     if (display != nullptr && *display != '\0') {
         return kDone;
     }
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): the agent is made before any other thread
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): called before other threads exist
     return ::setenv("DISPLAY", ":0", 1) == 0 ? kDone : kFailed;
 }

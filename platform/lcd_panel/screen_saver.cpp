@@ -1,5 +1,4 @@
-// A change of the X server's screen saver that never holds its caller longer than the bound.
-// What is said to the server is x_session.cpp's.
+// Each change runs on a detached thread; the caller waits for it until the bound.
 #include "platform/lcd_panel/screen_saver.h"
 
 #include <atomic>
@@ -15,7 +14,7 @@ namespace lcdpanel {
 
 namespace {
 
-// Shared by the caller and the thread; the one that needs it last frees it.
+// Shared by the caller and the thread; freed by whichever finishes last.
 struct Exchange {
     std::string display;
     Change change;
@@ -36,8 +35,8 @@ void run(Exchange& exchange) {
     exchange.ended.notify_one();
 }
 
-// Blocks all signals of this thread for its lifetime: a thread that is started meanwhile
-// never takes a signal that is meant for the program.
+// Blocks all signals of this thread while it lives: a thread started meanwhile inherits that and
+// never takes a signal meant for the program.
 class SignalsBlocked {
 public:
     SignalsBlocked() {

@@ -1,4 +1,4 @@
-// A change of the X server's screen saver that never holds its caller longer than the bound.
+// Changes to the X server's screen saver that never hold the caller longer than a bound.
 #pragma once
 
 #include "platform/lcd_panel/x_session.h"
@@ -10,13 +10,13 @@ namespace lcdpanel {
 
 constexpr std::chrono::milliseconds kScreenSaverBound{250};
 
-// Makes the change on the display; on a thread of its own, since libx11 knows no time limit
-// and waits for ever on a server that is paused. After a `late` outcome that thread stays
-// behind until the server answers or ends; it then changes nothing more unless it had sent
-// the change already. Until then every call gives `stuck` at once.
+// Makes the change on the display, on a thread of its own: libx11 has no time-out and waits for
+// ever on a paused server. After a `late` outcome that thread lingers until the server answers or
+// dies; it changes nothing more unless it had already sent the change. Until then every call
+// returns `stuck` at once.
 //   display  as in DISPLAY
-//   thread   any; calls wait for one another
-//   throws   std::system_error when there is no thread to be had
+//   thread   any; calls wait for each other
+//   throws   std::system_error if no thread can be started
 Outcome changeWithinBound(const std::string& display, const Change& change);
 
 } // namespace lcdpanel

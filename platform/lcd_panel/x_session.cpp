@@ -1,11 +1,9 @@
-// One exchange with an X server about its screen saver, over a connection of its own that
-// the server may drop at any moment. The bound in time is screen_saver.cpp's.
+// Surviving the death of the X server.
 //
-// Libx11 calls exit() when a connection breaks, as soon as its error handler returns; so the
-// handler jumps out of libx11 instead. (The exit handler of libx11 1.8 is no help while a
-// display is being opened, and afterwards lets libx11 unlock a mutex that is unlocked.) What
-// is left of the Display must not be used again, not even to close it: its socket is closed,
-// its memory, some kilobytes, is kept.
+// When a connection breaks, libx11 calls its error handler and then exit(); so the handler jumps
+// out of libx11 instead. (The exit handler of libx11 1.8 is no help while a display is being
+// opened, and afterwards lets libx11 unlock an unlocked mutex.) The remains of the Display must not
+// be used again, not even to close it: its socket is closed, its memory, a few kilobytes, is kept.
 #include "platform/lcd_panel/x_session.h"
 
 #include <X11/Xlib.h>
@@ -18,7 +16,7 @@ namespace lcdpanel {
 
 namespace {
 
-// What the handlers know and leave; they run on the thread that made the call.
+// Shared with the handlers, which run on the thread that made the call.
 struct Exchange {
     std::jmp_buf wayOut{};
     Display* lost = nullptr;
@@ -29,7 +27,7 @@ thread_local Exchange current;
 
 [[noreturn]] int connectionLost(Display* display) {
     current.lost = display;
-    std::longjmp(current.wayOut, 1); // NOLINT(cert-err52-cpp): the only way, see above
+    std::longjmp(current.wayOut, 1); // NOLINT(cert-err52-cpp): the only way out
 }
 
 int requestRefused(Display* /*display*/, XErrorEvent* /*event*/) {
@@ -42,7 +40,7 @@ void takeHandlers() {
     XSetErrorHandler(requestRefused);
 }
 
-// Keeps what is left of a Display within reach.
+// Keeps the remains of a Display reachable.
 void bury(Display* lost) {
     static std::mutex mutex;
     static auto* const graveyard = new std::vector<Display*>;
@@ -75,9 +73,9 @@ void make(const Change& change, Display* display) {
     XSync(display, False);
 }
 
-// From here on no object with a destructor lives on the stack: the jump comes past.
+// Below, no object with a destructor may live on the stack: the jump skips destructors.
 
-// Leaves its outcome in `current`; a break that comes after the confirmation spoils nothing.
+// Leaves the outcome in `current`. A connection that breaks after the confirmation does no harm.
 void talk(const char* name, const Change& change, const std::atomic<bool>& abandoned) {
     Display* display = XOpenDisplay(name);
     if (display == nullptr) {
@@ -94,7 +92,7 @@ void talk(const char* name, const Change& change, const std::atomic<bool>& aband
 }
 
 void talkOrJump(const char* name, const Change& change, const std::atomic<bool>& abandoned) {
-    if (setjmp(current.wayOut) == 0) { // NOLINT(cert-err52-cpp): the only way, see above
+    if (setjmp(current.wayOut) == 0) { // NOLINT(cert-err52-cpp): the only way out
         talk(name, change, abandoned);
     }
 }
@@ -106,7 +104,7 @@ const char* describe(Outcome outcome) {
     case Outcome::done:
         return "done";
     case Outcome::noServer:
-        return "no connection to an X server";
+        return "cannot connect to the X server";
     case Outcome::lost:
         return "the connection to the X server broke";
     case Outcome::refused:
@@ -115,7 +113,7 @@ const char* describe(Outcome outcome) {
     case Outcome::late:
         return "the X server does not answer within 250 ms";
     case Outcome::stuck:
-        return "the X server has still not answered an earlier call";
+        return "the X server has not answered an earlier call yet";
     }
     return "";
 }

@@ -1,5 +1,5 @@
-// One exchange with an X server about its screen saver, over a connection of its own that
-// the server may drop at any moment. It may take for ever: screen_saver.h bounds it.
+// One exchange with an X server about its screen saver, over a connection of its own that the
+// server may drop at any moment. It can block for ever; screen_saver.h bounds it.
 #pragma once
 
 #include <atomic>
@@ -14,21 +14,22 @@ struct Change {
 };
 
 enum class Outcome {
-    done,      // the server has confirmed that it took the change
-    noServer,  // no connection
-    lost,      // the connection broke on the way
+    done,      // the server confirmed the change
+    noServer,  // could not connect
+    lost,      // the connection broke half-way
     refused,   // the server answered with an error
-    abandoned, // nobody waits for it any more: nothing was changed
+    abandoned, // nobody is waiting any more: nothing was changed
     late,      // no confirmation within the bound
-    stuck,     // a late exchange has not ended yet: nothing was tried
+    stuck,     // a late exchange is still running: nothing was attempted
 };
 
+// The reason for log lines.
 const char* describe(Outcome outcome);
 
 // Opens the display, makes the change, waits for its confirmation, closes the display.
-//   abandoned  looked at once the display is open, before the change is made
+//   abandoned  checked once the display is open, before the change is made
 //   thread     any, one at a time
-// Libx11 reports to two process-wide handlers; this library owns both.
+// Sets libx11's two process-wide error handlers; this library owns both.
 Outcome changeScreenSaver(const std::string& display, const Change& change,
                           const std::atomic<bool>& abandoned);
 

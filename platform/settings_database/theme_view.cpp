@@ -6,6 +6,7 @@
 
 #include "platform/settings_database/statement.h"
 
+#include <algorithm>
 #include <new>
 #include <string>
 
@@ -66,12 +67,8 @@ bool givesStoredTheme(sqlite3* connection) {
     copyDefinitions(connection, trial.get());
     try {
         execute(trial.get(), "INSERT INTO Misc VALUES ('Theme', ''), ('Other', 'other')");
-        for (const char* theme : kThemes) {
-            if (!gives(trial.get(), theme)) {
-                return false;
-            }
-        }
-        return true;
+        return std::ranges::all_of(
+            kThemes, [&trial](const char* theme) { return gives(trial.get(), theme); });
     } catch (const SqlError& error) {
         if (error.primaryCode() == SQLITE_NOMEM) {
             throw;

@@ -249,7 +249,6 @@ sqlite3* settingsConnection() {
 
 } // namespace doubles
 
-using doubles::database;
 using doubles::Fault;
 using doubles::Shape;
 using doubles::detail::arguments;
@@ -306,7 +305,7 @@ int close_database(SettingsDatabase* database) {
     return 0;
 }
 
-int query_database_dat_with_condition(SettingsDatabase* handle, const char* table,
+int query_database_dat_with_condition(SettingsDatabase* database, const char* table,
                                       SettingsTable* result, const char* condition) {
     const Lock lock(mutex());
     const Fault fault = enterCall("query_database_dat_with_condition", arguments(table, condition));
@@ -318,7 +317,7 @@ int query_database_dat_with_condition(SettingsDatabase* handle, const char* tabl
         return fault.code;
     }
     const std::optional<SettingsRows> found =
-        fault ? doubles::rowsOf(fault) : doubles::select(handle, table, condition);
+        fault ? doubles::rowsOf(fault) : doubles::select(database, table, condition);
     if (!found) {
         return refused();
     }
@@ -348,32 +347,32 @@ void free_sql_tbl(SettingsTable* table) {
     *table = {0, nullptr};
 }
 
-int update_database_table_with_condition(SettingsDatabase* handle, const char* table,
+int update_database_table_with_condition(SettingsDatabase* database, const char* table,
                                          const SettingsRow* row, const char* condition) {
     const Lock lock(mutex());
     const int code = enter("update_database_table_with_condition",
                            arguments(table, Plain{doubles::showRow(row)}, condition));
     const std::optional<doubles::Columns> columns = doubles::columnsOf(row);
-    if (code != 0 || !doubles::isOpen(handle) || table == nullptr || !columns) {
+    if (code != 0 || !doubles::isOpen(database) || table == nullptr || !columns) {
         return code != 0 ? code : refused();
     }
     const std::string statement = "UPDATE " + doubles::quoted(table) + " SET " +
                                   columns->assignments + doubles::conditionOf(condition);
-    return runOnRows(database().rows, statement, columns->values) ? 0 : refused();
+    return runOnRows(doubles::database().rows, statement, columns->values) ? 0 : refused();
 }
 
-int insert_database_table_entry_struct(SettingsDatabase* handle, const char* table,
+int insert_database_table_entry_struct(SettingsDatabase* database, const char* table,
                                        const SettingsRow* row) {
     const Lock lock(mutex());
     const int code =
         enter("insert_database_table_entry_struct", arguments(table, Plain{doubles::showRow(row)}));
     const std::optional<doubles::Columns> columns = doubles::columnsOf(row);
-    if (code != 0 || !doubles::isOpen(handle) || table == nullptr || !columns) {
+    if (code != 0 || !doubles::isOpen(database) || table == nullptr || !columns) {
         return code != 0 ? code : refused();
     }
     const std::string statement = "INSERT INTO " + doubles::quoted(table) + " (" + columns->names +
                                   ") VALUES (" + columns->marks + ")";
-    return runOnRows(database().rows, statement, columns->values) ? 0 : refused();
+    return runOnRows(doubles::database().rows, statement, columns->values) ? 0 : refused();
 }
 
 void tql_update_ssqlcol_struct(SettingsColumn* column, int type, const char* name,

@@ -161,7 +161,7 @@ TEST_F(DeviceOutage, AnXServerThatIsGoneTakesTheNextChangeWhenItIsBack) {
     EXPECT_EQ(backlight(), std::to_string(2 * kStepsPerLevel));
     expectSuccess("00000", requestObject({{"Action", "WebGUI.TurnOffLCD"}}), kChangeBound);
     EXPECT_THAT(errors(), EndsWith("[LCDBlankTimeOutSet]: display " + environment().at("DISPLAY") +
-                                   ": no connection to an X server\n"))
+                                   ": cannot connect to the X server\n"))
         << "one line for both calls";
     startXServer();
     loseThePanelsState();

@@ -49,7 +49,7 @@ TEST_F(Panel, PreparesItsEnvironmentAsOftenAsAsked) {
 
 class Unit : public testing::Test {
 protected:
-    int scale() {
+    static int scale() {
         int scale = -5;
         EXPECT_EQ(CoolGetTempScale(0, &scale, 0, nullptr), 0);
         return scale;

@@ -7,7 +7,6 @@ namespace contract {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 using testing::Pair;
 
 constexpr const char* kEnd = nullptr;

@@ -225,8 +225,8 @@ TEST_F(CoolingOutage, HoldsAReadNoLongerThanTheWriteBeforeItMayTake) {
 TEST_F(CoolingOutage, IsToldWithTheAllowedFormsForABadAddress) {
     use("unit:502");
     EXPECT_EQ(expectOutage(),
-              "[CoolGetTempScale]: COOLING_UNIT is \"unit:502\"; allowed is an IPv4 address, an "
-              "IPv6 address in brackets, or localhost, then a colon and a port\n");
+              "[CoolGetTempScale]: COOLING_UNIT is \"unit:502\"; use an IPv4 address, an "
+              "IPv6 address in brackets, or localhost, with a port: 127.0.0.1:502\n");
     use(unit_.address());
     EXPECT_EQ(read(), 0);
 }

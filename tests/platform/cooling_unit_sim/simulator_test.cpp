@@ -105,7 +105,7 @@ TEST(Simulator, DoesNotStartWhereItCannotListen) {
     for (const char* text : {"", "127.0.0.1", "unit:502", "127.0.0.1:65536", "127.0.0.1:-1"}) {
         const auto finished = runCoolingUnitSim({"--listen", text});
         EXPECT_EQ(finished.status, 1) << text;
-        EXPECT_THAT(finished.error, HasSubstr("allowed is an IPv4 address")) << text;
+        EXPECT_THAT(finished.error, HasSubstr("use an IPv4 address")) << text;
     }
 }
 

@@ -87,7 +87,8 @@ TEST_F(ScreenSaverOutage, IsToldOnceWithoutADisplay) {
     testing::internal::CaptureStderr();
     EXPECT_NE(LCDBlank(0), 0);
     EXPECT_NE(LCDBlank(1), 0);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "[LCDBlank]: DISPLAY is not set\n");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "[LCDBlank]: DISPLAY is not set; name the panel's X server, e.g. :0\n");
 }
 
 TEST_F(ScreenSaverOutage, EndsWithTheServersReturn) {
