@@ -8,7 +8,7 @@ extern "C" {
 // Sets the brightness, level 1 to 7.
 int LCDBrightnessSet(int level);
 
-// Sets the idle time in seconds after which the panel goes dark; 0 means never.
+// Sets the idle time after which the panel goes dark, 0 to 32767 seconds; 0 means never.
 int LCDBlankTimeOutSet(int seconds);
 
 // Darkens the panel now (mode 0) or lights it (mode 1).

@@ -6,6 +6,9 @@
 //   result   0 success, non-zero failure, which is logged to standard error in one line
 //   throws   never
 //   threads  any, each with its own connection
+//
+// A null pointer is a failure. So is a key that holds another kind than the call works on: a hash,
+// a list or a set. Slots and fields of records may be filled without a NUL.
 #pragma once
 
 #include "records.h"
@@ -50,25 +53,26 @@ void osselRedisDisconnect(redisContext* context);
 // Writes a fresh UUID: 36 characters and a NUL.
 int osselGenerateUUID(redisContext* context, char* uuid);
 
-// Stores a return message under `uuid`. The arguments follow as const char*, ended by a null
-// pointer.
+// Stores a return message in the hash `uuid`. The arguments follow as const char*, at most five,
+// ended by a null pointer.
 int osselCreateReturnMessage(redisContext* context, const char* uuid, const char* messageId, ...);
 
 // Publishes a message. Succeeds even without subscribers.
 int osselPublishToChannel(redisContext* context, const char* channel, const char* message);
 
-// Sets these fields of the hash and leaves its others alone.
+// Sets `count` fields of the hash, at least one, and leaves its others alone.
 int osselCreateHashTable(redisContext* context, const char* key, const FieldValuePair* fields,
                          int count);
 
 // Deletes the key, whatever its type. Succeeds for an absent or empty key.
 int osselDeleteHash(redisContext* context, const char* key);
 
-// Reads one field; writes at most 255 characters and a NUL. Fails for a missing key or field.
+// Reads one field; writes at most 255 characters and a NUL, and nothing behind it. Fails for a
+// missing key or field.
 int osselGetHashField(redisContext* context, const char* key, const char* field, char* value);
 
 // Reads a whole hash into a `malloc`ed array that the caller frees; null and 0 if it does not exist
-// or cannot be read.
+// or cannot be read. Cuts texts to 1023 characters.
 FieldValuePair* osselHashGetAll(redisContext* context, const char* key, unsigned int* count);
 
 // Unlike the others, returns non-zero if the stored field equals `value`, and 0 if it differs, is
@@ -82,8 +86,7 @@ int osselHashAppendTTLObject(redisContext* context, const char* key, int ttl);
 // Drops the cached ETag of the instance, if any.
 int osselClearETagCache(redisContext* context, const char* key);
 
-// Appends a value to a list unless the list holds it already, which is success. Fails if the key
-// holds a set.
+// Appends a value to a list unless the list holds it already, which is success.
 int osselListRightPush(redisContext* context, const char* key, const char* value);
 
 // Removes `count` occurrences of the value from a list. Fails if there are none.
@@ -96,11 +99,11 @@ int osselSADD(redisContext* context, const char* key, const char* member, int fl
 int osselRemoveInstanceFromSet(redisContext* context, const char* key, const char* member);
 
 // Reads the members of a set or a list into a `malloc`ed array that the caller frees. An absent one
-// has 0 members.
+// has 0 members, for which *members is null. Cuts texts to 1023 characters.
 int osselSMembers(redisContext* context, const char* key, InstanceSlot** members,
                   unsigned int* count);
 
-// Creates a set of `count` members.
+// Creates a set of `count` members, at least one. Replaces whatever the key held.
 int osselCreateSetTable(redisContext* context, const char* key, const InstanceSlot* members,
                         unsigned int count);
 
