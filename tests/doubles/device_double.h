@@ -1,4 +1,4 @@
-// The double of the cooling unit; the LCD panel's calls have no data of their own.
+// The double of the cooling unit; the LCD panel has no data of its own.
 #pragma once
 
 #include "platform/cooling.h"

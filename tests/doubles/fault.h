@@ -1,4 +1,4 @@
-// How one call of a device library or of the C library fails, and the record of one call.
+// How a call of a device library or of the C library fails, and the record of a call.
 #pragma once
 
 #include <string>
@@ -6,7 +6,7 @@
 namespace doubles {
 
 enum class Shape {
-    none,       // it does not fail
+    none,       // does not fail
     refused,    // no effect: the code, a null pointer, false; in the C library `errno` is the code
     emptyText,  // done, with an empty text or an empty file
     emptyArray, // done, with memory for an array and a count of 0
@@ -28,8 +28,8 @@ struct Fault {
     bool operator==(const Fault&) const = default;
 };
 
-// One recorded call. `fault` is also set where the call failed by itself, as a look-up of what is
-// not there does.
+// A recorded call. `fault` is also set if the call failed by itself, as a look-up of something
+// missing does.
 struct RecordedCall {
     std::string function;
     std::string text;     // as calls() shows it

@@ -34,7 +34,7 @@ void resetLibc() {
 
 namespace {
 
-// The result of a call that fails with this error, or of one that does not.
+// The result of a call with this error; 0 is success.
 int giveErrno(int error) {
     if (error == 0) {
         return 0;
@@ -70,7 +70,7 @@ constexpr Flag kFlags[] = {{O_CREAT, "O_CREAT"},
                            {O_CLOEXEC, "O_CLOEXEC"}};
 constexpr const char* kAccess[] = {"O_RDONLY", "O_WRONLY", "O_RDWR"};
 
-// As code writes them, "O_RDWR | O_CREAT".
+// As in code: "O_RDWR | O_CREAT".
 Plain showFlags(int flags) {
     std::string text = kAccess[flags & O_ACCMODE];
     for (const Flag& flag : kFlags) {
@@ -102,7 +102,7 @@ int openManagingMode(int flags, const Fault& fault) {
     case Shape::emptyText:
         return fileWith({});
     case Shape::unreadable:
-        return openFile("/", flags, 0); // a directory opens, and cannot be read
+        return openFile("/", flags, 0); // a directory can be opened but not read
     case Shape::none:
         if (!files().managingModePath.empty()) {
             return openFile(files().managingModePath.c_str(), flags, 0);

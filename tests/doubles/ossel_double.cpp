@@ -24,7 +24,7 @@ char* duplicate(const std::string& text) {
     return copy;
 }
 
-// Look-ups without a context work on the connection that was opened first, or on the test's own.
+// Look-ups without a context use the connection that was opened first, or the test's own.
 bool hasFirstConnection() {
     return detail::store().first != nullptr || detail::store().hasOwnContext;
 }
@@ -33,7 +33,7 @@ bool isWhole(const OsselEvent& event) {
     return event.argumentCount == 0 || (event.argumentCount > 0 && event.arguments != nullptr);
 }
 
-// The answer of a look-up that gives a text: null where nothing was found.
+// The result of a look-up that returns a text: null if nothing was found.
 char* textOrNull(const Fault& fault, const std::string* found) {
     if (fault.shape == Shape::emptyText) {
         return duplicate({});

@@ -1,9 +1,9 @@
-// The recording double of the device libraries, as a test sees it: what was called,
-// what shall fail, what the store holds. The settings database, the plugin host and the
-// devices have headers of their own, included here.
+// The recording double of the device libraries as a test sees it: which calls were made, which are
+// to fail, what the store holds. The settings database, the plugin host and the devices have
+// headers of their own, included here.
 //
-// All data belong to the process and are emptied by reset(). The doubles lock while they
-// work; a test that runs threads reads and changes data only while none of them is inside.
+// All data are process-wide; reset() clears them. The doubles lock while they work; a test with
+// threads reads and changes data only while none of them is inside a double.
 #pragma once
 
 #include "platform/ossel.h"
@@ -21,28 +21,28 @@
 
 namespace doubles {
 
-// Forgets every call, failure, answer and datum; what is set before is gone.
+// Forgets all calls, failures, answers and data.
 void reset();
 
-// --- What was called ------------------------------------------------------------------
+// --- Calls ----------------------------------------------------------------------------
 
-// The calls since the last time, in order, each as one text: texts in quotes, numbers in
-// decimal, field records as [name=value, ...], instance sets as {"a", "b"}, a connection
-// by its name, null pointers as null.
+// The calls since the last time, in order, one text each: texts in quotes, numbers in decimal,
+// field records as [name=value, ...], instance sets as {"a", "b"}, connections by name, null
+// pointers as null.
 std::vector<std::string> calls();
 
-// As above, and only those of one function; all of them are cleared.
+// Only the calls of one function; clears all of them.
 std::vector<std::string> callsOf(const std::string& function);
 
-// As calls(), with what became of each.
+// As calls(), with the outcome of each.
 std::vector<RecordedCall> recordedCalls();
 
-// Leaves a function out of the record from now on.
+// Stops recording a function.
 void ignore(const std::string& function);
 
-// --- What shall fail ------------------------------------------------------------------
-// A call that fails has no effect. It gives `code`, or null where its result is a pointer;
-// a boolean answer is 0.
+// --- Failures -------------------------------------------------------------------------
+// A failing call has no effect. It returns `code`, null if it returns a pointer, or 0 if it returns
+// a boolean.
 
 void fail(const std::string& function, int code = 1);             // the next call
 void failNth(const std::string& function, int nth, int code = 1); // the nth from now: 1, 2, ...
@@ -50,45 +50,45 @@ void failAlways(const std::string& function, int code = 1);       // every call 
 void failAnyNth(int nth, int code = 1);                           // the nth that can fail
 void failCall(int nth, Fault fault);                              // the same in any way
 void failCallAndLater(int nth, Fault fault); // and every later call of that function
-bool failuresMet();                          // every failure asked for by number has happened
+bool failuresMet(); // whether every failure requested by number has happened
 
-// While paused nothing fails, and the calls do not count.
+// While paused, nothing fails and calls do not count.
 void pauseFailures(bool paused);
 
 // --- The object store -----------------------------------------------------------------
-// A small store that the calls read and change as the contract says.
+// A small store that the calls read and change according to the contract.
 
 using Fields = std::vector<std::pair<std::string, std::string>>;
 std::map<std::string, Fields>& hashes(); // in stored order
 std::map<std::string, std::vector<std::string>>& lists();
-std::map<std::string, std::vector<std::string>>& sets(); // answered in this order
+std::map<std::string, std::vector<std::string>>& sets(); // listed in this order
 std::map<std::string, int>& freshness();                 // key to ttl
 std::set<std::string>& etags();                          // keys with a cached ETag
 
-// One field; empty where there is none.
+// One field; empty if there is none.
 std::string field(const std::string& key, const std::string& name);
 
-// The nth answer of osselGenerateUUID since reset: 36 characters, "uuid0001-0000-...".
+// The nth result of osselGenerateUUID since reset: 36 characters, "uuid0001-0000-...".
 std::string uuid(int number);
 
-// A connection of the test's own, "ctx" in the record. osselRedisConnect gives "ctx1",
-// "ctx2", ... in memory of the C allocator; connections that were not closed:
+// A connection of the test's own, recorded as "ctx". osselRedisConnect returns "ctx1", "ctx2", ...
+// in memory of the C allocator; openConnections() counts those not closed.
 redisContext* context();
 int openConnections();
 
-// The next osselHashGetAll answers exactly this, whatever the store holds. `records` comes
+// Makes the next osselHashGetAll return exactly this, whatever the store holds. `records` comes
 // from the C allocator, or is null.
 void answerHashGetAll(FieldValuePair* records, unsigned int count);
 
-// The schema registry's entry for one text.
+// Adds an entry to the schema registry.
 void schema(const std::string& field, const std::string& text, const std::string& id);
 
-// The schema definitions of the WebGUI resource, as provisioning writes them: the ids are
-// "schema-type", "webgui-type", "actions-type", "oem-type", "turnofflcd-type" and
-// "guiready-type", the instance collection is "collection".
+// Adds the schema definitions of the WebGUI resource as provisioning does, with the ids
+// "schema-type", "webgui-type", "actions-type", "oem-type", "turnofflcd-type" and "guiready-type"
+// and the instance collection "collection".
 void provision();
 
-// Copies of the events, with their argument texts.
+// A copy of an event with its argument texts.
 struct RecordedEvent {
     std::string source;
     int kind;

@@ -1,4 +1,4 @@
-// The base of every unit test that works on the doubles.
+// The base of every unit test that uses the doubles.
 #pragma once
 
 #include "tests/doubles/platform_doubles.h"
@@ -12,8 +12,8 @@
 
 namespace doubles {
 
-// Starts each test with fresh doubles, in decimal, and catches what the code under test
-// writes to std::cout and std::cerr.
+// Gives each test fresh doubles and decimal streams, and captures what the code under test writes
+// to std::cout and std::cerr.
 class PlatformTest : public testing::Test {
 protected:
     PlatformTest() {
@@ -34,7 +34,7 @@ public:
     std::string output() { return taken(capturedOutput_); }
     std::string errors() { return taken(capturedErrors_); }
 
-    // The base that std::cout stands in. The daemon works in hexadecimal.
+    // Sets the base of integers on std::cout. The daemon runs in hexadecimal.
     static void decimalStream() { std::cout << std::dec; }
     static void hexStream() { std::cout << std::hex; }
 

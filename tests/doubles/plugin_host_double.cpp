@@ -14,14 +14,14 @@ namespace doubles {
 
 namespace {
 
-// Ends a worker; no body can name it, so none can catch it by type.
+// Ends a worker. Bodies cannot name this type, so none can catch it by type.
 struct TakeFromEmptyQueue {};
 
-// The threads that were started at registration; under the doubles' lock.
+// The threads started at registration; guarded by the doubles' lock.
 struct Running {
     std::vector<std::thread> threads;
     std::size_t alive = 0;   // bodies that have not returned
-    std::size_t waiting = 0; // of these, in a take
+    std::size_t waiting = 0; // those inside a take
     bool ending = false;
     std::condition_variable_any changed;
 };
@@ -93,7 +93,7 @@ void endThreads() {
     running().ending = false;
 }
 
-// The daemon has to keep the name for as long as it runs.
+// The daemon must keep the name as long as it runs.
 void readNameAgain() {
     if (host().name != nullptr && *host().name != host().registrationName) {
         detail::record("registration name", detail::arguments(*host().name));

@@ -1,5 +1,5 @@
-// The double of the plugin host. It starts no thread unless told to: a test calls the hook and the
-// registered bodies when it wants to.
+// The double of the plugin host. It starts no thread unless told to: the test itself calls the hook
+// and the registered bodies.
 #pragma once
 
 #include "platform/plugin_host.h"
@@ -16,7 +16,7 @@ namespace doubles {
 using WorkerBody = void* (*)(std::string);
 using Hook = void (*)(char* msgId, char* reqArg, char* replyChannel);
 
-// What the daemon told the host, and what the host does.
+// What the daemon passed to the host, and what the host does.
 struct Host {
     std::string callbackId;
     redisContext* context = nullptr;
@@ -25,7 +25,7 @@ struct Host {
     std::string registrationName; // what it pointed to at registration
     std::vector<std::pair<WorkerBody, std::string>> threads;
 
-    // What a take answers next, by fnTypes. A post is queued here, too.
+    // What takes return next, by fnTypes. Posts are queued here too.
     std::array<std::deque<RequestTriple>, 3> queues;
 
     // Run inside ovrHookFnRedisRegister, at its end, and inside ovrThreadWaitForExit.
@@ -42,8 +42,8 @@ Host& host();
 // the registration, or is gone, is recorded as a call of its own.
 void callHook(std::string msgId, std::string reqArg, std::string replyChannel);
 
-// Runs a body until it returns or takes from an empty queue. A take from an empty queue
-// throws a private type, as the real host does at an orderly stop.
+// Runs a body until it returns or takes from an empty queue. Such a take throws a private type, as
+// the real host does at an orderly stop.
 struct WorkerEnd {
     bool endedByHost = false; // the take did not return
     void* result = nullptr;   // what the body returned, otherwise

@@ -1,8 +1,8 @@
-// The double in front of the real daemon (LD_PRELOAD): the C library functions that are
-// taken over, the record in the file DOUBLE_LOG, and the script in the file DOUBLE_SCRIPT.
+// The double in front of the real daemon (LD_PRELOAD): intercepts C library functions, logs calls
+// to the file DOUBLE_LOG, and runs the script in the file DOUBLE_SCRIPT.
 //
-// Script lines; blank lines and lines that begin with '#' are left out:
-//   fail FUNCTION NTH|always [CODE]   the nth call fails; code 1 where none is given
+// Script lines; blank lines and lines that begin with '#' are ignored:
+//   fail FUNCTION NTH|always [CODE]   the nth call fails; code 1 by default
 //   fail-any NTH [CODE]               the nth call of any function that can fail
 //   provision                         the schema definitions of the WebGUI resource
 //   schema FIELD TEXT = ID            one entry of the schema registry
@@ -12,10 +12,10 @@
 //   sql STATEMENT                     run on the settings database when it is opened
 //   open-result NUMBER                result of open_database
 //   managing-mode-file TEXT           contents of the managing-mode file
-//   open-fail NUMBER                  so many opens of the run marker fail
-//   marker-file PATH                  what is opened instead of the run marker
-//   request MSGID REQARG CHANNEL      handed to the hook inside ovrThreadWaitForExit, after
-//                                     which the workers run until their queues are empty
+//   open-fail NUMBER                  number of opens of the run marker that fail
+//   marker-file PATH                  opened instead of the run marker
+//   request MSGID REQARG CHANNEL      passed to the hook inside ovrThreadWaitForExit; then the
+//                                     workers run until their queues are empty
 //   threads-at-registration           each worker runs on its own thread from its registration on
 //   early-request MSGID REQARG CHANNEL  the same inside ovrHookFnRedisRegister, for such workers
 #include "tests/doubles/platform_doubles.h"
@@ -191,7 +191,7 @@ bool readLine(const std::string& line) {
     return true;
 }
 
-// Runs before the constructors of the daemon's own objects.
+// Runs before the constructors of the daemon's objects.
 __attribute__((constructor)) void begin() {
     host().duringRegistration = serveEarly;
     host().duringWaitForExit = serve;

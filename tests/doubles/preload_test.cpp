@@ -1,4 +1,4 @@
-// The double in front of the real daemon: the script reaches the calls, the log tells them.
+// The double in front of the real daemon: the script controls the calls, the log shows them.
 #include "tests/support/child_process.h"
 #include "tests/support/temporary_folder.h"
 
@@ -28,7 +28,7 @@ protected:
     void run(const std::string& script) {
         const test::TemporaryFolder folder;
         test::writeFile(folder.file("script"), script);
-        ::unsetenv("ManagingMode"); // a set one would keep the daemon from its file
+        ::unsetenv("ManagingMode"); // it would take precedence over the file
         const std::map<std::string, std::string> environment{
             test::preload(ORVANE_PLATFORM_DOUBLE),
             {"DOUBLE_SCRIPT", folder.file("script")},

@@ -16,19 +16,19 @@ struct Failure {
     std::string function; // empty: any
     int remaining;        // calls until it happens; 0: always
     Fault fault;
-    bool andLater = false; // then every later call of the same function, too
+    bool andLater = false; // then every later call of the same function too
 };
 
 struct Record {
     std::vector<RecordedCall> calls;
-    bool lastIsRecorded = false; // the last call stands at the end of `calls`
+    bool lastIsRecorded = false; // the last call is the last element of `calls`
     std::vector<Failure> failures;
     bool paused = false;
     std::set<std::string, std::less<>> ignored;
     void (*listener)(const std::string& line) = nullptr;
 };
 
-// Never destroyed: process-wide objects of a test make calls at its very end.
+// Never destroyed: process-wide objects of a test make calls until its very end.
 Record& theRecord() {
     static auto* const record = new Record;
     return *record;
@@ -43,7 +43,7 @@ Fault refusal(int code) {
     return {Shape::refused, code};
 }
 
-// The failure that happens to the next call of this function, if any does.
+// The failure of the next call of this function, if any.
 Fault nextFault(std::string_view function) {
     std::vector<Failure>& failures = theRecord().failures;
     Fault fault;

@@ -1,5 +1,5 @@
-// What the doubles share among themselves: one lock, the record, the failures, and how
-// arguments are shown. Tests use platform_doubles.h instead.
+// Shared by the doubles: one lock, the record, the failures, and how arguments are shown. Tests use
+// platform_doubles.h instead.
 #pragma once
 
 #include "records.h"
@@ -16,23 +16,23 @@ struct sqlite3;
 
 namespace doubles::detail {
 
-// Held by each double while it works; the hook or a worker may run inside.
+// Held by each double while it works; recursive, because the hook or a worker may run inside.
 std::recursive_mutex& mutex();
 using Lock = std::lock_guard<std::recursive_mutex>;
 
 // Records one call.
 void record(std::string_view function, const std::string& arguments);
 
-// Records one call that can fail. 0: it succeeds, otherwise the code of the failure.
+// Records one call that can fail. Returns 0, or the code of the failure that it must return.
 int enter(std::string_view function, const std::string& arguments);
 
-// As above, for a function that can fail in several ways.
+// The same for a function that can fail in several ways.
 Fault enterCall(std::string_view function, const std::string& arguments);
 
-// Notes that the call recorded last, which holds the lock, fails by itself. Returns the code.
+// Records that the last recorded call, which holds the lock, fails by itself. Returns the code.
 int refused(int code = 1);
 
-// Sees every recorded line; set by the shared library.
+// Set by the shared library to see every recorded line.
 void setListener(void (*listener)(const std::string& line));
 
 std::string show(const char* text);
@@ -43,7 +43,7 @@ std::string show(const redisContext* context);
 std::string show(const FieldValuePair* fields, int count);
 std::string show(const InstanceSlot* members, unsigned int count);
 
-// A text that is shown as it stands.
+// A text shown as it is.
 struct Plain {
     std::string text;
 };
@@ -59,16 +59,16 @@ std::string arguments(const Parts&... parts) {
     return text;
 }
 
-// The real functions, whatever the program that uses the double makes of the names.
+// The real functions, however the names are intercepted.
 using RowCallback = int (*)(void* user, int count, char** values, char** names);
 int execute(sqlite3* connection, const char* statement, RowCallback callback, void* user,
             char** message);
 void* allocate(std::size_t size);
-void handOut(void* memory); // counts what another allocator made
+void handOut(void* memory); // counts a block of another allocator
 int openFile(const char* path, int flags, mode_t mode);
 int removeFile(const char* path);
 
-// What the taken-over functions do.
+// What the intercepted functions do.
 int onUsleep(unsigned int microseconds);
 unsigned int onSleep(unsigned int seconds);
 int onOpen(const char* path, int flags, mode_t mode);

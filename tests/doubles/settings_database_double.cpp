@@ -25,7 +25,7 @@ std::size_t indexOf(const std::string& column) {
     return static_cast<std::size_t>(found - settingsColumnNames().begin());
 }
 
-// As the library types the values of text columns.
+// The type that the library reports for values of text columns.
 int typeOf(const std::string& value) {
     return value == "true" || value == "false" ? kSettingsBoolean : kSettingsText;
 }
@@ -56,7 +56,7 @@ int levelLeft(Shape shape) {
     return shape == Shape::levelTwo ? 2 : 0;
 }
 
-// One row as the library hands it out; the heading holds the names as values, too.
+// One row as the library returns it; the heading holds the names as values too.
 SettingsColumn* makeRow(const std::vector<std::string>& values) {
     const std::vector<std::string>& names = settingsColumnNames();
     auto* const row =
@@ -96,7 +96,7 @@ std::string conditionOf(const char* condition) {
     return condition == nullptr ? "" : std::string(" ") + condition;
 }
 
-// The rows that a query finds; nothing where it is refused.
+// The rows that a query finds; nothing if it fails.
 std::optional<detail::SettingsRows> select(const SettingsDatabase* handle, const char* table,
                                            const char* condition) {
     if (!isOpen(handle) || table == nullptr) {
@@ -107,7 +107,7 @@ std::optional<detail::SettingsRows> select(const SettingsDatabase* handle, const
                                                                      conditionOf(condition));
 }
 
-// The rows that a query finds which fails in such a way.
+// The rows that a query returns when it fails this way.
 detail::SettingsRows rowsOf(const Fault& fault) {
     detail::SettingsRows rows;
     if (fault.shape == Shape::twoRows) {
@@ -125,7 +125,7 @@ struct Columns {
     std::vector<std::string> values;
 };
 
-// Nothing where the row has no columns.
+// Nothing if the row has no columns.
 std::optional<Columns> columnsOf(const SettingsRow* row) {
     if (row == nullptr || row->columns == nullptr || row->columnCount == 0) {
         return std::nullopt;
@@ -155,7 +155,7 @@ int onExecute(sqlite3* connection, const char* statement, RowCallback callback, 
     const Lock lock(mutex());
     const Fault fault = enterCall("sqlite3_exec", arguments(statement));
     if (database().statementsWithMemory && (*database().statementsWithMemory)-- == 0) {
-        throw std::bad_alloc(); // as the copy of a text, or of a row, does
+        throw std::bad_alloc(); // as copying a text or a row does
     }
     if (!fault) {
         const int code = execute(connection, statement, callback, user, message);

@@ -1,5 +1,5 @@
-// The double of the settings-database helpers: rows in memory, and a real SQLite connection
-// in memory for the statements that the daemon runs itself.
+// The double of the settings-database helpers: rows in memory, and a SQLite connection in memory
+// for the statements that the daemon runs itself.
 #pragma once
 
 #include "platform/settings_database.h"
@@ -10,7 +10,7 @@
 
 namespace doubles {
 
-// What open_database leaves in the handle's `connection`.
+// What open_database leaves in `connection` of the handle.
 enum class Connection {
     tables,   // Misc (Key, Data), empty, and View_Theme over it
     noTables, // every statement on them fails
@@ -23,13 +23,13 @@ struct Database {
     std::optional<int> schemaLevel; // default: 2 for the results 0 to 2, otherwise 0
     Connection connection = Connection::tables;
     std::vector<std::string> statements;     // run on the new connection
-    bool recordStatements = false;           // the daemon's own are recorded and can fail, too
-    std::optional<int> statementsWithMemory; // the one after so many throws std::bad_alloc
+    bool recordStatements = false;           // the daemon's own are recorded and can fail too
+    std::optional<int> statementsWithMemory; // the statement after so many throws std::bad_alloc
 
     // The rows of webgui_tbl, the one table; values in the order of settingsColumnNames().
     std::vector<std::vector<std::string>> rows;
 
-    // What a query finds instead, whatever its condition: rows that no library would give.
+    // What a query finds instead, whatever its condition: rows that no library would return.
     std::optional<std::vector<std::vector<std::string>>> found;
 };
 Database& database();
@@ -46,8 +46,8 @@ std::vector<std::string> defaultSettings();
 std::string setting(const std::string& column);
 void setSetting(const std::string& column, const std::string& value);
 
-// Result of one statement on the connection that is open: all values, joined by blanks;
-// "(closed)" without one, the message after "error: ".
+// Runs one statement on the open connection. Returns all values, joined by blanks; "(closed)"
+// without a connection, "error: " and the message on failure.
 std::string runSql(const std::string& statement);
 bool databaseIsOpen();
 sqlite3* settingsConnection(); // the one that is open, borrowed, or null

@@ -17,7 +17,7 @@ struct Close {
 using Scratch = std::unique_ptr<sqlite3, Close>;
 using Prepared = std::unique_ptr<sqlite3_stmt, Close>;
 
-// Null where SQLite refuses it, or where it is not exactly one statement.
+// Null if SQLite refuses it or it is not exactly one statement.
 Prepared prepare(sqlite3* scratch, const std::string& statement) {
     sqlite3_stmt* prepared = nullptr;
     const char* rest = nullptr;

@@ -1,5 +1,4 @@
-// webgui_tbl as real SQL sees it: one statement on the rows that the settings-database double
-// holds.
+// Runs SQL on the rows that the settings-database double holds.
 #pragma once
 
 #include <optional>
@@ -13,8 +12,8 @@ using SettingsRows = std::vector<std::vector<std::string>>;
 // Runs one statement on a table webgui_tbl of text columns that holds `rows`, and writes back what
 // the table holds afterwards.
 //   values  bound to the parameters of the statement, in order
-// Returns the rows that the statement gives, NULL as an empty text; nothing, and `rows` as they
-// were, where SQLite refuses it or it is not exactly one statement.
+// Returns the rows of the result, NULL as an empty text. Returns nothing and leaves `rows` alone if
+// SQLite refuses the statement or it is not exactly one.
 std::optional<SettingsRows> runOnRows(SettingsRows& rows, const std::string& statement,
                                       const std::vector<std::string>& values = {});
 

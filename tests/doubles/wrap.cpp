@@ -1,4 +1,4 @@
-// The C library functions as the linker's --wrap option gives them to a test program: only
+// The C library functions that the linker's --wrap option intercepts in a test program: only
 // references from the program's own objects come here.
 #include "tests/doubles/libc_double.h"
 #include "tests/doubles/recorder.h"
@@ -43,8 +43,8 @@ thread_local int g_allocations = 0;
 thread_local int g_failingAllocation = 0;
 std::atomic<bool> g_recordsAllocations = false;
 
-// The blocks in use, from the first time that they are asked for. Never destroyed: the program
-// frees memory to its very end.
+// The blocks in use since the first request for their count. Never destroyed: the program frees
+// memory until its very end.
 class Blocks {
 public:
     static Blocks& all() {

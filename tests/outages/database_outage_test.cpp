@@ -1,5 +1,5 @@
-// The settings database locked, full, read-only, moved or gone under the running daemon: what is
-// answered and logged, that the old row stays whole, and what brings the service back.
+// The settings database locked, full, read-only, moved or gone under the running daemon: the
+// answers and log lines, the old row staying whole, and what brings the service back.
 #include "tests/end_to_end/end_to_end.h"
 #include "tests/support/mount_namespace.h"
 #include "tests/support/wait_until.h"
@@ -15,15 +15,15 @@ using test::kWebGui;
 using testing::EndsWith;
 using testing::HasSubstr;
 
-// What the daemon says of a change of the language that the database does not take.
+// What the daemon logs for a change of language that the database rejects.
 constexpr const char* kFailedChange =
     "[updateData]: Failed to call update_database_table_with_condition().\n"
     "[OrvaneWebGUI_Agent_UPDATE_00002]: Failed to call WebGUIAgent.updateData().\n"
     "[update]: Failed to call fnAgentUpdate().\n";
-// And of a database that it could not open at its start.
+// And for a database that it could not open at its start.
 constexpr const char* kFailedOpening =
     "[WebGUIAgent]: Failed to call open_database(). The return code: -1\n";
-// How the database library begins its line of such a change.
+// The beginning of the database library's line for such a change.
 constexpr const char* kFailedCall = "[update_database_table_with_condition]: webgui_tbl: ";
 
 const Answer kSuccess{"Success", {}};
@@ -31,7 +31,7 @@ const Answer kInternalError{"InternalError", {}};
 
 class DatabaseOutageTest : public test::EndToEnd {
 protected:
-    // So that no read changes a setting.
+    // No read changes a setting then.
     DatabaseOutageTest() { environment()["ManagingMode"] = "1"; }
 
     std::filesystem::path databaseFolder() const { return database().parent_path(); }
@@ -40,14 +40,14 @@ protected:
         return ask("00002", requestObject({{"Language", language}}));
     }
 
-    // The library told the reason of the outage, and once only for all tries.
+    // The library logged the reason for the outage, once for all attempts.
     void expectOneReason(const std::string& reason) const {
         const std::string lines = errors();
         EXPECT_THAT(lines, EndsWith(kFailedCall + reason + "\n"));
         EXPECT_EQ(lines.find(kFailedCall), lines.rfind(kFailedCall)) << lines;
     }
 
-    // A change is refused in the way that is promised, and nothing of it is anywhere.
+    // A change is refused as documented and leaves no trace.
     void expectRefusedChange(const std::string& reason) {
         const std::string before = field(kWebGui, "Language");
         EXPECT_EQ(setLanguage("refused"), kInternalError);
@@ -71,7 +71,7 @@ protected:
         startDaemon();
     }
 
-    // Holds the database until it is ended: for other writers, or for readers too.
+    // Locks the database until it is killed: against other writers, or against readers too.
     std::unique_ptr<test::ChildProcess> hold(const std::string& command) const {
         const std::string sign = folder().file("holder");
         auto holder = std::make_unique<test::ChildProcess>(
@@ -109,8 +109,8 @@ TEST_F(DatabaseOutage, LockedForAMomentOnlyDelaysTheChange) {
     expectOneReason("database is locked (SQLite code 5)");
 }
 
-// Meant: the settings in memory keep a value that the database refused, and the next change
-// writes the whole row.
+// Meant: the settings in memory keep a value that the database refused, and the next change writes
+// the whole row.
 TEST_F(DatabaseOutage, AValueThatWasRefusedGoesWithTheNextChangeOfAnotherSetting) {
     startDaemon();
     auto holder = hold("lock");
@@ -151,7 +151,7 @@ TEST_F(DatabaseOutage, AFullDiskRefusesTheChangeUntilThereIsRoom) {
         expectChangesAgain();
         test::fillUp(databaseFolder() / "filler");
         std::string last = "Dansk";
-        // The log may have room for some more.
+        // The log may have space for a few more.
         while (setLanguage(last + "+") == kSuccess) {
             last += "+";
         }
@@ -165,7 +165,7 @@ TEST_F(DatabaseOutage, AFullDiskRefusesTheChangeUntilThereIsRoom) {
     }));
 }
 
-// As the kernel makes a file system after an error of its medium.
+// As the kernel does to a file system after an error of its medium.
 TEST_F(DatabaseOutage, AFileSystemThatTurnsReadOnlyRefusesTheChangeUntilItIsWritable) {
     const std::string sign = folder().file("read-only");
     environment()["ORVANE_READ_ONLY_SIGN"] = sign;

@@ -1,6 +1,6 @@
-// The cooling unit, the X server and the backlight silent, gone and back again under the running
-// daemon: every request is answered in time, what concerns the other settings is applied, each
-// outage costs one line, and what brings a device up to date again.
+// The cooling unit, the X server and the backlight silent, gone and back under the running daemon:
+// every request is answered in time, the other settings take effect, each outage costs one line,
+// and what brings a device up to date again.
 #include "tests/end_to_end/devices.h"
 #include "tests/support/wait_until.h"
 
@@ -19,8 +19,8 @@ using testing::HasSubstr;
 
 const Answer kSuccess{"Success", {}};
 
-// Two calls of the database with their pauses, and 250 ms for each device; the rest is for a
-// busy machine.
+// Two database calls with their pauses, and 250 ms for each device; the rest allows for a busy
+// machine.
 constexpr milliseconds kChangeBound{5000};
 constexpr milliseconds kReadBound{3000};
 
@@ -32,14 +32,14 @@ protected:
         EndToEndWithDevices::TearDown();
     }
 
-    // Answered with "Success" within the bound.
+    // Expects "Success" within the bound.
     void expectSuccess(const std::string& msgId, const std::string& reqArg, milliseconds bound) {
         const auto start = std::chrono::steady_clock::now();
         EXPECT_EQ(ask(msgId, reqArg), kSuccess);
         EXPECT_LT(std::chrono::steady_clock::now() - start, bound);
     }
-    // The condition, or it after another go or two: on a busy machine a device that is there may
-    // need more than the 250 ms that a call has for it, and then counts as away too.
+    // Tries once or twice more if need be: on a busy machine a reachable device may take longer
+    // than the 250 ms of a call, and then counts as unreachable too.
     template <typename Condition, typename Again>
     void expectSoon(Condition condition, Again again) {
         const auto holdsOrAgain = [&] {
@@ -61,7 +61,7 @@ protected:
 
     void expectRead() { expectSuccess("00001", kWebGui, kReadBound); }
 
-    // Changes of "00003", on top of the present values; each reaches database and instance.
+    // Changes by "00003" on top of the present values; each reaches database and instance.
     void expectChange(const std::map<std::string, std::string>& changes) {
         for (const auto& [name, value] : changes) {
             present_[name] = value;
@@ -79,7 +79,7 @@ protected:
     void killCoolingUnit() { end(coolingUnit()); }
     void killXServer() { end(xServer()); }
 
-    // A read asks the unit again when its pause after a vain try, one second, is over.
+    // A read tries the unit again one second after a failed attempt.
     void readUntilUnitAnswers() {
         EXPECT_TRUE(test::waitUntil([this] {
             expectRead();
@@ -105,7 +105,7 @@ private:
 
 using DeviceOutage = DeviceOutageTest;
 
-// Meant: a unit that does not answer counts as metric, also where it was imperial.
+// Meant: a unit that does not answer counts as metric, even if it was imperial.
 TEST_F(DeviceOutage, ASilentCoolingUnitCountsAsMetricUntilItAnswersAgain) {
     expectChange({{"MeasurementSystem", "Imperial"}});
     ASSERT_EQ(temperatureScale(), "0");
@@ -135,7 +135,7 @@ TEST_F(DeviceOutage, AChangeWithASilentCoolingUnitAppliesAllOtherSettings) {
     EXPECT_THAT(errors(), HasSubstr("[CoolSetTempScale]: cooling unit " + unitAddress()));
 }
 
-// The unit is the master of its scale: a change that it did not get is taken back by the next read.
+// The unit owns its scale: the next read undoes a change that it missed.
 TEST_F(DeviceOutage, ACoolingUnitThatIsGoneAndBackHasTheLastWordOnItsScale) {
     killCoolingUnit();
     expectChange({{"MeasurementSystem", "Imperial"}, {"InactivityTimer", "5 Minutes"}});

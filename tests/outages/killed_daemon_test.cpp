@@ -1,9 +1,9 @@
 // The daemon is killed at random moments while a client changes settings, over and over. After each
-// restart the settings database is whole and holds the last change that was acknowledged or the
-// one under way, never an older one and never a mix; the tree in the store says the same.
+// restart the settings database is whole and holds the last acknowledged change or the one under
+// way, never an older one and never a mix, and the tree in the store agrees.
 //
 //   ORVANE_KILL_ROUNDS  lives of one daemon (default 6)
-//   ORVANE_KILL_SEED    what the moments and the changes come from (default 1)
+//   ORVANE_KILL_SEED    seed of the moments and the changes (default 1)
 #include "client/discovery.h"
 #include "client/errors.h"
 #include "client/webgui.h"
@@ -26,7 +26,7 @@ namespace {
 using std::chrono::microseconds;
 using test::kWebGui;
 
-// Settings by their names, as the database holds them.
+// Settings by name, as the database holds them.
 using Values = std::map<std::string, std::string>;
 
 struct Column {
@@ -57,7 +57,7 @@ Values changed(Values values, const client::SettingValues& changes) {
     return values;
 }
 
-// The same without the theme, which is a row of its own and written before the others.
+// Without the theme, which is a row of its own, written before the others.
 Values settingsRow(Values values) {
     values.erase("Theme");
     return values;
@@ -71,13 +71,13 @@ public:
         wire_.receive(deadline(), nullptr);
     }
 
-    // The most answers that a request had since the last call.
+    // The highest number of answers to one request since the last call.
     int most() {
         std::map<std::string, int> answers;
         wire_.send({"PING"}, deadline());
         for (;;) {
             const std::optional<client::Reply> reply = wire_.receive(deadline(), nullptr);
-            if (!reply || reply->elements.size() < 3) { // the echo, behind all messages
+            if (!reply || reply->elements.size() < 3) { // the echo, after all messages
                 break;
             }
             ++answers[reply->elements[2].text];
@@ -99,14 +99,14 @@ private:
 class KilledDaemonTest : public test::EndToEnd, public testing::WithParamInterface<int> {
 protected:
     void SetUp() override {
-        environment()["ManagingMode"] = "1"; // no unit whose scale a read would take over
+        environment()["ManagingMode"] = "1"; // without a unit whose scale a read would adopt
         answers_ = std::make_unique<AnswerCounter>(address());
         startDaemon();
         known_ = stored();
         next_ = known_;
     }
 
-    // One life: changes under way when the end comes, sometimes vain starts, and the restart.
+    // One life: killed with changes under way, sometimes with failed starts, then restarted.
     void liveAndDie() {
         dieUnderLoad();
         while (chance(10)) {
@@ -133,7 +133,7 @@ private:
 
     // ---- The load ----
 
-    // A change in which every value is another one than before.
+    // A change that replaces every value by another one.
     client::SettingValues nextChange() {
         const std::string n = std::to_string(++changes_);
         switch (below(4)) {
@@ -172,14 +172,14 @@ private:
                 ++acknowledged_;
             }
         } catch (const client::Error&) {
-            return; // nobody there any more, or no answer
+            return; // the daemon is gone, or did not answer
         }
     }
 
     // ---- The end ----
 
-    // Either any moment, or shortly after a change was begun or after one of its fixed pauses:
-    // then it is about to be written.
+    // Any moment, or shortly after the start of a change or after one of its fixed pauses, when it
+    // is about to be written.
     std::pair<int, microseconds> moment() {
         if (chance(50)) {
             return {1, microseconds(below(600'000))};
@@ -190,7 +190,7 @@ private:
 
     void dieUnderLoad() {
         const auto [change_, pause] = moment();
-        const bool isStopped = chance(15); // in an orderly way, at first
+        const bool isStopped = chance(15); // orderly at first
         const microseconds stop(isStopped ? below(50'000) : 0);
         started_ = 0;
         client::Stop noMore;
@@ -205,12 +205,12 @@ private:
                 std::this_thread::sleep_for(stop);
             }
             kill();
-            // What it has sent before is taken in; nothing can come after.
+            // Everything sent before has arrived; nothing can follow.
             std::this_thread::sleep_for(std::chrono::milliseconds(30));
             noMore.request();
         });
         change(webGui);
-        // Where the load ended early nobody may wait for its next change.
+        // Do not wait for the next change of a load that ended early.
         started_ = 1'000;
         started_.notify_all();
         killer.join();
@@ -232,9 +232,9 @@ private:
         ++kills_;
     }
 
-    // ---- What is left ----
+    // ---- The remains ----
 
-    // Reads the database, and that it is whole.
+    // Reads the database and checks that it is whole.
     Values stored() {
         std::string columns;
         for (const Column& each : kColumns) {
@@ -285,7 +285,7 @@ private:
         static_cast<unsigned int>(number("ORVANE_KILL_SEED", 1) + 1000 * GetParam());
     std::mt19937 random_{seed_};
     std::unique_ptr<AnswerCounter> answers_;
-    Values known_;                 // as acknowledged last, or found
+    Values known_;                 // last acknowledged, or found
     Values next_;                  // with the change under way
     std::atomic<int> started_ = 0; // changes in this life
     int changes_ = 0;
@@ -309,7 +309,7 @@ TEST_P(KilledDaemon, ComesBackWithTheLastAcknowledgedChangeOrTheOneUnderWay) {
     report(rounds);
 }
 
-// Several, so that they run side by side: most of a daemon's life is fixed pauses.
+// Several that run in parallel: a daemon spends most of its life in fixed pauses.
 INSTANTIATE_TEST_SUITE_P(OfSeveral, KilledDaemon, testing::Range(0, 4));
 
 } // namespace

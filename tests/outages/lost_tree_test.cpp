@@ -1,5 +1,5 @@
-// The store loses what is in it, and the daemon keeps running: it answers, but only a start builds
-// the tree again. What orders that start on a board is told in docs/board.md.
+// The store loses its contents under the running daemon: it answers, but only a start rebuilds the
+// tree. docs/board.md tells what triggers that start on a board.
 #include "tests/end_to_end/end_to_end.h"
 
 #include <csignal>
@@ -11,7 +11,7 @@ using test::kWebGui;
 
 class LostTreeTest : public test::EndToEnd {
 protected:
-    // A store that was emptied, with the schema in it again.
+    // Empties the store and provisions its schema again.
     void SetUp() override {
         startDaemon();
         ASSERT_EQ(ask("00002", requestObject({{"Language", "Dansk"}})).messageId, "Success");

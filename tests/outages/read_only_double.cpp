@@ -1,4 +1,4 @@
-// For LD_PRELOAD in front of the daemon: while the file named by ORVANE_READ_ONLY_SIGN is there, no
+// For LD_PRELOAD in front of the daemon: while the file named by ORVANE_READ_ONLY_SIGN exists, no
 // file can be written, as if the kernel had turned the file system read-only under open files.
 #include <cerrno>
 #include <cstdlib>
@@ -12,7 +12,7 @@ bool isReadOnly() {
     return sign != nullptr && ::access(sign, F_OK) == 0;
 }
 
-// The function of that name behind this library.
+// The next function of that name.
 template <typename Function>
 Function* next(const char* name) {
     return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
@@ -20,7 +20,7 @@ Function* next(const char* name) {
 
 } // namespace
 
-// SQLite's ways to change a file.
+// The calls by which SQLite changes files.
 // NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): libc's are reserved
 extern "C" ssize_t pwrite64(int file, const void* bytes, size_t size, off64_t offset) {
     if (isReadOnly()) {

@@ -1,5 +1,4 @@
-// The rules of the accounts, one after the other. Where the figures come from is left to the
-// callers.
+// The rules of the accounts, one by one.
 #include "tests/storms/accounts.h"
 
 #include <algorithm>

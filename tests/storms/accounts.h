@@ -1,5 +1,5 @@
-// Holds what the requesters were told against what the daemon and the reply channels saw: was each
-// request answered once, or its requester told, and nothing answered twice?
+// Reconciles what the requesters were told with what the daemon and the reply channels saw: each
+// request is answered once, or its requester is told, and nothing is answered twice.
 #pragma once
 
 #include "tests/storms/asker.h"
@@ -13,15 +13,15 @@ namespace storms {
 
 // What a fault may cost. Everything else is a violation.
 struct Allowance {
-    // Requests that the store accepted and took with it; their requesters were cut off.
+    // Requests that the store accepted and lost; their requesters were cut off.
     int lost = 0;
-    // Requests that the store had sent on a connection of the daemon's that was closed before they
-    // arrived, while the requesters' own connections stood.
+    // Requests that the store sent on a connection of the daemon's that was closed before they
+    // arrived, while the requesters' own connections worked.
     int dropped = 0;
-    // Requests that reached the daemon and whose answer it could not hand to the store, though
-    // the requester was never cut off: the daemon's log tells, the requester waits in vain.
+    // Requests that reached the daemon but whose answers it could not store, although the
+    // requesters were not cut off: the daemon logs them, the requesters wait in vain.
     int givenUp = 0;
-    // Whether what was stored may be gone.
+    // Whether stored data may be gone.
     bool storeDied = false;
 };
 
@@ -39,10 +39,10 @@ struct Accounts {
     Accounts& operator+=(const Accounts& other);
 };
 
-// Requests that reached the daemon and are not answered: still in work, or failed.
+// Requests that reached the daemon and are not answered: in progress, or failed.
 long long countOpen(const Sightings& sightings);
 
-// The accounts of requests that are all over.
+// The accounts of requests that have all ended.
 //   heard   answers by reply channel, as the observer counted them
 Accounts settle(const std::vector<Told>& told, const Sightings& sightings,
                 const std::map<std::string, int>& heard, const Allowance& allowance);

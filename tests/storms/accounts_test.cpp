@@ -1,4 +1,4 @@
-// The accounts themselves: each way in which a request could go astray is noticed.
+// The accounts notice every way in which a request can go astray.
 #include "tests/storms/accounts.h"
 
 #include <gmock/gmock.h>

@@ -1,4 +1,4 @@
-// See asker.h. Unlike client/requester.h it keeps its reply channel known and every failure apart.
+// Unlike client/requester.h, exposes its reply channel and tells failures apart.
 #include "tests/storms/asker.h"
 
 #include "client/discovery.h"
@@ -13,7 +13,7 @@ namespace {
 constexpr const char* kProvider = "OrvaneWebGUI";
 constexpr const char* kObjectLife = "60"; // seconds
 
-// The texts are this folder's own and need no escapes.
+// These texts are this folder's own and need no escaping.
 std::string payload(const Question& question, const std::string& channel) {
     return R"([")" + question.messageId + R"(",")" + question.argument + R"(",")" + channel +
            R"("])";
@@ -63,7 +63,7 @@ void Asker::perform(const Question& question, client::Deadline deadline, Told& t
     }
     const std::map<std::string, std::string> message = store_.hash(*uuid);
     const auto id = message.find("MessageId");
-    // Without it the message went with the store, between its announcement and its reading.
+    // Nothing: the store died between the announcement and the reading.
     told.messageMissing = id == message.end();
     told.outcome = told.messageMissing ? Outcome::cutOff : Outcome::answered;
     told.messageId = told.messageMissing ? "" : id->second;

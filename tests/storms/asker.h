@@ -1,5 +1,5 @@
-// One requester on the library client/: sends a request, waits for its answer, and tells exactly
-// how far it came when the store went away in the midst of it.
+// One requester on the library client/: sends a request, waits for its answer, and reports exactly
+// how far it got when the store died half-way.
 #pragma once
 
 #include "client/connection.h"
@@ -11,13 +11,13 @@
 
 namespace storms {
 
-// How a request ended, for the one who sent it.
+// How a request ended for its requester.
 enum class Outcome {
     answered,  // its return message was read
-    nobody,    // told by the number of receivers, 0
-    cutOff,    // told by a connection of its own that was refused, lost or silent
-    refused,   // told by an error reply of the store
-    unanswered // its connections stood, and nothing came
+    nobody,    // the store reported 0 receivers
+    cutOff,    // its own connection was refused, lost or silent
+    refused,   // the store replied with an error
+    unanswered // its connections worked, and no answer came
 };
 
 struct Question {
@@ -27,27 +27,27 @@ struct Question {
 };
 
 struct Told {
-    std::string channel;   // its reply channel, nobody else's
-    bool accepted = false; // the store said that a provider received it
+    std::string channel;   // its own reply channel
+    bool accepted = false; // the store reported a receiver
     Outcome outcome = Outcome::cutOff;
-    std::string messageId;       // of the answer; empty where nothing was read
+    std::string messageId;       // of the answer; empty if none was read
     bool messageMissing = false; // announced, but not in the store
 };
 
-// Not for two threads at once. `stop` is borrowed for its life.
+// One thread at a time. `stop` must outlive it.
 class Asker {
 public:
     Asker(const client::Address& address, const client::Stop* stop);
 
-    // Never throws for what the store does. Returns at the latest some seconds after the
-    // deadline, since each command may take client::kStoreTimeout.
+    // Never throws because of the store. Returns at most a few seconds after the deadline, since
+    // each command may take client::kStoreTimeout.
     Told ask(const Question& question, client::Deadline deadline);
 
-    // What a reader does that needs no provider: looks whether the instance is fresh, and reads
-    // it. False where the store did not answer.
+    // What a reader does without a provider: checks whether the instance is fresh, and reads it.
+    // Returns false if the store did not answer.
     bool readFresh(const std::string& instance);
 
-    // Who serves the resource, and since when? False as above.
+    // Asks who serves the resource, and since when. Returns false as above.
     bool askStatus();
 
 private:

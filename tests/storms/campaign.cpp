@@ -1,5 +1,5 @@
-// The long form of the storms: all faults of the store, in random order, for as long as
-// ORVANE_STORM_SECONDS says, and a table at the end. script/storm runs it.
+// The long form of the storms: all faults of the store in random order for ORVANE_STORM_SECONDS,
+// and a table at the end. script/storm runs it.
 #include "tests/storms/storm.h"
 
 #include <algorithm>
@@ -53,7 +53,7 @@ struct Row {
     }
 };
 
-// The value that so many of ten lie below; the greatest for 10.
+// The value that so many out of ten are below; the greatest for 10.
 long long tenths(std::vector<milliseconds> times, std::size_t share) {
     std::sort(times.begin(), times.end());
     return times.empty() ? 0 : times[std::min(times.size() * share / 10, times.size() - 1)].count();
@@ -75,7 +75,7 @@ class Campaign : public storms::Storms {
 protected:
     Campaign() { setLulls(kCalm, kDuration); }
 
-    // The same rows for both tests.
+    // Both tests add to the same rows.
     static std::map<Fault, Row>& rows() {
         static std::map<Fault, Row> rows;
         return rows;
@@ -114,10 +114,10 @@ protected:
 class SlowCampaign : public Campaign {
 protected:
     SlowCampaign() { putRelayBetween(); }
-    static void TearDownTestSuite() {} // the table comes with the other one
+    static void TearDownTestSuite() {} // the other one prints the table
 };
 
-// A relay is part of every command here, so this is the smaller share.
+// Every command passes a relay here, so this is the smaller share.
 TEST_F(SlowCampaign, OfASlowStore) {
     static constexpr std::array kFaults{Fault::slow, Fault::tooSlow};
     liveThrough(kFaults, timeToSpend() / 10);

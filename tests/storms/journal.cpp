@@ -1,4 +1,4 @@
-// Reads the witness's lines. What they mean together is left to accounts.cpp.
+// Reads the witness's lines.
 #include "tests/storms/journal.h"
 
 #include <fstream>

@@ -1,4 +1,4 @@
-// What the daemon itself saw of the requests, as written down by the preloaded witness.
+// What the daemon itself saw of the requests, as recorded by the preloaded witness.
 #pragma once
 
 #include <filesystem>
@@ -10,14 +10,14 @@ namespace storms {
 // The daemon's part in one request.
 struct Seen {
     int posted = 0;          // handed to a worker
-    int published = 0;       // answers that went out, whether or not the store confirmed
-    int publishedInVain = 0; // those of them that the store did not confirm
+    int published = 0;       // answers sent, confirmed by the store or not
+    int publishedInVain = 0; // those that the store did not confirm
 };
 
 // By reply channel.
 using Sightings = std::map<std::string, Seen>;
 
-// What the journal holds now. Lines of other forms throw std::runtime_error.
+// Reads the journal as it is now. Throws std::runtime_error for malformed lines.
 Sightings readJournal(const std::filesystem::path& file);
 
 } // namespace storms

@@ -1,4 +1,4 @@
-// What the requesters ask for, and when. How a request ends is told by asker.cpp.
+// What the requesters ask for, and when.
 #include "tests/storms/load.h"
 
 #include "client/errors.h"
@@ -14,14 +14,14 @@ namespace storms {
 namespace {
 
 constexpr const char* kInstance = "80000000-0000-0000-0000-008000000000";
-// A requester that cannot reach the store tries again at this pace.
+// How often a requester retries while the store is unreachable.
 constexpr std::chrono::milliseconds kRestWhenCutOff{20};
 
 std::size_t below(Random& random, std::size_t bound) {
     return std::uniform_int_distribution<std::size_t>(0, bound - 1)(random);
 }
 
-// One of the values that make sense for the setting.
+// One of the valid values of the setting.
 std::string anyValue(const client::Setting& setting, Random& random, int user) {
     if (setting.name == client::kUserField) {
         return "user-" + std::to_string(user);
@@ -96,7 +96,7 @@ void Load::work(Kind kind, std::chrono::microseconds rest, std::uint64_t seed, i
     Random random(seed);
     std::uniform_int_distribution<long long> rests(0, 2 * rest.count());
     while (true) {
-        // In this order, so that nobody begins once the load wanes and nothing is pending.
+        // In this order: nobody begins once the load wanes and nothing is pending.
         ++pending_;
         const bool goesOn = !waning_;
         const bool reached = goesOn && doOnce(asker, kind, random, number);
@@ -110,7 +110,7 @@ void Load::work(Kind kind, std::chrono::microseconds rest, std::uint64_t seed, i
     }
 }
 
-// False where the store did not serve it.
+// Returns false if the store did not serve it.
 bool Load::doOnce(Asker& asker, Kind kind, Random& random, int number) {
     bool isServed = false;
     switch (kind) {
@@ -145,7 +145,7 @@ bool Load::ask(Asker& asker, const Question& question) {
     return outcome == Outcome::answered || outcome == Outcome::unanswered;
 }
 
-// Until the store goes away, or the load ends. Nobody waits for a watcher.
+// Until the store dies or the load ends. Nobody waits for a watcher.
 void Load::watch() {
     --pending_;
     try {

@@ -1,6 +1,6 @@
-// The mixed load of several requesters at once, each on a thread of its own: reads, updates by
-// several users, actions; and of those who ask the store alone: reads of the fresh instance,
-// questions for the provider's state, events.
+// A mixed load by concurrent requesters, each on a thread of its own: reads, updates by several
+// users, actions; and requests to the store alone: reads of the fresh instance, the provider's
+// state, events.
 #pragma once
 
 #include "tests/storms/asker.h"
@@ -19,8 +19,8 @@ namespace storms {
 
 using Random = std::mt19937_64;
 
-// How many requesters of each kind, and how long each rests between two requests, at random up to
-// twice that time.
+// The number of requesters of each kind, and how long each rests between two requests, at random up
+// to twice that time.
 struct Mix {
     int readers = 3;
     int updaters = 2; // each a user of its own
@@ -33,7 +33,7 @@ struct Mix {
     int requesters() const { return readers + updaters + actors; }
 };
 
-// What was done so far, over any number of loads. Any thread.
+// Totals over any number of loads. Any thread.
 struct Counters {
     std::atomic<long long> asked = 0;
     std::atomic<long long> answered = 0;
@@ -42,25 +42,25 @@ struct Counters {
     std::atomic<long long> events = 0;
 };
 
-// How long a requester waits for an answer, more than an update ever takes.
+// How long a requester waits for an answer: longer than any update takes.
 inline constexpr std::chrono::seconds kPatience{10};
 
 class Load {
 public:
-    // Begins at once. The seed decides on values and rests; the counters are borrowed.
+    // Starts at once. The seed determines values and rests; the counters are borrowed.
     Load(client::Address address, const Mix& mix, std::uint64_t seed, Counters& counters);
     ~Load(); // as finish()
     Load(const Load&) = delete;
     Load& operator=(const Load&) = delete;
 
-    // No requester begins another request.
+    // Stops requesters from beginning another request.
     void wane() { waning_ = true; }
-    // Requesters in the midst of a request; 0 after wane() stays 0.
+    // Requesters with a request in progress; once 0 after wane(), it stays 0.
     int pending() const { return pending_; }
-    // Ends all waits that are left, and the threads.
+    // Ends the remaining waits and the threads.
     void finish();
 
-    // Takes over what the requesters were told since the last call. Any thread.
+    // Takes what the requesters were told since the last call. Any thread.
     std::vector<Told> take();
 
 private:

@@ -1,4 +1,4 @@
-// See observer.h. A pattern is beyond client/subscription.h, so this uses the wire itself.
+// Subscribes to a pattern, which client/subscription.h cannot do.
 #include "tests/storms/observer.h"
 
 #include "client/errors.h"

@@ -1,4 +1,4 @@
-// Listens on all reply channels beside the requesters, and counts the answers on each.
+// Listens on all reply channels and counts the answers on each.
 #pragma once
 
 #include "client/address.h"
@@ -14,14 +14,14 @@ namespace storms {
 
 class Observer {
 public:
-    // Subscribed when the constructor returns, if the store serves it. Connects again without end.
+    // Subscribed when the constructor returns, if the store serves it. Reconnects forever.
     explicit Observer(client::Address address);
     ~Observer();
     Observer(const Observer&) = delete;
     Observer& operator=(const Observer&) = delete;
 
-    // Answers by reply channel, as many as reached it; what was published while it was cut off
-    // did not.
+    // The answers that arrived, by reply channel; those published while it was disconnected are
+    // missing.
     std::map<std::string, int> answers() const;
 
 private:

@@ -1,10 +1,10 @@
-// A long life under a mixed load with a fault now and then, for as long as ORVANE_SOAK_SECONDS
-// says. What the daemon holds of memory, descriptors and threads is written every two seconds to
-// the file that ORVANE_SOAK_FILE names; script/lib/soak_report.py judges it. script/soak runs both.
+// A long life under a mixed load with an occasional fault, for ORVANE_SOAK_SECONDS. Every two
+// seconds it writes the memory, descriptors and threads of the daemon to the file named by
+// ORVANE_SOAK_FILE; script/lib/soak_report.py judges them. script/soak runs both.
 //
-// Its lines: "sample" with seconds, resident KiB, dirty KiB, descriptors, threads, and how much was
-// asked, answered, read fresh, asked for status and seen of events so far; "fault" with seconds and
-// name; "total" with name and number.
+// Its lines: "sample" with seconds, resident KiB, dirty KiB, descriptors, threads, and the totals
+// of requests, answers, fresh reads, status reads and events; "fault" with seconds and name;
+// "total" with name and number.
 #include "tests/storms/storm.h"
 
 #include <array>
@@ -33,7 +33,7 @@ std::string fromEnvironment(const char* name, const char* otherwise) {
     return given == nullptr ? otherwise : given;
 }
 
-// The sum of the lines that begin so, of a file of /proc with lines "NAME: NUMBER kB".
+// The sum of the lines with this beginning in a file of /proc with lines "NAME: NUMBER kB".
 long long sumOf(const std::string& text, const std::string& beginning) {
     long long sum = 0;
     std::istringstream lines(text);
@@ -76,7 +76,7 @@ protected:
     template <typename... Parts>
     void write(const Parts&... parts) {
         const std::lock_guard lock(mutex_);
-        (file_ << ... << parts) << std::endl; // whole lines, should the run be cut short
+        (file_ << ... << parts) << std::endl; // whole lines, in case the run is cut short
     }
 
 private:
@@ -110,7 +110,7 @@ private:
     std::thread sampler_;
 };
 
-// The daemon is never restarted here, so that its memory tells of one long life.
+// Never restarts the daemon, so that its memory shows one long life.
 TEST_F(Soak, KeepsItsMemoryAndItsDescriptors) {
     static constexpr std::array kFaults{Fault::killed, Fault::killedToAnOldOne, Fault::paused,
                                         Fault::unitSilent, Fault::panelSilent};

@@ -1,4 +1,4 @@
-// See storm.h. Each fault is undone by whoever brought it about; only the daemon is left alone.
+// Each fault undoes itself; none touches the daemon.
 #include "tests/storms/storm.h"
 
 #include "tests/storms/observer.h"
@@ -18,18 +18,18 @@ using std::chrono::milliseconds;
 
 // The libraries wait 2 s for a reply.
 constexpr milliseconds kSilence{2200};
-// Longer than the pauses of an update, so that one of them finds its connection gone.
+// Longer than the pauses of an update, so that some update finds its connection gone.
 constexpr milliseconds kNoConnections{900};
 constexpr milliseconds kLate{150};     // each way
 constexpr milliseconds kTooLate{1200}; // each way
 constexpr milliseconds kSlowTime{700};
 constexpr milliseconds kTooSlowTime{2300};
-// Requests that each of the three workers may have to give up in such a time: every command of
-// one takes 2 s, and the last one may have begun just before the end.
+// Requests that each of the three workers may give up in that time: every command takes 2 s, and
+// the last one may begin just before the end.
 constexpr int kGivenUpPerSilence = 3 * 3;
 constexpr long long kAnswersBeforeTheFault = 20;
 constexpr std::chrono::seconds kLongest{30};
-// Nothing comes any more, as seen from outside.
+// Nothing more arrives, as seen from outside.
 constexpr milliseconds kQuiet{300};
 
 std::size_t count(const std::string& text, const std::string& part) {
@@ -98,7 +98,7 @@ void Storms::SetUp() {
     RecordProperty("seed", std::to_string(seed_));
     std::cout << "ORVANE_SEED=" << seed_ << '\n';
     environment()["WITNESS_JOURNAL"] = journal();
-    // The witness stands before the sanitizer's own library.
+    // The witness is loaded before the sanitizer's own library.
     environment()["ASAN_OPTIONS"] = "verify_asan_link_order=0";
     EndToEndWithDevices::SetUp();
     isFresh_ = true;
@@ -116,7 +116,7 @@ void Storms::putRelayBetween() {
 }
 
 // A worker that finds no store when it starts is gone for good: the first fault waits until all
-// three are connected, beside main and the host.
+// three are connected, besides main and the host.
 void Storms::waitUntilAllWorkersServe() {
     isFresh_ = false;
     EXPECT_TRUE(test::waitUntil([this] {
@@ -125,7 +125,7 @@ void Storms::waitUntilAllWorkersServe() {
     })) << redis().command({"CLIENT", "LIST"});
 }
 
-// Only while nobody else is connected but the test itself.
+// Only valid while nobody but the test itself is connected.
 void Storms::rememberDaemonsConnections() {
     const std::string own = redis().command({"CLIENT", "ID"});
     std::istringstream lines(redis().command({"CLIENT", "LIST"}));
@@ -154,7 +154,8 @@ Storm Storms::raise(Fault fault) {
     rest(calm_);
     note(fault);
     const Clock::time_point end = strike(fault);
-    storm.recovery = timeToAnswer("99999", "ActionNotSupported", end); // from the hook itself
+    storm.recovery =
+        timeToAnswer("99999", "ActionNotSupported", end); // answered by the hook itself
     storm.reading = timeToAnswer("00001", "Success", end);
     rest(calm_);
     load.wane();
@@ -216,7 +217,7 @@ Clock::time_point Storms::strike(Fault fault) {
     return Clock::now();
 }
 
-// Without its log of changes the store reads the snapshot; from then on it keeps such a log again.
+// Without its log of changes the store reads the snapshot; then it keeps a log again.
 Clock::time_point Storms::killToAnOldOne() {
     EXPECT_EQ(redis().command({"SAVE"}), "OK");
     rest(duration_);
@@ -234,15 +235,15 @@ Clock::time_point Storms::killToAnOldOne() {
     return expectTheTree(end);
 }
 
-// A store that has lost it is another fault. Passes the moment on.
+// A store without its data is another fault. Passes the moment on.
 Clock::time_point Storms::expectTheTree(Clock::time_point end) {
     EXPECT_EQ(field(test::kWebGui, "Actions"), test::kActions);
     EXPECT_NE(schemaTypeId(), "(nil)");
     return end;
 }
 
-// The service unit ends the daemon with the store and starts it with the next one; the
-// daemon may notice the empty store before it is told to end, or not.
+// The service unit stops the daemon with the store and starts it with the next one; the daemon may
+// or may not notice the empty store before it is told to stop.
 Clock::time_point Storms::killAndEmpty() {
     const bool endsFirst = random_() % 2 == 0;
     redis().kill();
@@ -264,8 +265,8 @@ Clock::time_point Storms::killAndEmpty() {
     return launched;
 }
 
-// The load soon waits for answers that cannot be stored, each requester for its own; who comes
-// then with a request object is told so by the store.
+// Soon every requester waits for an answer that cannot be stored; whoever then sends a request
+// object gets an error from the store.
 Clock::time_point Storms::exhaustMemory() {
     EXPECT_EQ(redis().command({"CONFIG", "SET", "maxmemory", "1"}), "OK");
     rest(duration_);
@@ -309,13 +310,13 @@ Allowance Storms::allowanceOf(Fault fault) const {
     case Fault::killed:
     case Fault::killedToAnOldOne:
     case Fault::emptied:
-        // One kill, and each requester has one request in flight.
+        // There is one kill, and each requester has one request in flight.
         return {.lost = mix_.requesters(), .storeDied = true};
     case Fault::paused:
     case Fault::tooSlow:
         return {.givenUp = kGivenUpPerSilence};
     case Fault::outOfMemory:
-        // Each has a line in the log, which waitUntilSettled() counts.
+        // Each is logged in one line, which waitUntilSettled() counts.
         return {.givenUp = std::numeric_limits<int>::max()};
     case Fault::connectionLimit:
         return {.dropped = mix_.requesters(), .givenUp = mix_.requesters()};
@@ -350,8 +351,8 @@ milliseconds Storms::timeToAnswer(const char* id, const char* message, Clock::ti
     return std::chrono::ceil<milliseconds>(Clock::now() - since);
 }
 
-// Every request that reached the daemon is answered, or has its line that the answer could not
-// be stored. A requester that still waits then waits in vain.
+// Every request that reached the daemon is answered, or logged as one whose answer could not be
+// stored. Whoever still waits then waits in vain.
 bool Storms::waitUntilSettled(const Load& load) const {
     Clock::time_point quietSince = Clock::now();
     return test::waitUntil(

@@ -1,5 +1,5 @@
-// A storm: the daemon under load, one fault of the store in its midst, and the accounts afterwards.
-// Which faults come in which order is left to the tests.
+// A storm: the daemon under load, one fault of the store in the middle, and the accounts
+// afterwards.
 #pragma once
 
 #include "tests/end_to_end/devices.h"
@@ -15,15 +15,15 @@
 namespace storms {
 
 enum class Fault {
-    killed,           // SIGKILL, and back with all its data
-    killedToAnOldOne, // SIGKILL, and back with a snapshot of before
-    emptied,          // SIGKILL, and back empty; then what the service unit does
+    killed,           // SIGKILL; comes back with all its data
+    killedToAnOldOne, // SIGKILL; comes back with an older snapshot
+    emptied,          // SIGKILL; comes back empty, then the service unit reacts
     paused,           // SIGSTOP for longer than the libraries wait
     outOfMemory,      // nothing more can be stored
-    connectionLimit,  // the daemon's connections closed, and no new ones
+    connectionLimit,  // the daemon's connections are closed, new ones refused
     slow,             // each command late, but in time
     tooSlow,          // each command later than the libraries wait
-    // Of the devices, for the soak:
+    // Devices, for the soak:
     unitSilent, // SIGSTOP for the cooling unit
     panelSilent // SIGSTOP for the X server
 };
@@ -33,12 +33,13 @@ const char* nameOf(Fault fault);
 // The seed: ORVANE_SEED, or a new one.
 std::uint64_t chooseSeed();
 
-// One fault and what became of it.
+// One fault and its outcome.
 struct Storm {
     Fault fault{};
     Accounts accounts;
-    // From the fault's end to the first answer of the daemon, and to that of a read. A read that
-    // finds the instance out of date waits for the updates under way, and pauses as one.
+    // From the fault's end to the daemon's first answer, and to its first answer to a read. A read
+    // that finds the instance out of date waits for the updates under way, and takes as long as
+    // one.
     std::chrono::milliseconds recovery{};
     std::chrono::milliseconds reading{};
     bool isDaemonGone = false;
@@ -55,19 +56,19 @@ protected:
     void SetUp() override;
     std::vector<std::string> daemonWrapper() const override;
 
-    // Load, fault, recovery, accounts. Fails the test where the daemon does not live through it
-    // (through `emptied`: does not end with status 0), or where the accounts have violations. The
-    // daemon's output of this storm alone stands in output() and errors() afterwards.
+    // Load, fault, recovery, accounts. Fails the test if the daemon does not survive it (for
+    // `emptied`: does not exit with status 0) or if the accounts have violations. Afterwards
+    // output() and errors() hold the daemon's output of this storm alone.
     Storm raise(Fault fault);
 
-    // How long the calm before and after a fault lasts, and the fault itself beyond what it takes
-    // at least: at random up to twice these times.
+    // How long the calm before and after a fault lasts, and the fault beyond its minimum: at random
+    // up to twice these times.
     void setLulls(std::chrono::milliseconds calm, std::chrono::milliseconds fault);
 
     std::size_t countInErrors(const std::string& text) const;
     std::size_t countInOutput(const std::string& text) const;
 
-    // For the faults `slow` and `tooSlow`: puts a relay between daemon and store.
+    // Puts a relay between daemon and store, for `slow` and `tooSlow`.
     void putRelayBetween();
 
     Random& random() { return random_; }
@@ -78,7 +79,7 @@ protected:
     client::Address storeAddress() { return client::parseAddress(redis().address()); }
 
 private:
-    // Does the fault from its beginning to its end, and gives the moment of its end.
+    // Performs the fault from beginning to end. Returns the moment of its end.
     Clock::time_point strike(Fault fault);
     Clock::time_point killToAnOldOne();
     Clock::time_point expectTheTree(Clock::time_point end);
@@ -94,7 +95,7 @@ private:
     std::filesystem::path storeFolder();
     void rememberDaemonsConnections();
     void waitUntilAllWorkersServe();
-    // Until a request with that id, for the WebGUI instance, is answered with this message.
+    // The time until a request with that id for the WebGUI instance is answered with this message.
     std::chrono::milliseconds timeToAnswer(const char* id, const char* message,
                                            Clock::time_point since);
     bool waitUntilSettled(const Load& load) const;

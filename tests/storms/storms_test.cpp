@@ -1,4 +1,4 @@
-// The short form of the storms: each fault of the store a few times, in the midst of a load.
+// The short form of the storms: each fault of the store a few times, in the middle of a load.
 #include "tests/storms/storm.h"
 
 #include "tests/support/wait_until.h"
@@ -14,18 +14,18 @@ using testing::AnyOf;
 using testing::HasSubstr;
 using testing::Not;
 
-// A sanitizer's build takes its time.
+// Sanitizer builds are slow.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr milliseconds kBackWithin{4000};
 #else
 constexpr milliseconds kBackWithin{1000};
 #endif
-// The pauses of two updates that a read may wait for, and its own.
+// The pauses of the two updates that a read may wait for, plus its own.
 constexpr milliseconds kPauses{1500};
 
 class StoreFaults : public storms::Storms {
 protected:
-    // As raise(), and the service is back in time.
+    // Like raise(); also expects the service back in time.
     Storm live(Fault fault) {
         Storm storm = raise(fault);
         EXPECT_LE(storm.recovery, kBackWithin) << errors();
@@ -75,7 +75,7 @@ TEST_F(StoreFaults, AStoreWithoutMemoryIsToldAndServesAgainWithoutARestart) {
 
 TEST_F(StoreFaults, AStoreAtItsConnectionLimitIsToldAndServesAgainWithoutARestart) {
     live(Fault::connectionLimit);
-    // Told once for an outage, by whichever of the two the first worker met.
+    // Logged once per outage, by whichever of the two the first worker met.
     EXPECT_THAT(errors(), AnyOf(HasSubstr("ERR max number of clients reached"),
                                 HasSubstr("Server closed the connection")));
 }

@@ -1,6 +1,6 @@
-// Loaded in front of the daemon (LD_PRELOAD): writes down which requests reached it and which
-// answers it published, one line each, and hands every call on to the real library. The file is
-// named by WITNESS_JOURNAL; tests/storms/journal.h reads it.
+// Loaded in front of the daemon (LD_PRELOAD): records which requests reached it and which answers
+// it published, one line each, and passes every call on to the real library. WITNESS_JOURNAL names
+// the file; tests/storms/journal.h reads it.
 //
 //   request CHANNEL         the request with this reply channel was posted to its worker
 //   answer CHANNEL CODE     publishing on the channel ended with this code
@@ -15,7 +15,7 @@
 
 namespace {
 
-// As the compiler spells it: lockType, RequestTriple*, fnTypes.
+// The mangled name with lockType, RequestTriple*, fnTypes.
 constexpr const char* kInstructionPost =
     "_ZN13ovrComSupport24ovrThreadInstructionPostE8lockTypePSt5tupleIJNSt7__"
     "cxx1112basic_stringIcSt11char_traitsIcESaIcEEES7_S7_EE7fnTypes";
@@ -25,8 +25,8 @@ Function* theReal(const char* name) {
     return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
 }
 
-// Each line in one write to a file that is open for appending: lines of several threads and of
-// two daemons, the old one and the new one, do not mix.
+// One write per line to a file open for appending: lines of several threads, and of the old and the
+// new daemon, do not mix.
 void writeDown(std::string line) {
     static const int journal = [] {
         const char* const path = std::getenv("WITNESS_JOURNAL");
@@ -34,7 +34,7 @@ void writeDown(std::string line) {
     }();
     line += '\n';
     if (::write(journal, line.data(), line.size()) < 0) {
-        std::abort(); // a test without its witness proves nothing
+        std::abort(); // a test without its witness would prove nothing
     }
 }
 

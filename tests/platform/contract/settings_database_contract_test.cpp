@@ -64,7 +64,8 @@ protected:
     }
 
     // The call fails, and its result is empty and owns nothing.
-    static void expectRefused(SettingsDatabase* database, const char* table, const char* condition) {
+    static void expectRefused(SettingsDatabase* database, const char* table,
+                              const char* condition) {
         SettingsColumn* rows[] = {nullptr};
         SettingsTable result{9, rows};
         EXPECT_NE(query_database_dat_with_condition(database, table, &result, condition), 0);

@@ -63,7 +63,7 @@ FullListener::FullListener() {
     address.sin_port = htons(listener_.port());
     for (int i = 0; i < 8; ++i) {
         const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-        // It is in progress, or it finds the queue full: either fills what is left.
+        // In progress, or the queue is full already: either way it is full now.
         static_cast<void>(
             ::connect(socket, reinterpret_cast<sockaddr*>(&address), sizeof(address)));
         waiting_.push_back(socket);

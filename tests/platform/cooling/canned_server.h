@@ -1,4 +1,4 @@
-// TCP servers that are no cooling unit.
+// TCP servers that are not a cooling unit.
 #pragma once
 
 #include "tests/support/listener.h"
@@ -12,7 +12,7 @@
 
 namespace test {
 
-// Answers whatever arrives with the same bytes, on one connection after the other.
+// Answers anything with the same bytes, one connection at a time.
 class CannedServer {
 public:
     struct Answer {
@@ -40,7 +40,7 @@ private:
     std::thread thread_;
 };
 
-// A listener whose queue is full: connecting to it is neither taken nor refused.
+// A listener with a full queue: it neither accepts nor refuses connections.
 class FullListener {
 public:
     FullListener();

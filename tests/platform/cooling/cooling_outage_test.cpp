@@ -1,4 +1,4 @@
-// What the calls do while the unit is silent, slow, refusing, restarted, absent, or no unit.
+// What the calls do while the unit is silent, slow, refusing, restarted, absent, or not a unit.
 #include "platform/cooling.h"
 
 #include "tests/platform/cooling/canned_server.h"
@@ -21,8 +21,8 @@ using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 using testing::HasSubstr;
 
-// Connecting and being answered takes 250 ms at the most, and a kept connection that gives
-// nothing costs as much before that; the rest is for a busy machine.
+// Connecting and receiving the answer takes at most 250 ms, and a dead kept connection as much
+// again before that; the rest allows for a busy machine.
 constexpr milliseconds kBound{800};
 constexpr milliseconds kAtOnce{100};
 
@@ -53,7 +53,7 @@ protected:
         return std::chrono::duration_cast<milliseconds>(steady_clock::now() - begin);
     }
 
-    // One call that fails within the bound, then more that fail at once, and one line for all.
+    // One call that fails within the bound, more that fail at once, and one log line for all.
     static std::string expectOutage() {
         testing::internal::CaptureStderr();
         EXPECT_LT(timeOf([] { EXPECT_NE(read(), 0); }), kBound);
@@ -68,7 +68,7 @@ protected:
         EXPECT_EQ(countLines(text), 1) << text;
         return text;
     }
-    // What is printed until a call works again; fails unless that is a second or so later.
+    // What is logged until a call succeeds again; fails unless that takes about a second.
     static std::string expectRecovery() {
         testing::internal::CaptureStderr();
         EXPECT_LT(timeOf([] { EXPECT_TRUE(test::waitUntil([] { return read() == 0; })); }),
@@ -175,7 +175,7 @@ TEST_F(CoolingOutage, IsNoneWhenTheUnitRefuses) {
               "[CoolGetTempScale" + unit + " refuses: Slave device or server failure\n" +
                   "[CoolSetTempScale" + unit + " refuses: Slave device or server failure\n");
     EXPECT_EQ(unit_.tell("normal").status, 0);
-    EXPECT_EQ(read(), 0); // at once: the unit was there all the time
+    EXPECT_EQ(read(), 0); // at once: the unit was reachable all the time
     EXPECT_EQ(write(), 0);
 }
 
@@ -222,7 +222,7 @@ TEST_F(CoolingOutage, HoldsAReadNoLongerThanTheWriteBeforeItMayTake) {
     writer.join();
 }
 
-TEST_F(CoolingOutage, IsToldWithTheAllowedFormsForABadAddress) {
+TEST_F(CoolingOutage, NamesTheAcceptedFormsForABadAddress) {
     use("unit:502");
     EXPECT_EQ(expectOutage(),
               "[CoolGetTempScale]: COOLING_UNIT is \"unit:502\"; use an IPv4 address, an "
@@ -231,7 +231,7 @@ TEST_F(CoolingOutage, IsToldWithTheAllowedFormsForABadAddress) {
     EXPECT_EQ(read(), 0);
 }
 
-TEST_F(CoolingOutage, NamesTheDefaultAddressWhereNoneIsGiven) {
+TEST_F(CoolingOutage, NamesTheDefaultAddressWithoutAGivenOne) {
     for (const char* unset : {"", static_cast<const char*>(nullptr)}) {
         use("unit:502");
         read();

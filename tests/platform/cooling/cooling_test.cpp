@@ -1,4 +1,4 @@
-// The temperature scale of a unit that answers, made and seen by an independent client too.
+// The temperature scale of a unit that answers; an independent client makes and sees changes too.
 #include "platform/cooling.h"
 
 #include "tests/platform/cooling_unit_sim/cooling_unit_process.h"
@@ -99,7 +99,7 @@ TEST_F(TempScale, IsReadAndWrittenByTwoThreadsAtOnce) {
         int scale = -5;
         std::array<char, 1024> text{};
         odd += CoolGetTempScale(0, &scale, 0, text.data());
-        // Value and name come from the same answer.
+        // Value and name are from the same answer.
         odd += std::string(text.data()) == (scale == 0 ? "Imperial" : "Metric") ? 0 : 1;
     }
     writer.join();

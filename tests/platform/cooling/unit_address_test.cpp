@@ -1,4 +1,4 @@
-// The texts that say where a Modbus unit is.
+// Addresses of Modbus units.
 #include "platform/cooling/unit_address.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-// Every word of `tell`, its effect seen by an independent Modbus client.
+// Every word of `tell`; an independent Modbus client sees its effect.
 #include "tests/platform/cooling_unit_sim/cooling_unit_process.h"
 
 #include <chrono>

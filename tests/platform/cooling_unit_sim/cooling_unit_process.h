@@ -1,4 +1,4 @@
-// cooling-unit-sim as a child process of a test, and an independent client's view of it.
+// cooling-unit-sim as a child process, and an independent client's view of it.
 #pragma once
 
 #include "tests/support/child_process.h"
@@ -12,18 +12,18 @@
 
 namespace test {
 
-// The program with any words; it must end by itself.
+// Runs the program with these arguments; it must end by itself.
 Finished runCoolingUnitSim(const std::vector<std::string>& words);
 
 class CoolingUnitProcess {
 public:
-    // Listens when the constructor returns; the destructor ends it in order.
+    // Listens when the constructor returns; the destructor stops it with SIGTERM.
     CoolingUnitProcess();
     ~CoolingUnitProcess();
     CoolingUnitProcess(const CoolingUnitProcess&) = delete;
     CoolingUnitProcess& operator=(const CoolingUnitProcess&) = delete;
 
-    // Again, on the same port and with the same state.
+    // Restarts it, on the same port and with the same state.
     void start();
     std::optional<int> terminate(int number = SIGTERM); // the exit status
     void signal(int number) const { process_->signal(number); }
@@ -37,13 +37,14 @@ public:
     std::string output() const { return readFile(folder_.file("out")); }
     std::string errors() const { return readFile(folder_.file("err")); }
 
-    // By `tell`; words separated by blanks.
+    // Runs `tell` with words separated by blanks.
     Finished tell(const std::string& words) const;
 
-    // By mbpoll, which counts registers from 1: what it reads, or "failed: " and its reason.
+    // Reads with mbpoll, which counts registers from 1. Returns the value, or "failed: " and the
+    // reason.
     std::string readRegister() const { return readRegister(101, 1); }
     std::string readRegister(int reference, int unitId) const;
-    // Empty when written, otherwise "failed: " and its reason.
+    // Returns an empty text, or "failed: " and the reason.
     std::string writeRegister(int value) const;
 
 private:

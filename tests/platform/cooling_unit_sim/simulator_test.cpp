@@ -67,7 +67,7 @@ TEST(Simulator, KeepsTheRegisterOverASuddenEnd) {
     for (const int value : {0, 1, 7}) {
         ASSERT_EQ(unit.writeRegister(value), "");
         unit.kill();
-        unit.start(); // also takes the place of the control socket left behind
+        unit.start(); // also replaces the control socket left behind
         EXPECT_EQ(unit.readRegister(), std::to_string(value));
     }
 }

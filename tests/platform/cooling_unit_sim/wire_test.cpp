@@ -37,7 +37,7 @@ public:
         EXPECT_EQ(::send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL),
                   static_cast<ssize_t>(bytes.size()));
     }
-    // Waits for so many bytes; fewer when the server hangs up.
+    // Waits for so many bytes; returns fewer if the server hangs up.
     Bytes receive(std::size_t count) const {
         Bytes bytes(count);
         const ssize_t length = ::recv(socket_, bytes.data(), count, MSG_WAITALL);
@@ -73,7 +73,7 @@ TEST(Wire, TakesARequestInPieces) {
     const TcpClient other(unit.port());
     for (const std::uint8_t byte : kRead) {
         client.send({byte});
-        other.send(kRead); // half a request holds nobody else
+        other.send(kRead); // half a request blocks nobody else
         EXPECT_EQ(other.receive(kReadMetric.size()), kReadMetric);
     }
     EXPECT_EQ(client.receive(kReadMetric.size()), kReadMetric);

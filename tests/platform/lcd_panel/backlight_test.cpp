@@ -29,7 +29,7 @@ protected:
     ~Backlight() override { ::unsetenv("LCD_BACKLIGHT"); }
     void SetUp() override { work(); }
 
-    // What three calls in a row print on standard error, all of them failing.
+    // What three failing calls in a row log.
     static std::string linesOfThreeFailures() {
         testing::internal::CaptureStderr();
         for (int i = 0; i < 3; ++i) {
@@ -44,7 +44,7 @@ protected:
                 [](const std::string& all) { return std::count(all.begin(), all.end(), '\n'); },
                 1));
     }
-    // Ends an outage, so that the next one is told.
+    // Ends an outage, so that the next one is logged.
     void work() {
         std::filesystem::remove_all(maximum_);
         std::filesystem::remove_all(brightness_);
@@ -205,7 +205,7 @@ TEST_F(Backlight, IsTheFirstDirectoryOfTheClassByDefault) {
         EXPECT_EQ(lcdpanel::backlightFolder(backlightClass.path()),
                   backlightClass.path() / "panel0");
 
-        // As in sysfs: the entries are links.
+        // As in sysfs, where the entries are links.
         std::filesystem::create_directory_symlink(folder_.path(),
                                                   backlightClass.path() / "acpi_video0");
         EXPECT_EQ(lcdpanel::backlightFolder(backlightClass.path()),

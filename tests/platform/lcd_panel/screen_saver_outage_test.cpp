@@ -1,5 +1,5 @@
-// What the panel's calls do while the X server is absent, killed, paused, or goes away in the
-// midst of an exchange: the process lives, and no call takes longer than its bound.
+// What the panel's calls do while the X server is absent, killed, paused, or dies in mid-exchange:
+// the process survives, and no call takes longer than its bound.
 #include "platform/lcd_panel.h"
 #include "tests/platform/lcd_panel/x_server.h"
 #include "tests/support/relay.h"
@@ -16,8 +16,8 @@
 #include <string>
 #include <unistd.h>
 
-// Libx11 makes a graphics context while it opens a display; when the server hangs up at that
-// very moment nobody but libx11 knows of its 160 bytes.
+// Libx11 allocates a graphics context while it opens a display. If the server hangs up at that very
+// moment, only libx11 knows about its 160 bytes.
 extern "C" const char* __lsan_default_suppressions() { // NOLINT(readability-identifier-naming)
     return "leak:XCreateGC\n";
 }
@@ -27,10 +27,10 @@ namespace {
 using std::chrono::milliseconds;
 using testing::HasSubstr;
 
-// The bound is 250 ms; the rest is for a busy machine.
+// The bound is 250 ms; the rest allows for a busy machine.
 constexpr milliseconds kBound{600};
 constexpr milliseconds kAtOnce{200};
-// More packets than any exchange has.
+// More packets than any exchange takes.
 constexpr int kMaxStages = 12;
 
 class ScreenSaverOutage : public testing::Test {
@@ -52,7 +52,7 @@ protected:
         return std::chrono::duration_cast<milliseconds>(std::chrono::steady_clock::now() - begin);
     }
 
-    // An exchange that is held has ended some time after its connection broke.
+    // A held exchange ends some time after its connection broke.
     static bool worksSoon() {
         return test::waitUntil([] { return LCDBlankTimeOutSet(42) == 0; });
     }
@@ -114,7 +114,7 @@ TEST_F(ScreenSaverOutage, HoldsNoCallWhileTheServerIsPaused) {
     EXPECT_THAT(text, HasSubstr("does not answer within 250 ms"));
     server_.resume();
     EXPECT_TRUE(test::waitUntil([] { return LCDBlank(1) == 0; }));
-    // The call that was given up has changed nothing afterwards.
+    // The abandoned call changed nothing afterwards.
     EXPECT_THAT(server_.screenSaver(), HasSubstr("timeout 77 "));
     EXPECT_FALSE(server_.isDark());
 }
@@ -162,7 +162,7 @@ TEST_F(ScreenSaverOutage, HoldsNoCallWhenTheServerFallsSilentAtAnyStage) {
     }
 }
 
-// SIGTERM belongs to the program; a thread of the library that took it would end it.
+// SIGTERM is for the program; a thread of the library that took it would kill the process.
 TEST_F(ScreenSaverOutage, LeavesNoThreadThatTakesSignals) {
     const test::Relay relay(server_.socketPath(), 1, test::Relay::Then::fallSilent);
     use(relay);
@@ -178,7 +178,7 @@ TEST_F(ScreenSaverOutage, LeavesNoThreadThatTakesSignals) {
         const auto isBlocked = [&](int number) { return (blocked >> (number - 1) & 1U) != 0; };
         threadsOfTheLibrary += isBlocked(SIGTERM) && isBlocked(SIGINT) ? 1 : 0;
     }
-    // Main and the relay's thread block nothing.
+    // The main thread and the relay's block no signals.
     EXPECT_GE(threadsOfTheLibrary, 1);
 }
 

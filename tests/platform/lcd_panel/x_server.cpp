@@ -15,8 +15,8 @@ namespace test {
 
 namespace {
 
-// A display of this process's own, far above the lowest free one, which a server of another test
-// would take while ours is down.
+// A display number of this process's own, far above the lowest free one, which another test's
+// server would take while ours is down.
 std::string ownDisplay() {
     static int servers = 0;
     constexpr int kFirst = 100;
@@ -44,7 +44,7 @@ std::string XServer::socketPath() const {
     return "/tmp/.X11-unix/X" + display_.substr(1);
 }
 
-// Without -noreset the server would forget its screen saver whenever its last client leaves.
+// Without -noreset the server would reset its screen saver whenever its last client disconnects.
 void XServer::start() {
     const std::vector<std::string> command{"Xvfb", display_,   "-displayfd", "1", "-nolisten",
                                            "tcp",  "-noreset", "-screen",    "0", "64x64x24"};

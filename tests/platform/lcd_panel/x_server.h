@@ -1,4 +1,4 @@
-// An Xvfb of one test's own, on a display that it finds free by itself.
+// An Xvfb of the test's own, on a display that it finds free.
 #pragma once
 
 #include "tests/support/child_process.h"
@@ -11,7 +11,7 @@ namespace test {
 
 class XServer {
 public:
-    // Takes connections when the constructor returns.
+    // Accepts connections when the constructor returns.
     XServer();
     ~XServer();
     XServer(const XServer&) = delete;
@@ -20,16 +20,16 @@ public:
     const std::string& display() const { return display_; } // ":7"
     std::string socketPath() const;
 
-    void start();        // again, on the same display
-    void kill();         // SIGKILL, waits for the end, removes what it leaves behind
+    void start();        // restart, on the same display
+    void kill();         // SIGKILL; waits for the end and cleans up
     void pause() const;  // SIGSTOP
     void resume() const; // SIGCONT
 
-    // Runs xset on this display and gives what it prints.
+    // Runs xset on this display. Returns its output.
     std::string xset(const std::string& words) const;
     // "timeout 60 cycle 600 blanking yes exposures yes", by `xset q`.
     std::string screenSaver() const;
-    // Whether the panel is dark now, by the screen saver extension.
+    // Whether the panel is dark now, according to the screen saver extension.
     bool isDark() const;
 
 private:

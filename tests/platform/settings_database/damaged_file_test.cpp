@@ -1,4 +1,4 @@
-// Damaged files of many kinds: each is kept under another name and replaced.
+// Files damaged in many ways: each is kept under another name and replaced.
 #include "tests/platform/settings_database/database_fixture.h"
 
 #include <fstream>
@@ -35,7 +35,7 @@ protected:
         ASSERT_GE(std::filesystem::file_size(path()), 5 * kPageSize);
     }
 
-    // Opens the damaged file: a new one is made, the old one kept byte for byte, one line says so.
+    // Opens the damaged file: makes a new one, keeps the old one byte for byte, logs one line.
     void expectReplaced(const std::string& reason = "") {
         const std::string before = readFile(path());
         testing::internal::CaptureStderr();
@@ -142,7 +142,7 @@ TEST_F(DamagedFile, WithAnyOverwrittenPageIsReplaced) {
             std::filesystem::remove(folder().file(old));
         }
         makeDatabase();
-        // Behind the header of the file, so that the first page is damaged elsewhere.
+        // Behind the header of the file: damages the rest of the first page.
         overwrite(path(), page * kPageSize + 100, noise(kPageSize - 100));
         if (page != 0) {
             overwrite(path(), page * kPageSize, noise(100));
@@ -171,7 +171,7 @@ TEST_F(DamagedFile, TakesItsLogWithIt) {
     overwrite(path(), 0, noise(100));
     const std::string log = readFile(path() + "-wal");
     ASSERT_FALSE(log.empty());
-    writeFile(path() + "-wal", log.substr(0, 24)); // its header alone, so that page 1 is not in it
+    writeFile(path() + "-wal", log.substr(0, 24)); // its header alone, without page 1
     const std::string kept = readFile(path() + "-wal");
     expectReplaced("file is not a database");
     EXPECT_EQ(readFile(folder().file(damagedFile() + "-wal")), kept);
@@ -180,7 +180,7 @@ TEST_F(DamagedFile, TakesItsLogWithIt) {
 
 TEST_F(DamagedFile, TakesItsJournalWithIt) {
     writeFile(path(), noise(9000));
-    // One that SQLite has no need of any more, and leaves where it is.
+    // One that SQLite no longer needs and leaves in place.
     const std::string journal = std::string(1, '\0') + "used up";
     writeFile(path() + "-journal", journal);
     expectReplaced("file is not a database");
@@ -195,7 +195,7 @@ TEST_F(DamagedFile, GetsACounterWhenItsNameIsTaken) {
         EXPECT_EQ(Database(path()).open(), 1);
         testing::internal::GetCapturedStderr();
     }
-    // Six within a moment share at least one second; none was lost.
+    // Of six in quick succession at least two share a second; none is lost.
     std::vector<std::string> contents;
     for (const std::string& name : files()) {
         if (name != "webgui.db") {

@@ -1,5 +1,5 @@
-// A settings database in a folder of one test's own, written by the library and read back by
-// the sqlite3 command, which shares nothing with the library's own code.
+// A settings database in a folder of the test's own, written by the library and read back with the
+// sqlite3 command, which shares no code with it.
 #pragma once
 
 #include "platform/settings_database.h"
@@ -24,10 +24,10 @@ constexpr const char* kColumnNames =
 constexpr const char* kNameCondition = "where Name is 'Zolan CMS Web GUI Settings'";
 constexpr const char* kTable = "webgui_tbl";
 
-// What the sqlite3 command answers to this text; its complaint, where it has one.
+// Runs the sqlite3 command with this text. Returns its output, or its error message.
 std::string sqlite(const std::string& path, const std::string& sql);
 
-// The names of the table's columns in their order, as kColumnNames.
+// The names of the table's columns in order, as in kColumnNames.
 std::string columnsOf(const std::string& path, const std::string& table);
 
 // The program of settings_database_process.cpp, which lies beside the test.
@@ -35,7 +35,7 @@ std::string processPath();
 
 int countOf(const std::string& text, char letter);
 
-// An open or closed handle; closes at the end.
+// A handle, closed in the destructor.
 class Database {
 public:
     explicit Database(const std::string& path);
@@ -51,7 +51,7 @@ private:
     SettingsDatabase handle_{};
 };
 
-// A result that is freed at the end.
+// A result, freed in the destructor.
 struct Result : SettingsTable {
     Result() : SettingsTable{} {}
     ~Result() { free_sql_tbl(this); }
@@ -84,7 +84,8 @@ protected:
     const TemporaryFolder& folder() const { return folder_; }
     // The names in the folder, sorted.
     std::vector<std::string> files() const;
-    // The one name in the folder that holds ".damaged-" and is no companion; empty: none.
+    // The one name in the folder that contains ".damaged-" and is not a companion; empty if there
+    // is none.
     std::string damagedFile() const;
 
 private:

@@ -75,7 +75,7 @@ void changeContents(std::string& contents, const DiskOperation& operation, const
     }
 }
 
-// Some sectors of a write arrive, one of them by its first or last part only.
+// Some sectors of a write arrive, one of them only in its first or last part.
 Fate tear(const DiskOperation& operation, std::mt19937& random) {
     Fate fate{Fate::Kind::torn};
     const std::size_t size = operation.bytes.size();
@@ -117,7 +117,7 @@ Survival randomSurvival(const Disk& disk, std::mt19937& random) {
     for (const DiskOperation& operation : disk.unsyncedContents()) {
         survival.contents.push_back(randomFate(operation, keptOfTen, random));
     }
-    // A file system with a journal keeps names in their order, another one any of them.
+    // A journaling file system keeps names in order; others keep any of them.
     const std::size_t count = disk.unsyncedNames().size();
     const bool isJournaled = random() % 2 == 0;
     const std::size_t first = random() % (count + 1);
@@ -192,7 +192,7 @@ Image Disk::afterCut(const Survival& survival) const {
     for (const auto& [path, file] : names) {
         const std::string folder = folderOf(path);
         if (!folder.empty() && !image.contains(folder)) {
-            continue; // the way to it is lost
+            continue; // its folder is lost
         }
         image[path] = file == kFolder ? std::nullopt
                                       : std::optional(contents.at(static_cast<std::size_t>(file)));
@@ -214,7 +214,7 @@ std::vector<Survival> waysToSurvive(const Disk& disk, int randomCount, std::mt19
         const Fate fate{isKept ? Fate::Kind::kept : Fate::Kind::lost};
         for (std::size_t i = 0; i < contents; ++i) {
             Survival way = allOrNothing(disk, !isKept);
-            way.names.assign(names, true); // contents without a name do nothing
+            way.names.assign(names, true); // contents without a name have no effect
             way.contents[i] = fate;
             ways.push_back(way);
         }
@@ -241,7 +241,7 @@ Image readImage(const std::string& folder) {
 }
 
 void writeImage(const Image& image, const std::string& folder) {
-    for (const auto& [path, contents] : image) { // a folder comes before what is in it
+    for (const auto& [path, contents] : image) { // a folder sorts before its contents
         const std::filesystem::path place = std::filesystem::path(folder) / path;
         if (contents) {
             writeFile(place, *contents);

@@ -1,6 +1,4 @@
-// A disk without power: which changes were asked of it, which of them it must still hold after a
-// cut, and what it may hold. Recording the changes is left to recording_vfs.h, opening what is
-// left to the test.
+// A disk after a power cut: which changes it must still hold, and which it may.
 #pragma once
 
 #include <cstddef>
@@ -13,11 +11,10 @@
 
 namespace test {
 
-// Files by their path in the recorded folder, with their contents; nothing: a folder.
+// Files by path in the recorded folder, with their contents; nothing stands for a folder.
 using Image = std::map<std::string, std::optional<std::string>>;
 
-// One thing that was asked of the disk. A file goes by a number of its own, since its name may
-// change or be given away.
+// One operation on the disk. Files go by number, since names change and are reused.
 struct DiskOperation {
     enum class Kind {
         write,      // file, offset, bytes
@@ -26,9 +23,9 @@ struct DiskOperation {
         makeFolder, // path
         unlink,     // path
         rename,     // path, target
-        syncFile,   // file: its contents are safe from here on, its name is not
-        syncFolder, // path: the names in it are safe from here on
-        acknowledge // nothing for the disk: the caller was told that its change is done
+        syncFile,   // file: its contents are safe from now on, its name is not
+        syncFolder, // path: the names in it are safe from now on
+        acknowledge // no operation: the caller was told that its change is done
     };
     Kind kind;
     int file = -1;
@@ -38,61 +35,61 @@ struct DiskOperation {
     std::string target{};
 };
 
-// The start, which is safe, and what followed. The files of the start are numbered from 0 in the
-// order of their paths.
+// The initial state, which is safe, and the operations on it. Initial files are numbered from 0 in
+// the order of their paths.
 struct DiskLog {
     Image start;
     std::vector<DiskOperation> operations;
 };
 
-// What becomes of one change of contents that was not synced.
+// The fate of one change of contents that was not synced.
 struct Fate {
     enum class Kind {
         lost,
         kept,
-        sizeOnly, // the file grew, what was to be in it is zeros
-        torn      // of the bytes written only those in `parts` (begin, end) arrived
+        sizeOnly, // the file grew, but holds zeros
+        torn      // only the bytes in `parts` (begin, end) arrived
     };
     Kind kind = Kind::lost;
     std::vector<std::pair<std::size_t, std::size_t>> parts{};
 };
 
-// What becomes of everything that was not synced.
+// The fate of everything that was not synced.
 struct Survival {
     std::vector<Fate> contents;
     std::vector<bool> names;
 };
 
-// The disk while the operations go on; a cut may come after each.
+// The disk during the operations; the power may be cut after each.
 class Disk {
 public:
     explicit Disk(const Image& start);
 
     void apply(const DiskOperation& operation);
 
-    // Changes that are not safe, in the order in which they were asked for.
+    // Changes that are not safe yet, in order.
     const std::vector<DiskOperation>& unsyncedContents() const { return unsyncedContents_; }
     const std::vector<DiskOperation>& unsyncedNames() const { return unsyncedNames_; }
 
-    // What a cut leaves.
+    // What is left after a cut.
     Image afterCut(const Survival& survival) const;
 
 private:
-    std::vector<std::string> contents_; // what is safe, by file
-    std::map<std::string, int> names_;  // what is safe; kFolder: a folder
+    std::vector<std::string> contents_; // safe contents, by file
+    std::map<std::string, int> names_;  // safe names; kFolder: a folder
     std::vector<DiskOperation> unsyncedContents_;
     std::vector<DiskOperation> unsyncedNames_;
 };
 
-// Everything that was not synced survives, or nothing of it.
+// All unsynced changes survive, or none.
 Survival allOrNothing(const Disk& disk, bool isKept);
 
-// The ways in which a cut is tried: nothing of the unsynced survives; all does; each single
-// change alone; all but one; then `randomCount` random ones, in which any change of contents is
-// kept, lost, torn or a mere size, and of the names either any of them or the first few arrived.
+// The outcomes to try for a cut: no unsynced change survives; all do; each one alone; all but one;
+// then `randomCount` random ones, in which any change of contents is kept, lost, torn or a mere
+// size, and of the names either any or the first few arrived.
 std::vector<Survival> waysToSurvive(const Disk& disk, int randomCount, std::mt19937& random);
 
-// Reads the folder into an image, and writes one into an empty folder.
+// Read the folder into an image, and write one into an empty folder.
 Image readImage(const std::string& folder);
 void writeImage(const Image& image, const std::string& folder);
 

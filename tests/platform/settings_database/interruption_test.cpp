@@ -1,5 +1,5 @@
-// Processes that are killed in the middle of a change. In a sweep the n-th change of a file is
-// done by half and kills, for every n until one comes through; what is left must be whole.
+// Processes killed in the middle of a change. A sweep stops half-way through the n-th change of a
+// file and kills the process, for every n until it survives; the database must stay whole.
 #include "tests/platform/settings_database/database_fixture.h"
 
 #include "tests/support/child_process.h"
@@ -18,7 +18,7 @@ constexpr int kSweepLimit = 500;
 
 class InterruptionTest : public DatabaseTest {
 protected:
-    // For n = 1, 2, ... : prepares, runs `command`, and checks what a killed one left behind.
+    // For n = 1, 2, ...: prepares, runs `command`, and checks what the killed process left behind.
     // Returns the number of kills.
     int sweep(const std::string& command, const std::function<void()>& prepare,
               const std::function<void()>& check) {
@@ -143,11 +143,11 @@ TEST_F(Interruption, OfAWriterAtAnyMomentLeavesAWholeRow) {
         const std::string output = outputs.file(std::to_string(round));
         ChildProcess writer({processPath(), "write", path()}, {}, output);
         ASSERT_TRUE(waitUntil([&] { return !readFile(output).empty(); }));
-        // Each round is killed at another moment of its writes.
+        // Each round kills at another moment of the writes.
         std::this_thread::sleep_for(std::chrono::microseconds(137 * round));
         writer.signal(SIGKILL);
         ASSERT_EQ(writer.wait(), kKilled);
-        // What was acknowledged is there: an even number of writes ends with "second".
+        // Acknowledged writes last: an even number of them ends with "second".
         const std::size_t acknowledged = readFile(output).size();
         const std::string& last = rows[acknowledged % 2 == 0 ? 2 : 1];
         const std::string& next = rows[acknowledged % 2 == 0 ? 1 : 2];

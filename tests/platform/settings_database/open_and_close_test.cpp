@@ -1,5 +1,4 @@
-// Opening a missing, a present and an older file, and closing. Damaged files and unwilling
-// file systems have files of their own.
+// Opening missing and present files, and closing.
 #include "tests/platform/settings_database/database_fixture.h"
 
 #include <filesystem>
@@ -42,7 +41,7 @@ TEST_F(OpenDatabase, MakesMissingFolders) {
     EXPECT_EQ(sqlite(nested, "SELECT count(*) FROM webgui_tbl"), "1\n");
 }
 
-// SQLite writes one byte itself to take possession of a new file on some file systems.
+// On some file systems SQLite itself writes one byte to claim a new file.
 TEST_F(OpenDatabase, TakesAFileOfOneByteForAMissingOne) {
     writeFile(path(), "S");
     Database database(path());

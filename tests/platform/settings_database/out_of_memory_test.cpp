@@ -1,5 +1,5 @@
-// Every call is run with its n-th allocation failing, for every n until none fails any more:
-// ours and those of SQLite alike. The C library's allocator is replaced in this program.
+// Every call runs with its n-th allocation failing, for every n until it succeeds; SQLite's
+// allocations count too. This program replaces the C library's allocator.
 #include "tests/platform/settings_database/database_fixture.h"
 
 #include <cerrno>
@@ -50,14 +50,14 @@ constexpr int kSweepLimit = 20000;
 
 class OutOfMemoryTest : public DatabaseTest {
 protected:
-    // Thousands of openings sync too much for a disk.
+    // Thousands of openings would sync too much for a disk.
     static void SetUpTestSuite() {
         if (::access("/dev/shm", W_OK) == 0) {
             ::setenv("TMPDIR", "/dev/shm", 1);
         }
     }
 
-    // Calls `call` with the n-th allocation failing and then `check`, n = 1, 2, ... Returns how
+    // Runs `call` with the n-th allocation failing, then `check`, for n = 1, 2, ... Returns how
     // many failed before a call met no failure.
     static int sweep(const std::function<void()>& call, const std::function<void()>& check) {
         for (int n = 1; n < kSweepLimit; ++n) {
@@ -79,8 +79,8 @@ protected:
         return -1;
     }
 
-    // Opens with failing allocations in the state that `prepare` makes: usable or refused, never
-    // taken for damaged, and usable with the expected row afterwards.
+    // Opens with failing allocations in the state that `prepare` makes. The file is opened or
+    // refused, never taken for damaged, and has the expected row afterwards.
     int sweepOpening(const std::function<void()>& prepare, const std::string& wanted) {
         Database database(path());
         int code = 0;

@@ -76,7 +76,7 @@ void tryImage(const Image& image, const Life& life, Count& count) {
     const TemporaryFolder scratch;
     writeImage(image, scratch.path());
     if (image.contains(kCutFile) && count.tries % 2 == 0) {
-        writeFile(scratch.file(kCutFile) + "-shm", std::string(32768, '\x5a')); // of no use
+        writeFile(scratch.file(kCutFile) + "-shm", std::string(32768, '\x5a')); // garbage
     }
     const std::string fault = faultIn(scratch, life);
     if (!fault.empty() && ++count.faults == 1) {
@@ -84,7 +84,7 @@ void tryImage(const Image& image, const Life& life, Count& count) {
     }
 }
 
-// `tryIt` gets each image with what remains of the life from that cut on.
+// `tryIt` gets each image with the rest of the life after that cut.
 void sweepInto(Count& count, const DiskLog& log, const Life& life, int randomCount, Try tryIt) {
     // NOLINTNEXTLINE(cert-msc51-cpp): meant, so that a fault comes again
     std::mt19937 random(static_cast<unsigned int>(number("ORVANE_POWER_CUT_SEED", 1)));
@@ -119,11 +119,11 @@ Count counted(const DiskLog& log, const Life& life, int randomCount, Try tryIt) 
     return count;
 }
 
-constexpr int kRandomCountOfTwoCuts = 2; // each of them is another sweep
+constexpr int kRandomCountOfTwoCuts = 2; // each is another sweep
 
 } // namespace
 
-// A row in which every setting says the same, as `rowOf` reads it.
+// A row with the same value in every setting, as `rowOf` reads it.
 std::string rowOfAll(const std::string& value) {
     std::string row = "Zolan CMS Web GUI Settings";
     for (std::size_t i = 0; i < std::size(kSettings); ++i) {

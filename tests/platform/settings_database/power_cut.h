@@ -1,8 +1,8 @@
-// A life of a settings database, cut at every point: the power goes after each thing that was asked
-// of the disk, the database is opened again by the library, and what it holds is judged.
+// A life of a settings database, with the power cut after each operation on the disk: the library
+// opens the database again, and its contents are checked.
 //
-//   ORVANE_POWER_CUT_RANDOM  random ways to survive for each cut (default 25)
-//   ORVANE_POWER_CUT_SEED    where they begin (default 1)
+//   ORVANE_POWER_CUT_RANDOM  random outcomes for each cut (default 25)
+//   ORVANE_POWER_CUT_SEED    their seed (default 1)
 #pragma once
 
 #include "tests/platform/settings_database/database_fixture.h"
@@ -17,42 +17,42 @@ struct sqlite3;
 
 namespace test {
 
-// Where the database lies in the recorded folder: neither folder above it exists at first.
+// The path of the database in the recorded folder. Neither folder above it exists at first.
 inline constexpr const char* kCutFile = "made/deeper/webgui.db";
 
-// A row in which every setting says the same, as the sqlite3 command prints it.
+// A row with the same value in every setting, as the sqlite3 command prints it.
 std::string rowOfAll(const std::string& value);
 
-// Gives every setting this value; the library's result.
+// Sets every setting to this value. Returns the library's result.
 int updateAll(Database& database, const std::string& value);
 
-// The last value that SQLite gives for the text, or its complaint.
+// The last value that SQLite returns for this SQL text, or its error message.
 std::string answerOf(sqlite3* connection, const std::string& sql);
 
-// What a sweep is told of the recorded life.
+// What a sweep knows about the recorded life.
 struct Life {
     // The row at the beginning and after each acknowledged step.
     std::vector<std::string> rows;
-    // What open_database may give after a cut.
+    // What open_database may return after a cut.
     std::set<int> openings;
-    // More that may be wrong with the open database in this folder; empty: nothing is.
+    // Further checks of the open database in this folder. Returns what is wrong, or an empty text.
     std::function<std::string(Database&, const std::string& folder)> alsoFaulty{};
     bool mayFindDamage = false;
 };
 
 struct Count {
     int cuts = 0;
-    int tries = 0; // cuts, each in every way to survive
+    int tries = 0; // cuts, each with every outcome
     int faults = 0;
     std::string firstFault;
 };
 
-// Cuts the power after each operation, and once before the first. After each the database must
-// open, be whole, keep its commits as docs/settings-database.md says, and hold the row of the
-// last acknowledged step or of the one after it. Prints the count.
+// Cuts the power after each operation, and once before the first. Each time the database must open,
+// be whole, keep its commits as docs/settings-database.md says, and hold the row of the last
+// acknowledged step or of the one after it. Prints the count.
 Count sweep(const DiskLog& log, const Life& life);
 
-// The same, but while the database is opened after such a cut the power goes once more.
+// The same, with a second power cut while the database is opened after the first.
 Count sweepTwice(const DiskLog& log, const Life& life);
 
 } // namespace test

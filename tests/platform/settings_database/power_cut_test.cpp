@@ -1,6 +1,6 @@
-// The power goes after every single thing that was asked of the disk: what was not synced by then
-// is lost, kept, torn or reordered in many ways (disk_model.h), and each time the database must
-// open with a whole row, and with the last one that a caller was told of.
+// Power cuts after every single operation on the disk. Whatever was not synced is lost, kept, torn
+// or reordered in many ways (disk_model.h); each time the database must open with a whole row, the
+// last one that was acknowledged or the next.
 #include "tests/platform/settings_database/power_cut.h"
 #include "tests/platform/settings_database/recording_vfs.h"
 
@@ -19,7 +19,7 @@ protected:
     std::string path() const { return folder_.file(kCutFile); }
     const TemporaryFolder& folder() const { return folder_; }
 
-    // The recording has missed nothing: with everything kept the disk holds what is there.
+    // The recording missed nothing: with everything kept, the disk matches the folder.
     void expectComplete(const DiskLog& log) const {
         Disk disk(log.start);
         for (const DiskOperation& operation : log.operations) {
@@ -97,8 +97,7 @@ TEST_F(PowerCutOfAnExistingFile, TwiceWhileItIsOpenedAgainLeavesTheOldOrTheNewRo
     EXPECT_GE(count.cuts, 100);
 }
 
-// A log is moved into the database when it is full, here after few pages, and then written again
-// from its beginning.
+// A full log, here after a few pages, is moved into the database and rewritten from its beginning.
 TEST_F(PowerCutOfAnExistingFile, OnAFullLogThatIsMovedIntoTheDatabaseLosesNothing) {
     Database database(path());
     ASSERT_EQ(database.open(), 0);
@@ -149,7 +148,7 @@ TEST_F(PowerCut, WhileAnOlderFileIsBroughtUpToDateLeavesTheOldOrTheNewTables) {
     EXPECT_GE(count.cuts, 30);
 }
 
-// Where the log cannot be had, here because somebody reads the file in the old mode.
+// Without a write-ahead log, here because someone reads the file in the old mode.
 TEST_F(PowerCutOfAnExistingFile, OnAnUpdateWithARollbackJournalLeavesTheOldOrTheNewRow) {
     ASSERT_EQ(sqlite(path(), "PRAGMA journal_mode = DELETE"), "delete\n");
     sqlite3* opened = nullptr;
@@ -204,7 +203,7 @@ TEST_F(PowerCut, WhileADamagedFileIsSetAsideKeepsItAndMakesANewOne) {
     EXPECT_GE(count.cuts, 20);
 }
 
-// ---- That all this can fail ----
+// ---- These tests can fail ----
 
 struct Lie {
     const char* name;
@@ -212,7 +211,7 @@ struct Lie {
     const char* pragma;
 };
 
-// How the test's name shows it.
+// For the test's name.
 void PrintTo(const Lie& lie, std::ostream* out) {
     *out << lie.name;
 }

@@ -18,7 +18,7 @@ using Kind = DiskOperation::Kind;
 
 constexpr int kNoFile = -1;
 
-// The log while it grows.
+// The recording in progress.
 class Recorder {
 public:
     Recorder(std::string folder, SyncManners manners)
@@ -36,7 +36,7 @@ public:
     SyncManners manners() const { return manners_; }
     DiskLog log() const { return log_; }
 
-    // The path as the log has it; nothing outside the folder, and for the folder itself "".
+    // The path as recorded; nothing outside the folder, "" for the folder itself.
     std::optional<std::string> inside(const std::string& path) const {
         if (path == folder_) {
             return "";
@@ -86,7 +86,7 @@ std::unique_ptr<Recorder>& recorder() {
     return current;
 }
 
-// The path as the log has it, or nothing while nothing is recorded.
+// The path as recorded, or nothing while there is no recording.
 std::optional<std::string> recorded(const char* path) {
     if (recorder() == nullptr || path == nullptr) {
         return std::nullopt;
@@ -115,10 +115,10 @@ void noteSync(int descriptor) {
 
 // ---- The VFS ----
 
-// What SQLite sees as a file; the system's own follows it in memory.
+// What SQLite sees as a file; the system's own object follows it in memory.
 struct RecordedFile {
     sqlite3_file base;
-    const char* name; // SQLite keeps it until the file is closed; null: a file without a name
+    const char* name; // SQLite keeps it until the file is closed; null for a temporary file
 
     sqlite3_file* system() { return reinterpret_cast<sqlite3_file*>(this + 1); }
 };
@@ -128,7 +128,7 @@ RecordedFile& recordedFile(sqlite3_file* file) {
     return *reinterpret_cast<RecordedFile*>(file);
 }
 
-// A method that is passed on as it is.
+// Passes a method on unchanged.
 template <auto method>
 struct Pass;
 template <typename... Arguments, int (*sqlite3_io_methods::*method)(sqlite3_file*, Arguments...)>
@@ -140,7 +140,7 @@ struct Pass<method> {
 };
 using Methods = sqlite3_io_methods;
 
-// Notes a change of a file that succeeded.
+// Records a successful change of a file.
 int noted(int code, const RecordedFile& file, DiskOperation operation) {
     if (const std::optional<std::string> path = recorded(file.name); code == SQLITE_OK && path) {
         operation.file = recorder()->fileOf(*path);
@@ -218,7 +218,7 @@ int openFile(sqlite3_vfs*, const char* name, sqlite3_file* file, int flags, int*
     return code;
 }
 
-// Noted first: the folder is synced inside the call.
+// Recorded first: the call itself syncs the folder.
 int deleteFile(sqlite3_vfs*, const char* name, int syncFolder) {
     if (const std::optional<std::string> path = recorded(name)) {
         recorder()->unlink(*path);
@@ -261,7 +261,7 @@ DiskLog Recording::finish() {
 
 } // namespace test
 
-// These stand before those of the C library, for SQLite and the settings-database library.
+// These override the C library's, for SQLite and the settings-database library.
 // NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): libc's are reserved
 extern "C" int fsync(int descriptor) {
     test::noteSync(descriptor);

@@ -1,9 +1,10 @@
-// Writes down what SQLite and the settings-database library ask of the disk. Below both lies a
-// SQLite VFS of the test's own, the default one of the process; it passes everything on to the
-// system's, so that locks and shared memory are the real ones. Names and syncs are seen where
-// they leave the process, in fsync, rename and mkdir: SQLite syncs folders by itself.
+// Records the operations of SQLite and of the settings-database library on the disk. A SQLite VFS
+// of the test's own, the default one of the process, passes everything on to the system's, so that
+// locks and shared memory are real. Names and syncs are intercepted in fsync, rename and mkdir,
+// because SQLite syncs folders itself.
 //
-// A sync is noted and not done: the disk of a test needs none. One recording at a time, one thread.
+// A sync is recorded but not performed: a test's disk needs none. One recording at a time, one
+// thread.
 #pragma once
 
 #include "tests/platform/settings_database/disk_model.h"
@@ -15,16 +16,15 @@ namespace test {
 // What the disk does with a sync.
 enum class SyncManners {
     honest,
-    liesAboutFiles,  // says that it is done
+    liesAboutFiles,  // claims success
     liesAboutFolders // of names only
 };
 
 // Makes the VFS the process's default. Once; before a database is opened.
 void installRecordingVfs();
 
-// Records what happens in one folder, from its beginning to `finish`. What lies there at the
-// beginning is taken for safe; the shared memory of a log is left out, since it is no file of a
-// disk.
+// Records what happens in one folder until `finish`. Takes the initial contents for safe; leaves
+// out the shared memory of a log, which is not on the disk.
 class Recording {
 public:
     explicit Recording(const std::string& folder, SyncManners manners = SyncManners::honest);
@@ -32,7 +32,7 @@ public:
     Recording(const Recording&) = delete;
     Recording& operator=(const Recording&) = delete;
 
-    // The caller was told that its change is done.
+    // Records that the caller was told that its change is done.
     void acknowledge();
 
     DiskLog finish();

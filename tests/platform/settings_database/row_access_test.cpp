@@ -1,4 +1,4 @@
-// Reading and writing rows, against what the sqlite3 command wrote or reads.
+// Reading and writing rows, checked with the sqlite3 command.
 #include "tests/platform/settings_database/database_fixture.h"
 
 #include <algorithm>

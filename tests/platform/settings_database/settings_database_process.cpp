@@ -1,11 +1,11 @@
 // Another process that uses a settings database, for tests that lock it or kill the writer.
 //   settings_database_process COMMAND PATH [N]
 //     open         opens and closes; the exit status is the result plus 10
-//     open-killed  as open, but the N-th change of a file is done by half and kills
-//     update-killed  opens, then sets every column to "new"; the N-th change from then on kills
-//     write        sets every column to one text, then to another, without end
+//     open-killed  as open, but stops half-way through the N-th change of a file and dies
+//     update-killed  opens, then sets every column to "new"; the N-th change from then on is fatal
+//     write        sets every column to one text, then to another, forever
 //     lock         holds BEGIN EXCLUSIVE until it is killed
-//     lock-all     holds the file so that nobody reads it either
+//     lock-all     locks the file against readers too
 #include "platform/settings_database.h"
 #include "text.h"
 
@@ -24,7 +24,7 @@ namespace {
 constexpr int kNever = -1;
 int changesLeft = kNever;
 
-// Whether the change that is about to be made is the last one.
+// Whether the next change is the last one.
 bool isLastChange() {
     return changesLeft != kNever && --changesLeft == 0;
 }
@@ -60,7 +60,7 @@ int cutUnlink(const char* path) {
     return ::unlink(path);
 }
 
-// SQLite lets its system calls be replaced by name.
+// SQLite allows replacing its system calls by name.
 void watchSqlite() {
     sqlite3_vfs* system = sqlite3_vfs_find(nullptr);
     const auto replace = [system](const char* name, auto* function) {
@@ -130,7 +130,7 @@ int lock(const char* path, const char* sql) {
 
 } // namespace
 
-// The library's own changes of names. They stand before those of the C library.
+// The library's own changes of names: these override the C library's.
 // NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): libc's are reserved
 extern "C" int rename(const char* from, const char* to) noexcept {
     dieAtTheLastChange();

@@ -1,5 +1,5 @@
-// Files that cannot be opened now but are not damaged: locked, not permitted, read-only, full.
-// Nothing is ever renamed.
+// Files that cannot be opened now but are not damaged: locked, not permitted, read-only, full. None
+// of them is ever renamed.
 #include "tests/platform/settings_database/database_fixture.h"
 
 #include "tests/support/child_process.h"
@@ -17,13 +17,13 @@ using Clock = std::chrono::steady_clock;
 
 class UnwillingTest : public DatabaseTest {
 protected:
-    // A database in the old journal mode, with a table that is missing.
+    // A database in the old journal mode that lacks a table.
     void makeOldDatabase() {
         sqlite(path(), "CREATE TABLE webgui_tbl(Name, Language); INSERT INTO webgui_tbl "
                        "VALUES('Zolan CMS Web GUI Settings','Dansk')");
     }
 
-    // Opens in vain: -1, an unusable handle, one line with the reason, the same files as before.
+    // Fails to open: -1, an unusable handle, one line with the reason, the same files as before.
     void expectRefusal(const std::string& file, const std::string& reason) {
         const std::vector<std::string> before = files();
         Database database(file);
@@ -39,7 +39,7 @@ protected:
         EXPECT_EQ(files(), before);
     }
 
-    // A process that locks the file; it has the lock when this returns.
+    // Starts a process that locks the file; it holds the lock when this returns.
     std::unique_ptr<ChildProcess> lock(const std::string& command) {
         const std::string output = locks_.file("output");
         writeFile(output, "");
@@ -238,7 +238,7 @@ TEST_F(UnwillingFileSystem, FailsAnUpdateOnAFullDiskAndKeepsTheRow) {
         const Row row(NamesAndValues{{"Timer", "x"}});
         testing::internal::CaptureStderr();
         int code = 0;
-        // The log may have room for a few more.
+        // The log may have space for a few more.
         for (int i = 0; i < 100 && code == 0; ++i) {
             const Row next(NamesAndValues{{"Timer", std::to_string(i)}});
             code = update_database_table_with_condition(database.handle(), kTable, next.get(), "");
@@ -262,7 +262,7 @@ int setTimer(Database& database, const char* value) {
     return update_database_table_with_condition(database.handle(), kTable, row.get(), "");
 }
 
-// SQLite itself would go on writing to a file that has no name any more.
+// SQLite itself would keep writing to a file that has lost its name.
 TEST_F(GoneFile, RefusesChangesThatNobodyWouldFind) {
     Database database(path());
     ASSERT_EQ(database.open(), 1);

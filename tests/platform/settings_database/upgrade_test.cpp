@@ -1,4 +1,4 @@
-// Files of older shapes, made by the sqlite3 command: each is brought up to date and keeps its
+// Files of older shapes, made with the sqlite3 command: each is brought up to date and keeps its
 // values.
 #include "tests/platform/settings_database/database_fixture.h"
 
@@ -20,7 +20,8 @@ constexpr const char* kTheme = "CREATE TABLE Misc(Key TEXT, Data TEXT);"
 class UpgradeTest : public DatabaseTest {
 protected:
     void make(const std::string& sql) { ASSERT_EQ(sqlite(path(), sql), ""); }
-    // Opens with the result 2, silently, and once more with 0; then checks what always holds.
+    // Opens with the result 2, without a log line, and again with 0; then checks what must always
+    // hold.
     void upgrade() {
         testing::internal::CaptureStderr();
         {
@@ -161,7 +162,7 @@ TEST_F(Upgrade, ReplacesAViewThatTheThemeCannotBeReadFrom) {
     }
 }
 
-// Each has the columns Key and Data and loses the stored theme nevertheless.
+// Each has the columns Key and Data, and yet loses the stored theme.
 TEST_F(Upgrade, ReplacesAViewThatDoesNotGiveTheStoredTheme) {
     for (const char* view :
          {"SELECT Key, Data FROM Misc WHERE Key = 'Other'",
