@@ -155,33 +155,12 @@ TEST_F(PlatformDouble, GivesConnectionsNamesInTheOrderOfOpening) {
                             "osselRedisDisconnect(ctx1)", "osselRedisDisconnect(null)"));
 }
 
-TEST_F(PlatformDouble, FailsOnANullConnectionWithoutACrash) {
-    std::array<char, 256> text{};
-    unsigned int count = 9;
-    InstanceSlot* members = nullptr;
-    EXPECT_NE(osselGenerateUUID(nullptr, text.data()), 0);
-    EXPECT_NE(osselDeleteHash(nullptr, "key"), 0);
-    EXPECT_NE(osselGetHashField(nullptr, "key", "field", text.data()), 0);
-    EXPECT_EQ(osselHashGetAll(nullptr, "key", &count), nullptr);
-    EXPECT_EQ(count, 0U);
-    EXPECT_EQ(osselIsFieldMatched(nullptr, "key", "field", "value"), 0);
-    EXPECT_NE(osselSMembers(nullptr, "key", &members, &count), 0);
-    EXPECT_NE(osselCreateEventObject(nullptr, "source", 0, nullptr, 0), 0);
-}
-
 TEST_F(PlatformDouble, GivesUuidsOfThirtySixCharacters) {
     std::array<char, 37> text{};
     ASSERT_EQ(osselGenerateUUID(context(), text.data()), 0);
     EXPECT_EQ(text.data(), doubles::uuid(1));
     EXPECT_EQ(doubles::uuid(1).size(), 36U);
     EXPECT_EQ(doubles::uuid(12).size(), 36U);
-}
-
-TEST_F(PlatformDouble, SetsFieldsOfAHashAndLeavesTheOthers) {
-    doubles::hashes()["key"] = {{"A", "1"}, {"B", "2"}};
-    const FieldValuePair field = pairOf("B", "3");
-    ASSERT_EQ(osselCreateHashTable(context(), "key", &field, 1), 0);
-    EXPECT_THAT(doubles::hashes()["key"], ElementsAre(Pair("A", "1"), Pair("B", "3")));
 }
 
 TEST_F(PlatformDouble, HandsOutAWholeHashInStoredOrder) {
@@ -226,16 +205,6 @@ TEST_F(PlatformDouble, HandsOutAnEmptyTextInsteadOfTheStoredOne) {
     EXPECT_STREQ(text.data(), "");
 }
 
-TEST_F(PlatformDouble, CutsAFieldTo255Characters) {
-    doubles::hashes()["key"] = {{"long", std::string(300, 'x')}, {"empty", ""}};
-    std::array<char, 300> text{};
-    ASSERT_EQ(osselGetHashField(context(), "key", "long", text.data()), 0);
-    EXPECT_EQ(text.data(), std::string(255, 'x'));
-    EXPECT_EQ(osselGetHashField(context(), "key", "empty", text.data()), 0);
-    EXPECT_STREQ(text.data(), "");
-    EXPECT_NE(osselGetHashField(context(), "key", "absent", text.data()), 0);
-}
-
 TEST_F(PlatformDouble, MatchesAFieldOnlyWhenItIsEqual) {
     doubles::hashes()["key"] = {{"A", "1"}};
     EXPECT_NE(osselIsFieldMatched(context(), "key", "A", "1"), 0);
@@ -243,37 +212,6 @@ TEST_F(PlatformDouble, MatchesAFieldOnlyWhenItIsEqual) {
     EXPECT_EQ(osselIsFieldMatched(context(), "key", "B", "1"), 0);
     doubles::fail("osselIsFieldMatched");
     EXPECT_EQ(osselIsFieldMatched(context(), "key", "A", "1"), 0);
-}
-
-TEST_F(PlatformDouble, PushesAValueToAListOnceAndNeverToASet) {
-    EXPECT_EQ(osselListRightPush(context(), "list", "a"), 0);
-    EXPECT_EQ(osselListRightPush(context(), "list", "a"), 0);
-    EXPECT_THAT(doubles::lists()["list"], ElementsAre("a"));
-    doubles::sets()["set"] = {"b"};
-    EXPECT_NE(osselListRightPush(context(), "set", "a"), 0);
-    EXPECT_EQ(osselSADD(context(), "set", "b", 0), 0);
-    EXPECT_THAT(doubles::sets()["set"], ElementsAre("b"));
-}
-
-TEST_F(PlatformDouble, FailsToRemoveWhatIsNotThere) {
-    doubles::lists()["list"] = {"a"};
-    doubles::sets()["set"] = {"a"};
-    EXPECT_EQ(osselLREM(context(), "list", 1, "a"), 0);
-    EXPECT_NE(osselLREM(context(), "list", 1, "a"), 0);
-    EXPECT_EQ(osselRemoveInstanceFromSet(context(), "set", "a"), 0);
-    EXPECT_NE(osselRemoveInstanceFromSet(context(), "set", "a"), 0);
-}
-
-TEST_F(PlatformDouble, ReadsTheMembersOfAListAsWellAsOfASet) {
-    doubles::lists()["list"] = {"a", "b"};
-    InstanceSlot* members = nullptr;
-    unsigned int count = 0;
-    ASSERT_EQ(osselSMembers(context(), "list", &members, &count), 0);
-    const MallocPtr<InstanceSlot> owner{members};
-    ASSERT_EQ(count, 2U);
-    EXPECT_STREQ(members[1], "b");
-    ASSERT_EQ(osselSMembers(context(), "absent", &members, &count), 0);
-    EXPECT_EQ(count, 0U);
 }
 
 TEST_F(PlatformDouble, HandsOutNoMembersWithAndWithoutMemory) {
@@ -466,17 +404,6 @@ TEST_F(PlatformDouble, AppliesAnUpdateToItsRow) {
                             "[Language:1=German], \" where 1\")",
                             "insert_database_table_entry_struct(\"webgui_tbl\", "
                             "[Language:1=German])"));
-}
-
-TEST_F(PlatformDouble, CutsAColumnTo23And255CharactersAndTakesNull) {
-    SettingsColumn column{};
-    tql_update_ssqlcol_struct(&column, 0, std::string(40, 'n').c_str(),
-                              std::string(300, 'v').c_str());
-    EXPECT_EQ(column.name, std::string(23, 'n'));
-    EXPECT_EQ(column.value, std::string(255, 'v'));
-    tql_update_ssqlcol_struct(&column, 0, nullptr, nullptr);
-    EXPECT_STREQ(column.name, "");
-    EXPECT_STREQ(column.value, "");
 }
 
 TEST_F(PlatformDouble, LeavesTheScaleUntouchedWhenItCannotBeRead) {
