@@ -16,8 +16,10 @@ namespace {
 
 constexpr const char* kThemes[] = {"dark", "light"};
 
-// Far more than a view over a few rows takes; a view that never ends is given up.
+// Far more than a view over two rows needs: the trial gives up on a view that never ends or that
+// makes huge values.
 constexpr int kMaxTrialSteps = 1'000'000;
+constexpr int kMaxTrialBytes = 1'000'000;
 
 Connection openInMemory() {
     sqlite3* opened = nullptr;
@@ -31,6 +33,7 @@ Connection openInMemory() {
         throw SqlError(opened);
     }
     const auto giveUp = [](void* /*user*/) { return 1; };
+    sqlite3_limit(opened, SQLITE_LIMIT_LENGTH, kMaxTrialBytes);
     sqlite3_progress_handler(opened, kMaxTrialSteps, giveUp, nullptr);
     return connection;
 }

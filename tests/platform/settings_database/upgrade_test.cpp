@@ -169,7 +169,7 @@ TEST_F(Upgrade, ReplacesAViewThatDoesNotGiveTheStoredTheme) {
           "SELECT Key, Data FROM Misc WHERE Key = 'theme'", "SELECT 'Theme' AS Key, Data FROM Misc",
           "SELECT 'Theme' AS Key, 'light' AS Data", "SELECT Data AS Key, Key AS Data FROM Misc",
           "SELECT Key, upper(Data) AS Data FROM Misc", "SELECT Key, NULL AS Data FROM Misc",
-          "SELECT Key, Data FROM elsewhere",
+          "SELECT Key, Data FROM elsewhere", "SELECT Key, zeroblob(900000000) AS Data FROM Misc",
           "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i FROM n) "
           "SELECT 'Theme' AS Key, i AS Data FROM n WHERE i = 0"}) {
         SCOPED_TRACE(view);
