@@ -39,10 +39,10 @@ enum DisplayValue {
 };
 static_assert(std::size(kDisplayNames) == kDisplayValueCount, "a name without a position");
 
-// Serialises the handlers: they share the settings and the record of the last query. A read locks
-// it only when it has something to change and so never waits out an update's pauses otherwise. Such
-// a read may have asked the unit just before an update changed the scale; the settings then keep
-// the older text until the next read.
+// Serialises the handlers, which share the settings and the record of the last query. A read locks
+// it only to change the settings; a read without a change therefore never waits out an update's
+// pauses. A read with one may have asked the unit just before an update changed the scale; the
+// settings then keep the older text until the next read.
 std::mutex handlerMutex;
 
 int fail(ReturnMessage* answer) {

@@ -10,7 +10,7 @@
 #include <cstdint>
 #include <iterator>
 
-// The managing mode of a unit that has not been told how it is managed.
+// Neither of the known managing modes, 0 and 1.
 inline constexpr std::int32_t kUnknownManagingMode = 2;
 
 // How the cooling unit is managed. Its temperature scale is read and written only while this is 0.

@@ -89,6 +89,6 @@ int WebGUIAgent::Transaction(unsigned int status) noexcept {
         Run_SQL(kStatements[status], 0);
         return 1;
     } catch (const std::runtime_error&) {
-        return 0; // Run_SQL has logged why
+        return 0; // Run_SQL has logged a failed statement
     }
 }

@@ -42,7 +42,7 @@ int createInStore(redisContext* context, const char* uuid, const ReturnMessage& 
 
 } // namespace
 
-// The count is no 8-bit type: va_start must not name a parameter of a promoted type.
+// The count is not an 8-bit type: va_start must not name a parameter of a promoted type.
 // NOLINTNEXTLINE(cert-dcl50-cpp): the contract makes the texts variadic
 int setReturnMessage(ReturnMessage* record, const char* id, unsigned int argCount, ...) {
     copyBounded(record->messageId, id);

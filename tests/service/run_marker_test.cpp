@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -91,6 +92,16 @@ TEST_F(RunMarker, HasThePermissionsThatTheUmaskLeaves) {
     ::umask(umask);
     EXPECT_EQ(std::filesystem::status(folder.file("marker")).permissions(),
               std::filesystem::perms{0644});
+}
+
+TEST_F(RunMarker, IsCreatedOnDescriptorZeroToo) {
+    const int input = ::dup(STDIN_FILENO);
+    ASSERT_GT(input, 0);
+    ::close(STDIN_FILENO);
+    createRunMarker();
+    EXPECT_THAT(doubles::calls(), ElementsAre(kOpen));
+    EXPECT_EQ(::dup2(input, STDIN_FILENO), STDIN_FILENO);
+    ::close(input);
 }
 
 TEST_F(RunMarker, IsClosedAtOnce) {
