@@ -1,6 +1,12 @@
-// A connection to the store for commands: made when first needed, renewed when lost,
-// every command bounded in time. Subscriptions have a connection of their own
-// (client/subscription.h).
+// A connection to the store for commands: opened on demand, renewed when lost, every command
+// bounded in time.
+//
+// For every command that does not say otherwise:
+//   words    sent as they are: nothing is quoted or split
+//   time     at most kStoreTimeout each for connecting and for the command
+//   throws   StoreUnreachable, and StoreRefused for an error reply; the connection stays usable
+//   retries  none: a connection that the server closed meanwhile is renewed before sending, but a
+//            command that was sent is never repeated
 #pragma once
 
 #include "client/wire.h"
@@ -10,48 +16,46 @@
 
 namespace client {
 
-// How long connecting, and how long a command, may take.
+// How long connecting, and how long one command, may take.
 inline constexpr std::chrono::milliseconds kStoreTimeout = redis::kTimeout;
 
-// Not for two threads at once: each thread has its own.
+// One thread at a time: each has a connection of its own.
 class StoreConnection {
 public:
     explicit StoreConnection(Address address);
 
     const Address& address() const { return address_; }
 
-    // Sends one command (its words as they are, nothing is quoted or split) and gives its
-    // reply, never an error reply. A connection that the server closed since the last
-    // command is renewed first; a command that was sent is never repeated.
-    // Throws StoreUnreachable, StoreRefused.
+    // Returns the reply, which is never an error.
     Reply command(const Words& words);
 
-    // Several commands in one round trip and their replies, error replies among them: `check` turns
-    // one into an exception. Never repeated, as `command`. Throws StoreUnreachable.
+    // Several commands in one round trip. Returns their replies, error replies among them, which
+    // `check` turns into exceptions.
     std::vector<Reply> exchange(std::span<const Words> commands);
-    // Throws StoreRefused if the reply to the command is an error.
+    // Throws StoreRefused when the reply to the command is an error.
     void check(const Words& command, const Reply& reply) const;
 
-    // Commands that only read, in one round trip, and their replies, none of them an error. Sent
-    // once more where a connection that stood already turns out to be lost. Throws as `command`.
+    // Commands that only read, in one round trip. Returns their replies, none of them an error.
+    // Skips the check of the connection, and repeats the commands when it turns out to be lost.
     std::vector<Reply> lookUp(std::span<const Words> commands);
 
-    // The same as `command` for a command that blocks in the server, XREAD for instance: waits up
-    // to the deadline, and nothing is the answer then. Throws Stopped too, and the connection is
-    // dropped then, which ends the command in the server.
+    // As `command`, for one that blocks in the server, such as XREAD. Nothing when no reply came by
+    // the deadline. Also throws Stopped (`stop` may be null). Both drop the connection, which ends
+    // the command in the server.
     std::optional<Reply> blockingCommand(const Words& words, Deadline deadline, const Stop* stop);
 
-    // One field of a hash; nothing when key or field is missing.
+    // HGET; nothing when key or field is missing.
     std::optional<std::string> hashField(const std::string& key, const std::string& field);
-    // A whole hash; empty when the key is missing.
+    // HGETALL; empty when the key is missing.
     std::map<std::string, std::string> hash(const std::string& key);
+    // EXISTS.
     bool exists(const std::string& key);
 
 private:
     Wire& wire();
-    // On the wire that is there. Nothing: no reply in time; the wire is dropped then.
+    // On the open wire. Nothing when no reply came in time; the wire is dropped then.
     std::optional<std::vector<Reply>> roundTrip(std::span<const Words> commands);
-    // Throws StoreUnreachable for nothing.
+    // Unwraps the replies; throws StoreUnreachable when there are none.
     std::vector<Reply> received(std::span<const Words> commands,
                                 std::optional<std::vector<Reply>> replies) const;
 
@@ -59,11 +63,11 @@ private:
     std::unique_ptr<Wire> wire_;
 };
 
-// The fields of a hash; empty for a reply that is no list.
+// The fields in the reply to HGETALL; empty when it is not a list.
 std::map<std::string, std::string> hashIn(const Reply& reply);
 
-// What a refused command throws: names server, command and key, and advises. Shared by
-// connections and subscriptions.
+// Throws StoreRefused for an error reply, naming server, command and key, with advice on the most
+// common errors.
 [[noreturn]] void throwRefused(const Address& address, const Words& words,
                                const std::string& error);
 

@@ -1,5 +1,3 @@
-// Walks from the schema registry to the provider's channel and to the instance.
-// Requests are left to client/requester.cpp, the schema's making to client/provisioning.cpp.
 #include "client/discovery.h"
 
 #include "client/errors.h"
@@ -28,7 +26,7 @@ Words readMembers(const Place& place) {
                        : Words{"LRANGE", place.collection, "0", "0"};
 }
 
-// The first of a list, the lowest of a set; empty where there is none.
+// The first member of a list, the lowest of a set; empty when there are none.
 std::string firstOf(const Reply& members) {
     const auto first =
         std::min_element(members.elements.begin(), members.elements.end(),
@@ -36,7 +34,7 @@ std::string firstOf(const Reply& members) {
     return first == members.elements.end() ? std::string{} : first->text;
 }
 
-// Completes a place of which the schema type is known.
+// Completes a place whose schema type is known.
 void findInstanceOf(StoreConnection& store, Place& place) {
     const std::optional<std::string> collection =
         store.hashField(place.schemaType, kCollectionField);

@@ -1,22 +1,24 @@
-// Finds, through the store alone, who serves the WebGUI resource and where it lies, and
-// tells what the server knows of the provider's subscription.
+// Finds in the store who serves the WebGUI resource and where it lies, and what the server knows
+// about the provider's subscription.
+//
+// For every function:
+//   store   borrowed for the call
+//   throws  as StoreConnection, and what it names
 #pragma once
 
 #include "client/connection.h"
 
 namespace client {
 
-// Throw as StoreConnection, and as given. `store` is borrowed for the call.
-
-// The type id under which the schema is registered. StoreContents where it is not.
+// The type id under which the schema is registered. StoreContents when it is not.
 std::string findSchemaType(StoreConnection& store);
 
-// The channel on which the provider of the resource takes requests. StoreContents where the
-// schema is unknown, NobodyThere where no provider is registered.
+// The channel on which the provider takes requests. StoreContents when the schema is unknown,
+// NobodyThere when no provider is registered.
 std::string findProvider(StoreConnection& store);
 
-// The key of the resource's instance: the first of the schema type's instance collection, a
-// list or a set (the lowest key then). StoreContents where there is none.
+// The key of the resource's instance: the first in the schema type's instance collection, a list or
+// a set (its lowest key then). StoreContents when there is none.
 std::string findInstance(StoreConnection& store);
 
 // Where a request for the resource goes, as found at one moment.
@@ -36,11 +38,11 @@ Place findPlace(StoreConnection& store);
 std::vector<Words> lookAgain(const Place& place);
 bool isStill(const Place& place, std::span<const Reply> replies);
 
-// How many connections listen on the channel.
+// The number of connections that listen on the channel.
 long long countListeners(StoreConnection& store, const std::string& channel);
 
-// How long the provider has been listening: the age of the connection that is named like
-// its channel. Nothing when there is no such connection.
+// How long the provider has been listening: the age of the connection with its channel's name.
+// Nothing when there is no such connection.
 std::optional<std::chrono::seconds> listeningFor(StoreConnection& store,
                                                  const std::string& channel);
 

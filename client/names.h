@@ -1,5 +1,4 @@
-// Keys, fields, channels and message ids: how the store and the request channel spell
-// what this library needs. Constants only; who uses them lies in the other files.
+// Keys, fields, channels and message ids, as the store and the request channel spell them.
 #pragma once
 
 #include <string>
@@ -10,7 +9,7 @@ namespace client {
 // The resource type that the provider serves.
 inline constexpr std::string_view kSchemaType = "#OrvaneWebGUI.1.0.0.WebGUI";
 
-// Keys of the store.
+// Keys of the store, whole or to be made for an instance, a request or an event source.
 inline constexpr const char* kSchemaRegistry = "OsselSchemaInstances";
 inline constexpr const char* kProviderDirectory = "OvrCallbacks";
 inline constexpr const char* kEventSource = "Zolan Event";

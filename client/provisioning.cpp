@@ -1,5 +1,3 @@
-// The schema definitions of the WebGUI resource, as a table, and their writing.
-// Who reads them is the provider, and client/discovery.cpp.
 #include "client/provisioning.h"
 
 #include "client/errors.h"

@@ -1,5 +1,5 @@
-// Writes the schema definitions that the provider looks up when it starts. On a controller
-// its Redfish service does that.
+// Writes the schema definitions that the provider looks up when it starts. On a controller its
+// Redfish service does that.
 #pragma once
 
 #include "client/connection.h"
@@ -11,13 +11,12 @@ struct Definition {
     std::string key;
     std::string field;
     std::string value;
-    bool written = false; // false: it was there already
+    bool written = false; // false: it existed already
 };
 
-// Makes the store hold all definitions, and gives them in the order of writing: the
-// registry, which leads to all others, comes last. Throws as StoreConnection; StoreContents
-// when the schema is registered under another id, or a field has another value. Nothing
-// was written then.
+// Writes the definitions that the store lacks and returns all of them in the order of writing: the
+// registry, which leads to the others, comes last. Throws as StoreConnection; StoreContents, before
+// anything is written, when the schema is registered under another id or a field has another value.
 std::vector<Definition> provision(StoreConnection& store);
 
 } // namespace client

@@ -1,5 +1,3 @@
-// The road of one request: request object, subscription, publication, return message.
-// Who the provider is, and what the fields mean, is left to the callers.
 #include "client/requester.h"
 
 #include "client/names.h"
@@ -11,11 +9,11 @@ namespace client {
 
 namespace {
 
-// An action's provider writes into the request object just before it answers. A stopped
-// client therefore waits this much longer, more than an action ever takes ...
+// An action's provider writes into the request object just before it answers. A stopped client
+// therefore waits this much longer, more than any action takes.
 constexpr std::chrono::milliseconds kActionGrace{4000};
-// ... and after a time-out the object is left this long, emptied, so that what the
-// provider may still write to it expires with it.
+// After a time-out the object stays this long, emptied, so that what the provider may still write
+// into it expires with it.
 constexpr std::chrono::milliseconds kAbandonedLife{5000};
 
 constexpr int kMaxArguments = 5;
@@ -25,8 +23,8 @@ constexpr int kMaxArguments = 5;
 //   KEYS  the object; the lease, where there is one
 //   ARGV  the lease's token and its life in milliseconds, channel, payload, the object's life in
 //         milliseconds, its names and values
-// Gives the number of listeners, or one of the results below. Without a listener there is no
-// object.
+// Returns the number of listeners, or one of the results below. Stores no object when nothing
+// listens.
 constexpr const char* kSendScript =
     "if KEYS[2] then "
     "if redis.call('GET', KEYS[2]) ~= ARGV[1] then return -2 end "
@@ -67,7 +65,7 @@ std::string Answer::text() const {
     return arguments.empty() ? result : result + ")";
 }
 
-// The request object in the store, gone at the latest with this guard.
+// The request object in the store, deleted at the latest with this guard.
 class Requester::RequestObject {
 public:
     RequestObject(StoreConnection& store, const Request& request)
@@ -96,7 +94,7 @@ public:
     }
 
 private:
-    // Where it fails, the object expires by itself.
+    // If that fails, the object expires by itself.
     void tryCommand(const Words& words) noexcept {
         try {
             store_.command(words);
@@ -133,7 +131,7 @@ private:
 Requester::Requester(StoreConnection& store, std::chrono::milliseconds timeout, const Stop* stop)
     : store_(store), subscription_(store.address()), timeout_(timeout), stop_(stop) {}
 
-// A name per request: what is answered late or twice reaches nobody.
+// One name per request, so that late or repeated answers reach nobody.
 void Requester::prepare() {
     if (replies_.empty()) {
         replies_ = replyChannel(redis::makeUuid());

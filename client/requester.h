@@ -10,7 +10,7 @@
 
 namespace client {
 
-// The return message of one request.
+// The return message of a request.
 struct Answer {
     std::string messageId;
     std::vector<std::string> arguments;
@@ -21,7 +21,7 @@ struct Answer {
     std::string text() const;
 };
 
-// A request whose answer is not "Success" where only that helps the caller.
+// The answer to a request is not "Success", without which the caller cannot go on.
 class AnsweredOtherwise : public Error {
 public:
     AnsweredOtherwise(const std::string& request, Answer given)
@@ -31,44 +31,46 @@ public:
 
 using Fields = std::vector<std::pair<std::string, std::string>>;
 
-// What goes to the provider. With fields, these are stored under `argument` first: the
-// request object, which must not exist yet.
+// What goes to the provider. Fields, if any, are first stored under `argument` as the request
+// object, which must not exist yet.
 struct Request {
     std::string messageId;
     std::string argument;
     Fields fields;
 };
 
-// What a request takes along, so that it costs no round trip of its own.
+// Commands that travel with a request, so that they cost no round trip of their own.
 struct Escort {
-    // Must still be held when the request is sent, and is held for its whole life from then on.
-    // Null: none. Only for requests with fields.
+    // Checked when the request is sent, and prolonged to its full life then; null: none. Only for
+    // requests with fields.
     Lease* lease = nullptr;
-    // Commands for the moment after the answer, in this order.
+    // Executed after the answer, in this order.
     std::vector<Words> after{};
-    // The replies to these, error replies among them.
+    // Their replies, error replies among them; filled by perform.
     std::vector<Reply> replies{};
 };
 
-// How much longer than the time-out for its answer a request object is kept by the store,
-// should the client die before it deletes it.
+// How long the store keeps a request object beyond the time-out for its answer, should the client
+// die before deleting it.
 inline constexpr std::chrono::seconds kRequestObjectMargin{60};
 
-// Not for two threads at once. `store` and `stop` (may be null) are borrowed for its life.
+// One thread at a time. `store` and `stop` (may be null) must outlive it. The answers come on a
+// connection of its own.
 class Requester {
 public:
     Requester(StoreConnection& store, std::chrono::milliseconds timeout, const Stop* stop);
 
-    // Subscribes ahead to what the next request needs. Returns at once: the store confirms it while
-    // the caller does something else.
+    // Subscribes to the next request's reply channel ahead of time and returns at once: the store
+    // confirms it while the caller does something else. Optional.
     void prepare();
 
-    // Publishes the request on the provider's channel and gives its answer, whatever it
-    // says; `escort` may be null. However it ends, the request object is deleted, or expires
-    // shortly where the provider might still write to it. Throws as StoreConnection, and
-    // NobodyThere (nobody listens), NoAnswer, Stopped, StoreContents (the object exists, or the
-    // return message is missing), LeaseHeld (the lease was lost: nothing was sent), InvalidArgument
-    // (a text is not UTF-8).
+    // Publishes the request on the provider's channel and returns its answer, whatever that says.
+    //   escort   may be null
+    //   cleanup  the request object is deleted in any case, or expires soon if the provider might
+    //            still write to it
+    //   throws   as StoreConnection; NobodyThere (nothing listens), NoAnswer, Stopped,
+    //            StoreContents (the object exists, or the return message is missing), LeaseHeld
+    //            (the lease was lost: nothing was sent), InvalidArgument (a text is not UTF-8)
     Answer perform(const std::string& channel, const Request& request, Escort* escort = nullptr);
 
     std::chrono::milliseconds timeout() const { return timeout_; }

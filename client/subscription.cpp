@@ -1,5 +1,3 @@
-// Subscribes to channels and waits for their messages.
-// What the messages mean is left to client/requester.cpp.
 #include "client/subscription.h"
 
 #include "client/connection.h"
@@ -37,7 +35,7 @@ void Subscription::subscribe(const std::string& channel) {
         try {
             const bool isAnnounced = announced_ == channel;
             confirm(channel, isAnnounced);
-            // What was confirmed long ago may have been lost since.
+            // Confirmed once, but the connection may have been lost since.
             if (!isAnnounced || !wire_->isStale()) {
                 return;
             }

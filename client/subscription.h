@@ -1,28 +1,28 @@
-// A connection of its own that waits for messages on channels.
+// Messages on channels, on a connection of their own, which redis does not let mix with commands.
 #pragma once
 
 #include "client/wire.h"
 
 namespace client {
 
-// Not for two threads at once.
+// One thread at a time.
 class Subscription {
 public:
     explicit Subscription(Address address);
 
-    // Asks for the subscription and leaves the confirmation to `subscribe`, so that the store works
-    // on it meanwhile. Does nothing without a connection, or if that is lost.
+    // Requests the subscription without waiting for its confirmation, so that the store works on it
+    // while the caller goes on to `subscribe`. Does nothing without an open connection.
     void announce(const std::string& channel) noexcept;
 
-    // Returns when the store has confirmed it: what is published from then on is not
-    // missed. Connects when needed. Throws StoreUnreachable, StoreRefused.
+    // Returns when the store has confirmed it: nothing published from then on is missed. Connects
+    // on demand. Throws StoreUnreachable, StoreRefused.
     void subscribe(const std::string& channel);
 
-    // Messages of the channel that are still on their way are dropped later.
+    // Does not wait; messages of the channel that still arrive are dropped.
     void unsubscribe(const std::string& channel) noexcept;
 
-    // The next message on the channel; those of other channels are dropped. Nothing when
-    // none has come by the deadline. Throws Stopped, StoreUnreachable.
+    // The next message on the channel; those of other channels are dropped. Nothing when none has
+    // come by the deadline. Throws Stopped (`stop` may be null), StoreUnreachable.
     std::optional<std::string> next(const std::string& channel, Deadline deadline,
                                     const Stop* stop);
 
