@@ -58,7 +58,7 @@ redisContext* connect() {
     if (!address) {
         return nullptr;
     }
-    std::unique_ptr<redisContext> context = openContext(*address);
+    Context context = openContext(*address);
     if (context == nullptr || !isServed(*context)) {
         return nullptr;
     }
@@ -100,7 +100,7 @@ redisContext* osselRedisConnect(void) {
 
 void osselRedisDisconnect(redisContext* context) {
     ossel::resultCode([context] {
-        const std::unique_ptr<redisContext> closing(context);
+        const ossel::Context closing(context);
         if (closing != nullptr) {
             ossel::leaveConnection(context);
         }

@@ -41,8 +41,9 @@ void complainOfUnwanted(redisContext& context, Command command, const Reply& rep
         complainOfReply(command, reply.text);
         return;
     }
-    context.connection.fail(Failure::nonsense, "a reply of an unexpected type");
-    complainOfReply(command, context.connection.reason());
+    connectionOf(context).fail(Failure::nonsense, "a reply of an unexpected type");
+    updateHandle(context);
+    complainOfReply(command, connectionOf(context).reason());
 }
 
 bool isOneOf(std::initializer_list<Reply::Kind> kinds, const Reply& reply) {
@@ -58,13 +59,14 @@ bool exchange(redisContext& context, std::span<const Command> commands, std::spa
     if (!makeReady(context)) {
         return false;
     }
-    Connection& connection = context.connection;
+    Connection& connection = connectionOf(context);
     bool isDone = attempt(connection, commands, replies);
     // A server that is merely silent is not asked twice.
     if (!isDone && repeat == Repeat::harmless && connection.failure() == Failure::lost) {
         isDone = reconnect(context) && attempt(connection, commands, replies);
     }
     if (!isDone) {
+        updateHandle(context);
         complainOfLoss(context);
         return false;
     }

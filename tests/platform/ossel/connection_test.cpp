@@ -5,8 +5,11 @@
 #include <atomic>
 #include <chrono>
 #include <csignal>
+#include <fcntl.h>
 #include <filesystem>
 #include <gmock/gmock.h>
+#include <hiredis/hiredis.h>
+#include <memory>
 #include <thread>
 
 namespace {
@@ -116,6 +119,45 @@ TEST_F(Connection, KeepsNoDescriptorsOverManyOutages) {
         EXPECT_NE(store(context.get(), "key", "value"), 0);
     }
     EXPECT_LE(openDescriptors(), stopped);
+}
+
+TEST_F(Connection, IsNeitherAStandardStreamNorInheritedByPrograms) {
+    const int kept = ::dup(STDIN_FILENO);
+    ::close(STDIN_FILENO);
+    const test::OsselConnection another = connectTo(redis.address());
+    redis.command({"CLIENT", "KILL", "TYPE", "normal"});
+    const int stored = store(another.get(), "key", "value");
+    if (kept >= 0) {
+        ::dup2(kept, STDIN_FILENO);
+        ::close(kept);
+    }
+    EXPECT_EQ(stored, 0);
+    ASSERT_NE(another, nullptr);
+    EXPECT_GT(another->fd, STDERR_FILENO);
+    EXPECT_NE(::fcntl(another->fd, F_GETFD) & FD_CLOEXEC, 0);
+}
+
+TEST_F(Connection, IsAHandleOfHiredisOnTheSameSocket) {
+    ASSERT_EQ(store(context.get(), "key", "value"), 0);
+    const std::unique_ptr<redisReply, decltype(&::freeReplyObject)> reply(
+        static_cast<redisReply*>(::redisCommand(context.get(), "HGET key name")),
+        ::freeReplyObject);
+    ASSERT_NE(reply, nullptr) << context->errstr;
+    EXPECT_STREQ(reply->str, "value");
+    EXPECT_EQ(fieldOf(context.get(), "key"), "value");
+}
+
+TEST_F(Connection, ShowsAnOutageInItsHandleUntilItIsReestablished) {
+    ASSERT_EQ(store(context.get(), "key", "value"), 0);
+    redis.stop();
+    errorsOf([&] { EXPECT_NE(store(context.get(), "key", "other"), 0); });
+    EXPECT_NE(context->err, 0);
+    EXPECT_STRNE(context->errstr, "");
+    EXPECT_EQ(context->fd, -1);
+    redis.start();
+    errorsOf([&] { EXPECT_EQ(store(context.get(), "key", "third"), 0); });
+    EXPECT_EQ(context->err, 0);
+    EXPECT_GE(context->fd, 0);
 }
 
 TEST_F(Connection, IsLeftAfterTwoSecondsOfSilenceAndNeverReadsTheLateReply) {
