@@ -35,6 +35,7 @@ using SettingValues = std::vector<std::pair<std::string, std::string>>;
 
 // Why a value does not suit a setting.
 enum class Fault : std::uint8_t { none, tooLong, holdsNul, notAllowed };
+// The first fault of a value; Fault::none if it is allowed.
 Fault faultOf(const Setting& setting, std::string_view value);
 
 // Throws InvalidArgument for an unknown name, a name given twice and, unless `anyValue`, a

@@ -25,6 +25,7 @@ public:
     // request too. One descriptor, borrowed.
     void watchReaderOf(int descriptor) { pipe_ = descriptor; }
 
+    // True after request(), and once a watched reader has gone.
     bool isRequested() const;
 
     // For poll: readable once the stop was requested, and the watched one or -1.

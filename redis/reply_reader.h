@@ -41,6 +41,7 @@ public:
 
     const char* problem() const { return problem_; }
 
+    // Discards what was received, for a new connection.
     void clear();
 
 private:

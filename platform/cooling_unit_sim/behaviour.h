@@ -14,6 +14,7 @@ struct Behaviour {
     unsigned int code = 0;             // of an exception
     std::chrono::milliseconds delay{}; // of slow
 
+    // As `tell` prints it, e.g. "slow 500".
     std::string describe() const;
 };
 

@@ -52,6 +52,7 @@ public:
     // As RequestQueue::take. An unknown kind has no requests: it ends the worker.
     void take(RequestTriple& request, fnTypes kind);
 
+    // As RequestQueue::end() and close(), of all three; the number of discarded requests in all.
     void end();
     std::size_t close();
 
