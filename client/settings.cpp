@@ -1,5 +1,3 @@
-// The table of the settings, and the check of a change before anything is sent.
-// Reading and sending are left to client/webgui.cpp.
 #include "client/settings.h"
 
 #include "client/errors.h"
@@ -24,28 +22,52 @@ constexpr std::array<std::string_view, 6> kBacklightOff{
 };
 constexpr std::array<std::string_view, 2> kMeasurement{"Imperial", "Metric"};
 constexpr std::array<std::string_view, 2> kTheme{"dark", "light"};
+constexpr std::array<std::string_view, 2> kMeasurementMeanings{
+    "Degrees Fahrenheit, inches and pounds.", "Degrees Celsius, metres and kilograms."};
+constexpr std::array<std::string_view, 2> kThemeMeanings{"Light text on dark ground.",
+                                                         "Dark text on light ground."};
 constexpr std::array<std::string_view, 2> kBoolean{"true", "false"};
 constexpr std::span<const std::string_view> kAnyText{};
 
 // An update carries all rows of its message id.
 // clang-format off
-//      name                      message id  kind           allowed values
+//      name                      id       kind           allowed values; description and meanings
 constexpr std::array kSettings{
-    Setting{"Language",               "00002",    Kind::text,    kAnyText},
-    Setting{"ScreenBrightness",       "00003",    Kind::integer, kBrightness},
-    Setting{"BacklightOff",           "00003",    Kind::text,    kBacklightOff},
-    Setting{"ActiveAlarmScreensaver", "00003",    Kind::text,    kAnyText},
-    Setting{"InactivityTimer",        "00003",    Kind::text,    kAnyText},
-    Setting{"MeasurementSystem",      "00003",    Kind::text,    kMeasurement},
-    Setting{"DateFormat",             "00003",    Kind::text,    kAnyText},
-    Setting{"TimeFormat",             "00003",    Kind::text,    kAnyText},
-    Setting{"RoomAverage",            "00003",    Kind::boolean, kBoolean},
-    Setting{"HiLoPeriod",             "00003",    Kind::text,    kAnyText},
-    Setting{"Theme",                  "00003",    Kind::text,    kTheme},
-    Setting{"EventUserName",          "00003",    Kind::text,    kAnyText},
-    Setting{"InitialBoot",            "00004",    Kind::boolean, kBoolean},
+    Setting{"Language",               "00002", Kind::text,    kAnyText,
+            "The language of the panel's texts, for instance English."},
+    Setting{"ScreenBrightness",       "00003", Kind::integer, kBrightness,
+            "Brightness of the panel's backlight, from darkest to brightest."},
+    Setting{"BacklightOff",           "00003", Kind::text,    kBacklightOff,
+            "How long the panel stays untouched before its backlight goes off."},
+    Setting{"ActiveAlarmScreensaver", "00003", Kind::text,    kAnyText,
+            "The panel's screensaver while an alarm is active, for instance Enabled."},
+    Setting{"InactivityTimer",        "00003", Kind::text,    kAnyText,
+            "How long the panel stays untouched before it returns to its start page, for instance 5 Minutes."},
+    Setting{"MeasurementSystem",      "00003", Kind::text,    kMeasurement,
+            "Units of the readings on the panel and the cooling unit.", kMeasurementMeanings},
+    Setting{"DateFormat",             "00003", Kind::text,    kAnyText,
+            "How the panel shows dates, for instance YYYY-MM-DD."},
+    Setting{"TimeFormat",             "00003", Kind::text,    kAnyText,
+            "How the panel shows the time of day, for instance 24 Hour."},
+    Setting{"RoomAverage",            "00003", Kind::boolean, kBoolean,
+            "Whether the panel shows the room's average instead of single sensors."},
+    Setting{"HiLoPeriod",             "00003", Kind::text,    kAnyText,
+            "Period of the highest and lowest reading on the panel, for instance 24 Hours."},
+    Setting{"Theme",                  "00003", Kind::text,    kTheme,
+            "The colours of the panel's pages.", kThemeMeanings},
+    Setting{"EventUserName",          "00003", Kind::text,    kAnyText,
+            "Who makes the change; told to the cooling unit."},
+    Setting{"InitialBoot",            "00004", Kind::boolean, kBoolean,
+            "Whether the panel's first set-up is still due."},
 };
 // clang-format on
+
+static_assert(std::all_of(kSettings.begin(), kSettings.end(),
+                          [](const Setting& each) {
+                              return each.meanings.empty() ||
+                                     each.meanings.size() == each.allowed.size();
+                          }),
+              "a value without a meaning");
 
 std::string listOf(std::span<const std::string_view> texts) {
     std::string list;

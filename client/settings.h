@@ -1,5 +1,6 @@
-// The settings of the WebGUI resource: their names, the message id that changes each, and
-// the values that make sense. A table and its check; sending is left to client/webgui.h.
+// The one table of the settings of the WebGUI resource: their names, the message id that changes
+// each, the values that make sense, what they mean. The Redfish documents, checks and schemas
+// derive from it.
 #pragma once
 
 #include <cstdint>
@@ -14,14 +15,16 @@ namespace client {
 // Bytes that a value may have, as much as the settings database keeps of it.
 inline constexpr std::size_t kLongestValue = 255;
 
-// What the texts of a setting stand for: to the store and to the provider all are texts.
+// What the value of a setting stands for; the store and the provider keep all as texts.
 enum class Kind : std::uint8_t { text, boolean, integer };
 
 struct Setting {
     std::string_view name;
     std::string_view messageId; // of the update request that carries it
     Kind kind;
-    std::span<const std::string_view> allowed; // empty: any text of at most kLongestValue
+    std::span<const std::string_view> allowed;    // empty: any text of at most kLongestValue
+    std::string_view description;                 // one sentence of English
+    std::span<const std::string_view> meanings{}; // of the allowed values, one each; empty: plain
 };
 
 // All rows, ascending by message id; within an id in the order of its request.

@@ -1,5 +1,5 @@
-// Our own schemas as the service serves them: the files of redfish/model/schemas, compiled in.
-// They live as long as the program.
+// Our own schemas as the service serves them. Any thread; what is a view lives as long as the
+// program.
 #pragma once
 
 #include <string>
@@ -7,10 +7,16 @@
 
 namespace redfish::model {
 
-// CSDL (XML) and JSON Schema of the WebGUI resource.
-extern const std::string_view kWebGuiCsdl;
-extern const std::string_view kWebGuiJsonSchema;
-// The same of the manager's "Oem" member.
+// CSDL (XML) and JSON Schema of the WebGUI resource. Every setting that can be written is described
+// from the table in client/settings.h.
+std::string webGuiCsdl();
+std::string webGuiJsonSchema();
+
+// The files of redfish/model/schemas from which these two are made: all but the settings.
+extern const std::string_view kWebGuiCsdlFrame;
+extern const std::string_view kWebGuiJsonFrame;
+
+// The same of the manager's "Oem" member, complete.
 extern const std::string_view kManagerCsdl;
 extern const std::string_view kManagerJsonSchema;
 

@@ -41,9 +41,9 @@ constexpr std::array kFiles{
     //   address                 privilege         type             text
     File{model::kMetadata,        Privilege::none,  kXmlType,        model::metadata},
     File{model::kMessageRegistry, Privilege::login, kJsonType,       registryText},
-    File{model::kWebGuiSchema,    Privilege::login, kJsonSchemaType, textOf<model::kWebGuiJsonSchema>},
+    File{model::kWebGuiSchema,    Privilege::login, kJsonSchemaType, model::webGuiJsonSchema},
     File{model::kManagerSchema,   Privilege::login, kJsonSchemaType, textOf<model::kManagerJsonSchema>},
-    File{model::kWebGuiCsdlFile,  Privilege::none,  kXmlType,        textOf<model::kWebGuiCsdl>},
+    File{model::kWebGuiCsdlFile,  Privilege::none,  kXmlType,        model::webGuiCsdl},
     File{model::kManagerCsdlFile, Privilege::none,  kXmlType,        textOf<model::kManagerCsdl>},
 };
 // clang-format on

@@ -1,6 +1,8 @@
 #include "tests/client/stand_in_provider.h"
 
+#include "client/names.h"
 #include "client/provisioning.h"
+#include "client/settings.h"
 
 #include <hiredis/hiredis.h>
 #include <nlohmann/json.hpp>
@@ -25,16 +27,26 @@ Reply send(redisContext* context, const std::vector<std::string>& words) {
             freeReplyObject};
 }
 
-const std::map<std::string, std::vector<std::string>>& properties() {
-    static const std::map<std::string, std::vector<std::string>> names{
-        {"00002", {"Language"}},
-        {"00003",
-         {"ScreenBrightness", "BacklightOff", "ActiveAlarmScreensaver", "InactivityTimer",
-          "MeasurementSystem", "DateFormat", "TimeFormat", "RoomAverage", "HiLoPeriod", "Theme",
-          "EventUserName"}},
-        {"00004", {"InitialBoot"}},
-    };
-    return names;
+// Where a test depends on it; the others begin with their first allowed value, or any text.
+const std::map<std::string_view, std::string> kFirstValues{
+    {"InitialBoot", "true"},
+    {"Language", "English"},
+    {"ScreenBrightness", "5"},
+    {"MeasurementSystem", "Metric"},
+    {"RoomAverage", "false"},
+    {"Theme", "light"},
+    {"HiLoPeriod", "24 Hours"},
+    {"TimeFormat", "24 Hour"},
+    {"ActiveAlarmScreensaver", "Enabled"},
+    {"DateFormat", "YYYY-MM-DD"},
+    {"InactivityTimer", "5 Minutes"},
+};
+
+std::string firstValueOf(const client::Setting& setting) {
+    const auto value = kFirstValues.find(setting.name);
+    return value != kFirstValues.end() ? value->second
+           : setting.allowed.empty()   ? "any text"
+                                       : std::string(setting.allowed.front());
 }
 
 } // namespace
@@ -67,34 +79,13 @@ void StandInProvider::stopListening() {
 
 void StandInProvider::publishInstance() {
     command({"HSET", "OvrCallbacks", "SchemaType:OrvaneWebGUI.1.0.0.WebGUI", kChannel});
-    command({"HSET",
-             kInstance,
-             "Name",
-             "Zolan CMS Web GUI Settings",
-             "InitialBoot",
-             "true",
-             "Language",
-             "English",
-             "ScreenBrightness",
-             "5",
-             "BacklightOff",
-             "Never",
-             "ActiveAlarmScreensaver",
-             "Enabled",
-             "InactivityTimer",
-             "5 Minutes",
-             "MeasurementSystem",
-             "Metric",
-             "DateFormat",
-             "YYYY-MM-DD",
-             "TimeFormat",
-             "24 Hour",
-             "RoomAverage",
-             "false",
-             "HiLoPeriod",
-             "24 Hours",
-             "Theme",
-             "light"});
+    std::vector<std::string> words{"HSET", kInstance, "Name", "Zolan CMS Web GUI Settings"};
+    for (const client::Setting& setting : client::settings()) {
+        if (setting.name != client::kUserField) {
+            words.insert(words.end(), {std::string(setting.name), firstValueOf(setting)});
+        }
+    }
+    command(words);
     command({"RPUSH", "Collection:OrvaneWebGUI.1.0.0.WebGUI", kInstance});
 }
 
@@ -171,16 +162,17 @@ void StandInProvider::work(const ReceivedRequest& request, bool marksFresh) {
         command({"HSET", request.argument, "HasRespData", "No"});
         return;
     }
-    const auto row = properties().find(request.messageId);
-    if (row == properties().end()) {
-        return;
-    }
     // As the real one: a property that the object lacks becomes empty.
     std::vector<std::string> words{"HSET", kInstance};
-    for (const std::string& name : row->second) {
-        const auto value = request.object.find(name);
-        words.push_back(name);
-        words.push_back(value == request.object.end() ? "" : value->second);
+    for (const client::Setting& setting : client::settings()) {
+        if (setting.messageId == request.messageId) {
+            const auto value = request.object.find(std::string(setting.name));
+            words.emplace_back(setting.name);
+            words.push_back(value == request.object.end() ? "" : value->second);
+        }
+    }
+    if (words.size() == 2) {
+        return;
     }
     command(words);
     const std::string mark = std::string("TTL:") + kInstance;

@@ -21,7 +21,7 @@ constexpr const char* kType = "OrvaneWebGUI.1.0.0.WebGUI";
 const Csdl& ownCsdl() {
     static const Csdl csdl = [] {
         Csdl made;
-        made.add(kWebGuiCsdl);
+        made.add(webGuiCsdl());
         made.add(kManagerCsdl);
         return made;
     }();
@@ -29,7 +29,7 @@ const Csdl& ownCsdl() {
 }
 
 const Json& jsonProperties() {
-    static const Json schema = Json::parse(kWebGuiJsonSchema);
+    static const Json schema = Json::parse(webGuiJsonSchema());
     return schema["definitions"]["WebGUI"]["properties"];
 }
 
@@ -118,6 +118,21 @@ TEST(OwnSchemas, HaveTheTypesAndValuesOfTheSettings) {
     }
 }
 
+TEST(OwnSchemas, DescribeTheSettingsInTheWordsOfTheTable) {
+    for (const client::Setting* const setting : writableSettings()) {
+        EXPECT_EQ(descriptionOf(*csdlProperty(setting->name)), setting->description);
+        EXPECT_FALSE(setting->description.empty()) << setting->name;
+    }
+}
+
+TEST(OwnSchemas, KeepNoSettingInTheirFrames) {
+    for (const client::Setting* const setting : writableSettings()) {
+        const std::string name = "\"" + std::string(setting->name) + "\"";
+        EXPECT_EQ(kWebGuiCsdlFrame.find(name), std::string_view::npos) << name;
+        EXPECT_EQ(kWebGuiJsonFrame.find(name), std::string_view::npos) << name;
+    }
+}
+
 TEST(OwnSchemas, LimitTextsThatMayBeAnything) {
     for (const client::Setting* const setting : writableSettings()) {
         if (setting->kind == client::Kind::text && setting->allowed.empty()) {
@@ -162,7 +177,7 @@ TEST(OwnSchemas, DescribeEverythingInTheSameWords) {
 }
 
 TEST(OwnSchemas, DescribeTheActionsInTheSameWords) {
-    const Json schema = Json::parse(kWebGuiJsonSchema);
+    const Json schema = Json::parse(webGuiJsonSchema());
     for (const char* const name : {"TurnOffLCD", "GUIReady"}) {
         const Element* const action = ownCsdl().find(std::string("WebGUI.") + name);
         ASSERT_NE(action, nullptr) << name;
@@ -188,7 +203,7 @@ TEST(OwnSchemas, HaveEveryPropertyOfTheDocument) {
 }
 
 TEST(OwnSchemas, BearTheNamesUnderWhichTheyAreServed) {
-    const Json webGuiSchema = Json::parse(kWebGuiJsonSchema);
+    const Json webGuiSchema = Json::parse(webGuiJsonSchema());
     EXPECT_EQ(webGuiSchema["$id"], kWebGuiSchema);
     EXPECT_EQ(webGuiSchema["title"], client::kSchemaType);
     EXPECT_EQ(webGuiSchema["title"], webGuiSchemaFile()["Schema"]);
@@ -210,7 +225,7 @@ TEST(OwnSchemas, OfTheManagerAgree) {
 }
 
 TEST(OwnSchemas, LeadToDefinitionsThatAreThere) {
-    for (const std::string_view text : {kWebGuiJsonSchema, kManagerJsonSchema}) {
+    for (const std::string& text : {webGuiJsonSchema(), std::string(kManagerJsonSchema)}) {
         const Json schema = Json::parse(text);
         const Json flat = schema.flatten();
         for (const auto& [pointer, value] : flat.items()) {

@@ -1,5 +1,6 @@
 #include "tests/redfish/model/sample_documents.h"
 
+#include "client/settings.h"
 #include "redfish/model/addresses.h"
 #include "redfish/model/messages.h"
 #include "redfish/model/schemas.h"
@@ -14,27 +15,22 @@ ServiceFacts sampleFacts() {
 }
 
 StoredWebGui sampleTree() {
-    return {{{"@odata.context", ""},
-             {"@odata.id", ""},
-             {"@odata.type", ""},
-             {"Id", ""},
-             {"Name", "Zolan CMS Web GUI Settings"},
-             {"InitialBoot", "true"},
-             {"Language", "English"},
-             {"ScreenBrightness", "5"},
-             {"BacklightOff", "Never"},
-             {"ActiveAlarmScreensaver", "Enabled"},
-             {"InactivityTimer", "5 Minutes"},
-             {"MeasurementSystem", "Metric"},
-             {"DateFormat", "YYYY-MM-DD"},
-             {"TimeFormat", "24 Hour"},
-             {"RoomAverage", "false"},
-             {"HiLoPeriod", "24 Hours"},
-             {"Theme", "light"},
-             {"EventUserName", "somebody"},
-             {"Actions", "80000000-0000-0000-0000-008000000001"},
-             {"typeId", "SchemaType:OrvaneWebGUI.1.0.0.WebGUI"},
-             {"typeID", "Definition:OrvaneWebGUI.1.0.0.WebGUI"}},
+    Fields resource{{"@odata.context", ""},
+                    {"@odata.id", ""},
+                    {"@odata.type", ""},
+                    {"Id", ""},
+                    {"Name", "Zolan CMS Web GUI Settings"},
+                    {"Language", "English"},
+                    {"ScreenBrightness", "5"},
+                    {"InitialBoot", "true"},
+                    {"Actions", "80000000-0000-0000-0000-008000000001"},
+                    {"typeId", "SchemaType:OrvaneWebGUI.1.0.0.WebGUI"},
+                    {"typeID", "Definition:OrvaneWebGUI.1.0.0.WebGUI"}};
+    for (const client::Setting& setting : client::settings()) {
+        resource.emplace(setting.name,
+                         setting.allowed.empty() ? "any text" : setting.allowed.back());
+    }
+    return {resource,
             {{"title", "This action is used to turn off the LCD."}, {"target", ""}},
             {{"target", ""}}};
 }
@@ -45,7 +41,7 @@ std::map<std::string, Json> sampleDocuments() {
         documents[address] = *fixedDocument(address, sampleFacts());
     }
     documents[std::string(kMessageRegistry)] = messageRegistry();
-    documents[std::string(kWebGuiSchema)] = Json::parse(kWebGuiJsonSchema);
+    documents[std::string(kWebGuiSchema)] = Json::parse(webGuiJsonSchema());
     documents[std::string(kManagerSchema)] = Json::parse(kManagerJsonSchema);
     documents[std::string(kSessions)] = sessions({"1"});
     documents[memberOf(kSessions, "1")] =

@@ -32,7 +32,7 @@ protected:
                             "folder in ORVANE_REDFISH_SCHEMAS";
         }
         csdl_.addFolder(schemaFolder());
-        csdl_.add(kWebGuiCsdl);
+        csdl_.add(webGuiCsdl());
         csdl_.add(kManagerCsdl);
     }
 
