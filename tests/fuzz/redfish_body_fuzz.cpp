@@ -61,7 +61,7 @@ void checkAccountBody(std::string_view body) {
     const AccountRules rules;
     const auto fresh = checkNewAccount(body, rules);
     checkProblems(fresh.problems);
-    require(!fresh.isGood() || fresh.value.password.size() >= rules.shortestPassword,
+    require(!fresh.isGood() || fresh.value.password.size() >= rules.minPasswordLength,
             "a good account has a password");
     checkProblems(checkAccountPatch(body, rules).problems);
 }
