@@ -1,4 +1,4 @@
-// Only rules that find defects; the form is prettier's, the types are the compiler's.
+// Only rules that find defects; prettier formats, the compiler checks types.
 import js from "@eslint/js";
 import ts from "typescript-eslint";
 

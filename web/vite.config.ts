@@ -1,15 +1,15 @@
-// How the page is built, served with hot reload, and tested. Nothing may end up inside index.html
-// or as data: in a style sheet, since the content security policy allows files of the server only.
+// How the page is built, served with hot reload, and tested. Nothing may be inlined into
+// index.html or as data: into a style sheet: the content security policy allows only the server's files.
 import { readdir, readFile, writeFile } from "node:fs/promises";
 import { join } from "node:path";
 import { gzipSync } from "node:zlib";
 import type { Plugin } from "vite";
 import { defineConfig } from "vitest/config";
 
-// Where `script/web --dev` finds a Redfish server to pass requests on to.
+// The Redfish server to which `script/web --dev` passes requests on.
 const server = process.env["ORVANE_REDFISH"] ?? "https://127.0.0.1:8443";
 
-// Beside each file its packed form, which the server sends to whoever takes it.
+// Puts a compressed copy beside each file, for clients that accept it.
 const packed: Plugin = {
     name: "packed",
     apply: "build",
@@ -33,7 +33,7 @@ export default defineConfig({
     },
     server: {
         host: "127.0.0.1",
-        // The certificate is the server's own, made at its first start.
+        // The server's certificate is self-signed.
         proxy: { "/redfish": { target: server, secure: false, changeOrigin: true } },
     },
     test: {

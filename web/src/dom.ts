@@ -1,5 +1,5 @@
-// Builds nodes: attributes and texts are values or functions, and a function is followed (reactive.ts).
-// Texts become text nodes only; there is no road from a text to markup.
+// Builds nodes. Attributes and texts are values or functions; functions are tracked (reactive.ts).
+// Texts become text nodes only, never markup.
 import { effect, onEnd, scope, type Reading } from "./reactive";
 
 type Value = string | number | boolean | null | undefined;
@@ -10,7 +10,7 @@ export type Attributes = Record<string, Attribute>;
 const SVG = "http://www.w3.org/2000/svg";
 
 // An HTML element. `on:NAME` is a listener, `.NAME` sets a property, anything else an attribute:
-// true is an empty one, false, null and undefined none at all.
+// true sets an empty one, false, null and undefined remove it.
 export function h<K extends keyof HTMLElementTagNameMap>(
     tag: K,
     attributes: Attributes = {},
@@ -62,7 +62,7 @@ function append(parent: Element, children: Child[]): void {
             append(parent, child);
         } else if (typeof child === "function") {
             const text = document.createTextNode("");
-            // A live region speaks whenever its text is touched, so an equal one is left alone.
+            // A live region speaks whenever its text is set, so skip an equal one.
             effect(() => {
                 const next = child();
                 if (text.data !== next) text.data = next;
@@ -74,7 +74,7 @@ function append(parent: Element, children: Child[]): void {
     }
 }
 
-// A place whose content is built anew whenever `key` changes; what was there ends.
+// A place whose content is rebuilt whenever `key` changes; the old content's scope ends.
 export function swap<T>(
     place: HTMLElement,
     key: Reading<T>,
@@ -98,7 +98,7 @@ export function swap<T>(
 
 let lastId = 0;
 
-// Ids for what refers to each other: a label and its control, a control and its error.
+// Ids for elements that refer to each other: a label and its control, a control and its error.
 export function freshId(what: string): string {
     lastId += 1;
     return `${what}-${lastId}`;

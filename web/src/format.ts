@@ -1,6 +1,6 @@
 // Times, temperatures and spans as the settings ask for them.
 
-// "YYYY-MM-DD" and its like. A pattern without year, month and day is no pattern.
+// "YYYY-MM-DD" and the like. A pattern needs year, month and day.
 export function formatDate(date: Date, pattern: string): string {
     const parts: Record<string, string> = {
         YYYY: String(date.getFullYear()).padStart(4, "0"),
@@ -15,7 +15,7 @@ export function formatDate(date: Date, pattern: string): string {
     return used.replace(/YYYY|YY|MM|DD|M|D/g, (token) => parts[token] ?? token);
 }
 
-// "12 Hours" in any wording is the one clock, everything else the other.
+// "12 Hours" in any wording is the 12-hour clock, everything else the 24-hour one.
 export function isTwelveHours(format: string): boolean {
     return /\b12\b/.test(format);
 }
@@ -53,7 +53,7 @@ export function spanIn(
 
 const kSecondsOf = { minutes: 60, hours: 3600, days: 86400 };
 
-// In seconds; 0 for a value that is no span, such as "Never".
+// In seconds; 0 for a value without a span, such as "Never".
 export function secondsIn(value: string): number {
     const span = spanIn(value);
     return span ? span.count * kSecondsOf[span.unit] : 0;

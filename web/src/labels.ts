@@ -1,4 +1,4 @@
-// How settings and values are called on the page, and how a failure is told.
+// Labels of settings and values on the page, and texts for failures.
 import { spanIn, isTwelveHours } from "./format";
 import type { TextKey, Translator } from "./i18n/texts";
 import type { Message, RequestFailure } from "./redfish/errors";
@@ -30,7 +30,7 @@ export function valueLabel({ t, has }: Translator, name: string, value: string):
     return has(key) ? t(key) : value;
 }
 
-// What went wrong, in the page's language where it has words for it.
+// What went wrong, in the page's language if it has a text for it.
 export function reasonOf(
     { t, has }: Translator,
     failure: RequestFailure,
@@ -38,7 +38,7 @@ export function reasonOf(
 ): string {
     const key = `error.${message?.id ?? ""}`;
     if (has(key)) return t(key);
-    // What the server has to say about a refusal is more than "refused".
+    // The server's own text says more than "rejected".
     if ((failure.kind === "refused" || failure.kind === "failed") && message?.text) {
         return message.text;
     }

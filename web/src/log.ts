@@ -1,9 +1,9 @@
-// What happened, newest first: the entries of the event log. How they read is views/event_log.ts.
+// Entries of the event log, newest first; views/event_log.ts renders them.
 import type { FailureKind } from "./redfish/errors";
 import type { Difference } from "./settings/values";
 import { signal, type Reading } from "./reactive";
 
-// you    this page's user; other  somebody whom the event does not name; otherwise a name
+// you    this page's user; other  someone whom the event does not name; otherwise a name
 export type Who = { kind: "you" } | { kind: "other" } | { kind: "named"; name: string };
 
 export type LogEntry = { id: number; time: Date } & (

@@ -1,4 +1,4 @@
-// Starts the page: signed out or signed in, in the language and with the theme of the settings.
+// Starts the page, signed in or out, in the language and theme of the settings.
 import { signedInView } from "./signed_in";
 import { h, swap } from "./dom";
 import { translator, type TextKey } from "./i18n/texts";

@@ -1,5 +1,5 @@
-// Values that know who reads them: a signal, effects that run again when what they read has changed,
-// and scopes that end the effects of a view that goes away. What is shown is left to dom.ts.
+// Reactive values: signals, effects that rerun when a signal they read changes, and scopes that end
+// the effects of a view that goes away.
 
 type Effect = { run: () => void; sources: Set<Set<Effect>> };
 
@@ -8,14 +8,14 @@ let scopeEnds: (() => void)[] | null = null;
 let queue: Set<Effect> | null = null;
 
 export interface Reading<T> {
-    // The present value; an effect that calls this runs again when it changes.
+    // The current value; an effect that calls this reruns when it changes.
     get(): T;
-    // The same without following it.
+    // The same without tracking it.
     peek(): T;
 }
 
 export interface Signal<T> extends Reading<T> {
-    // Equal values (Object.is) wake nobody.
+    // Setting an equal value (Object.is) triggers nothing.
     set(value: T): void;
     update(change: (value: T) => T): void;
 }
@@ -43,8 +43,8 @@ export function signal<T>(value: T): Signal<T> {
     };
 }
 
-// Effects run in the order in which they were woken, each once, after the outermost change: an
-// effect that changes a signal itself sees no half-made state of others.
+// Effects run once each, in the order in which they were triggered, after the outermost change: none
+// sees a half-finished state.
 function wake(readers: Set<Effect>): void {
     if (queue) {
         for (const each of readers) queue.add(each);
@@ -76,8 +76,8 @@ export function batch(changes: () => void): void {
     }
 }
 
-// Runs `body` now and whenever a signal that it read has changed, until the scope ends or the
-// result is called.
+// Runs `body` now and whenever a signal that it read changes, until the scope ends or the returned
+// function is called.
 export function effect(body: () => void): () => void {
     let ended = false;
     const self: Effect = {
@@ -108,7 +108,7 @@ function forget(one: Effect): void {
     one.sources.clear();
 }
 
-// A signal's view through a function; followers wake only when the result changes.
+// A value derived from signals; readers are triggered only when the result changes.
 export function computed<T>(compute: () => T): Reading<T> {
     const result = signal<T>(untracked(compute));
     effect(() => result.set(compute()));
@@ -125,7 +125,7 @@ export function untracked<T>(body: () => T): T {
     }
 }
 
-// Everything that `body` sets up ends when `end` is called, what was registered last first.
+// Everything that `body` sets up ends when `end` is called, in reverse order of registration.
 export function scope<T>(body: () => T): { value: T; end: () => void } {
     const outer = scopeEnds;
     const ends: (() => void)[] = (scopeEnds = []);
@@ -142,7 +142,7 @@ export function scope<T>(body: () => T): { value: T; end: () => void } {
     }
 }
 
-// Calls `end` with the present scope's end: a timer, a listener on the window.
+// Calls `end` when the current scope ends, for instance to stop a timer.
 export function onEnd(end: () => void): void {
     scopeEnds?.push(end);
 }

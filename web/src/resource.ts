@@ -12,16 +12,16 @@ import { Changes, type ChangeListener } from "./settings/changes";
 import { jsonOf, settingsOf, type Setting } from "./settings/catalogue";
 import { differences, valuesOf, type Values } from "./settings/values";
 
-// With the stream open a reading finds what makes no event: a provider that has gone.
+// While the stream is open, polling finds what sends no event: a provider that has gone.
 const kPollMs = 5_000;
 const kPollWithoutStreamMs = 2_000;
 const kFirstPauseMs = 1_000;
 const kLongestPauseMs = 5_000;
-// An event without a difference within this time belongs to the entry before it.
+// An event without a difference within this time belongs to the previous entry.
 const kSameChangeMs = 3_000;
 
-// Why the settings cannot be had. A session that has ended ends all this; a reading that is refused
-// is the server's failure.
+// Why the settings are unavailable. An expired session ends everything; a rejected GET counts as a
+// failure of the server.
 export type Trouble = Exclude<FailureKind, "signedOut" | "refused">;
 
 export type Connection =
@@ -33,7 +33,7 @@ export interface ResourceListener extends ChangeListener {
 
 export class WebGuiResource {
     readonly connection = signal<Connection>({ kind: "connecting" });
-    readonly values = signal<Values | null>(null); // null until the first answer
+    readonly values = signal<Values | null>(null); // null before the first response
     readonly settings = signal<readonly Setting[]>([]);
     readonly path = signal("");
     readonly live = signal(false); // whether the event stream is open
@@ -70,7 +70,7 @@ export class WebGuiResource {
         this.ending.abort();
     }
 
-    // Tries again now, for instance when the tab comes to the front.
+    // Retries now, for instance when the tab becomes visible.
     wake(): void {
         this.wakePoll();
     }
@@ -131,7 +131,7 @@ export class WebGuiResource {
                 onBreak: (failure) => {
                     this.live.set(false);
                     this.noticeSignOut(failure);
-                    // A broken stream is the first sign of a server that goes away.
+                    // A broken stream is the first sign that the server is going away.
                     this.wakePoll();
                 },
             },
@@ -232,7 +232,7 @@ export class WebGuiResource {
         const body: Record<string, Json> = {};
         for (const [name, value] of values) {
             const setting = this.settings.peek().find((each) => each.name === name);
-            // The set-up has no field of its own, and is true or false.
+            // The set-up has no field of its own; it is a boolean.
             body[name] = setting ? jsonOf(setting, value) : value === "true";
         }
         const request = this.client.request("PATCH", service.resource, { body });

@@ -1,5 +1,5 @@
-// Everything that lives as long as a session: the resource, the clock, the picture's state, and which
-// of settings and set-up is shown.
+// What lives as long as a session: the resource, the clock, the picture's state, and whether settings
+// or set-up are shown.
 import { h, swap } from "./dom";
 import type { TextKey, Translator } from "./i18n/texts";
 import { settingLabel, valueLabel } from "./labels";
@@ -93,7 +93,7 @@ interface SetUp {
     finishing: Signal<boolean>;
 }
 
-// The set-up is shown while it is due; "later" holds until it is asked for anew.
+// The set-up is shown while it is due; "Later" hides it until it is started again.
 function setUpShown({ resource }: Context): Reading<SetUp> {
     const later = signal(false);
     const finishing = signal(false);
@@ -114,7 +114,7 @@ function clock(): Signal<number> {
     return now;
 }
 
-// As the panel does: without input for the time of the inactivity timer it returns to its start page.
+// Returns to the start page, as the panel does, when the inactivity timer runs out.
 function returnToStart({ resource, section, now }: Context): void {
     let lastInput = Date.now();
     const touch = () => (lastInput = Date.now());
@@ -128,7 +128,7 @@ function returnToStart({ resource, section, now }: Context): void {
     });
 }
 
-// A browser lets a hidden tab sleep; what it shows when it comes back is old.
+// A browser suspends hidden tabs; what they show on return is stale.
 function whenShown(action: () => void): void {
     const check = () => {
         if (!document.hidden) action();

@@ -1,4 +1,4 @@
-// Which language the page speaks, and how a text of it is filled in.
+// The page's language, and how its texts are filled in.
 import { computed, type Reading } from "../reactive";
 import { de } from "./de";
 import { en, type TextKey, type Texts } from "./en";
@@ -14,7 +14,7 @@ interface Language {
     texts: Texts;
 }
 
-// The setting takes any text; these are the languages that the page can speak and offers.
+// The setting takes any text; these are the languages that the page has.
 export const kLanguages: readonly Language[] = [
     { code: "en", value: "English", english: "english", texts: en },
     { code: "de", value: "Deutsch", english: "german", texts: de },
@@ -23,8 +23,7 @@ export const kLanguages: readonly Language[] = [
 ];
 const kEnglish = kLanguages[0] as Language;
 
-// The language of a setting's value, in whatever case, as a name or a code; null for one that
-// the page does not speak.
+// The language of a setting's value, a name or a code in any case; null if the page lacks it.
 export function languageOf(value: string): Language | null {
     const plain = value.trim().toLowerCase();
     return (
@@ -37,7 +36,7 @@ export function languageOf(value: string): Language | null {
     );
 }
 
-// Before the setting is known: what the browser prefers.
+// The browser's preference, until the setting is known.
 export function preferredLanguage(preferences: readonly string[]): Language {
     for (const each of preferences) {
         const found = languageOf(each);
@@ -59,9 +58,9 @@ export function fillIn(text: string, values: TextValues, code: string): string {
 
 export interface Translator {
     readonly code: Reading<string>;
-    // Follows the language where it is called in an effect.
+    // Tracks the language when called in an effect.
     t(key: TextKey, values?: TextValues): string;
-    // Whether there is a text under a key that was put together.
+    // Whether a composed key has a text.
     has(key: string): key is TextKey;
 }
 

@@ -1,11 +1,11 @@
-// What the LCD panel does: its backlight by the level, dark when it was not touched for the
-// time-out or was turned off, lit again by a touch. Pure; the picture is left to picture.ts.
+// Model of the LCD panel: backlight by level, dark after its time-out without a touch or when turned
+// off, lit again by a touch. Pure.
 
 // Of the panel's backlight, as the controller has it.
 const kMaxBrightness = 255;
 const kLevels = 7;
 
-// The time-outs that the panel takes, in seconds; any other text changes nothing.
+// The time-outs that the panel accepts, in seconds; other texts change nothing.
 const kBlankSeconds = new Map<string, number>([
     ["Never", 0],
     ["Off After 1 Minute", 60],
@@ -15,13 +15,13 @@ const kBlankSeconds = new Map<string, number>([
     ["Off After 5 Minutes", 300],
 ]);
 
-// Rounded to the nearest; no level makes the panel dark.
+// Rounded to the nearest step; no level turns the panel dark.
 export function backlightOf(level: number): number {
     const inRange = Math.min(kLevels, Math.max(1, level));
     return Math.max(1, Math.round((inRange * kMaxBrightness) / kLevels));
 }
 
-// How bright the eye finds it, 0 to 1: half of the light is far more than half as bright.
+// Perceived brightness, 0 to 1: half the light looks far more than half as bright.
 export function perceivedBrightness(level: number): number {
     return Math.pow(backlightOf(level) / kMaxBrightness, 1 / 2.2);
 }
@@ -44,7 +44,7 @@ export function turnedOff(panel: PanelState): PanelState {
     return { ...panel, turnedOff: true };
 }
 
-// A new time-out counts from now on; a panel that is dark stays dark.
+// A new time-out counts from now; a dark panel stays dark.
 export function withBacklightOff(panel: PanelState, text: string, now: number): PanelState {
     const blankSeconds = kBlankSeconds.get(text);
     if (blankSeconds === undefined || blankSeconds === panel.blankSeconds) return panel;

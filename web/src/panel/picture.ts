@@ -1,5 +1,5 @@
-// The picture of the LCD panel: what it shows by the settings, how bright, and whether it is dark. A
-// touch on the picture wakes it as one on the panel does.
+// The picture of the LCD panel: contents and brightness by the settings, lit or dark. A touch on the
+// picture wakes it, as one on the panel does.
 import { h, s } from "../dom";
 import { formatDate, formatSpan, formatTemperature, formatTime, secondsIn } from "../format";
 import { valueLabel } from "../labels";
@@ -8,7 +8,7 @@ import { isOn } from "../settings/catalogue";
 import { wantedValue, type Context } from "../views/context";
 import { backlightOf, isDark, perceivedBrightness, secondsLeft, touched } from "./panel_state";
 
-// No readings come with the settings, so the picture has some of its own, in degrees Celsius.
+// The settings carry no readings, so the picture has samples, in degrees Celsius.
 const kSample = { average: 22.5, high: 24.1, low: 20.8, sensors: [21.9, 22.4, 23.2] };
 const kLevels = 7;
 
@@ -61,14 +61,14 @@ function stateText({ tr }: Context, dark: boolean, level: number): string {
     return tr.t("panel.lit", { level, levels: kLevels });
 }
 
-// What happens next, or how it came to be dark.
+// What happens next, or why it is dark.
 function restText({ tr, panel, now }: Context, dark: boolean): string {
     const state = panel.get();
     if (state.turnedOff) return tr.t("panel.turnedOff");
     const time = formatSpan(state.blankSeconds);
     if (dark) return tr.t("panel.untouched", { time });
     if (state.blankSeconds === 0) return tr.t("panel.never");
-    // The clock of the page ticks once a second and may be behind the touch.
+    // The page's clock ticks once a second and may lag behind the touch.
     const left = Math.min(state.blankSeconds, secondsLeft(state, now.get()));
     return tr.t("panel.darkIn", { time: formatSpan(left) });
 }
@@ -144,7 +144,7 @@ function trend(stroke: () => string): SVGElement {
     return s("path", { d, fill: "none", stroke, "stroke-width": 3, "stroke-linecap": "round" });
 }
 
-// Whether the inactivity timer has run out, by the last touch of the page.
+// Whether the inactivity timer has run out since the last touch of the page.
 export function isInactive(value: string, lastInput: number, now: number): boolean {
     const seconds = secondsIn(value);
     return seconds > 0 && now - lastInput >= seconds * 1000;

@@ -1,9 +1,9 @@
-// One HTTP request to the Redfish server, with the session's token. Everything but an answer of
-// success is thrown as RequestFailure; what to do then is the caller's business.
+// One HTTP request to the Redfish server, with the session's token. Everything but success is
+// thrown as RequestFailure.
 import { kindOf, messagesOf, RequestFailure } from "./errors";
 import type { Json } from "./json";
 
-// An update is written in paced steps and may wait behind others; the server gives up before this.
+// An update is written in paced steps and may queue behind others; the server times out before this.
 const kAnswerSeconds = 20;
 
 export interface Answer {
@@ -19,14 +19,14 @@ export interface RequestOptions {
 }
 
 export class RedfishClient {
-    // `token` is asked anew for every request: null before the sign-in.
+    // `token` is called for every request; null before the sign-in.
     constructor(private readonly token: () => string | null) {}
 
     get(path: string, options: RequestOptions = {}): Promise<Answer> {
         return this.request("GET", path, options);
     }
 
-    // The answer's body as it comes, for the event stream; no time limit but the caller's signal.
+    // The response as it arrives, for the event stream; only the caller's signal limits it.
     async open(path: string, options: RequestOptions): Promise<Response> {
         const response = await this.fetch("GET", path, options, options.signal ?? null);
         if (!response.ok) throw await failureOf(response);
@@ -37,7 +37,7 @@ export class RedfishClient {
         const limit = AbortSignal.timeout(kAnswerSeconds * 1000);
         const signal = options.signal ? anyOf(options.signal, limit) : limit;
         const response = await this.fetch(method, path, options, signal);
-        // 304 is what a conditional GET hopes for.
+        // 304 is success for a conditional GET.
         if (!response.ok && response.status !== 304) throw await failureOf(response);
         return { status: response.status, body: await bodyOf(response), headers: response.headers };
     }
@@ -56,7 +56,7 @@ export class RedfishClient {
         const token = this.token();
         if (token) headers["X-Auth-Token"] = token;
         const request: RequestInit = { method, headers, signal, cache: "no-store" };
-        // Without this a 401 that asks for Basic would make the browser ask for a password itself.
+        // Otherwise the browser prompts for a password upon a 401 that asks for Basic.
         request.credentials = "omit";
         if (options.body !== undefined) {
             headers["Content-Type"] = "application/json";
@@ -87,7 +87,7 @@ async function bodyOf(response: Response): Promise<Json | undefined> {
 }
 
 async function failureOf(response: Response): Promise<RequestFailure> {
-    // A proxy's page is no reason to lose the status.
+    // A proxy's page must not hide the status.
     const body = await bodyOf(response).catch(() => undefined);
     const after = Number(response.headers.get("Retry-After") ?? NaN);
     return new RequestFailure(

@@ -1,5 +1,5 @@
-// The way from the service root to the WebGUI resource, its actions, its schema and the event
-// stream, by the links of the answers: no path but the root's is taken for granted.
+// Finds the WebGUI resource, its actions, its schema and the event stream from the service root, by
+// the links in the responses: only the root's path is fixed.
 import type { RedfishClient } from "./client";
 import { RequestFailure } from "./errors";
 import { at, findMember, objectsIn, textAt, type Json } from "./json";
@@ -11,7 +11,7 @@ const kResourceName = "WebGUI";
 export interface Service {
     resource: string; // path of the WebGUI resource
     events: string | null; // path of the event stream
-    schema: Map<string, PropertyDescription>; // empty when the server tells nothing
+    schema: Map<string, PropertyDescription>; // empty if the server describes nothing
 }
 
 // Throws RequestFailure, of kind "failed" when the server has no such resource.
@@ -47,7 +47,7 @@ async function findEventStream(
     return textAt((await client.get(service)).body, "ServerSentEventUri") ?? null;
 }
 
-// Nothing here is needed to show the settings, so whatever is missing is done without.
+// None of this is needed to show the settings, so missing parts are tolerated.
 async function readSchema(
     client: RedfishClient,
     root: Json | undefined,
@@ -62,7 +62,7 @@ async function readSchema(
                 .map((each) => textAt(each, "Uri"))
                 .find((each) => each !== undefined);
             if (!uri) continue;
-            // A schema has a media type of its own.
+            // A schema has its own media type.
             const headers = { Accept: "application/schema+json, application/json" };
             const schema = (await client.get(uri, { headers })).body;
             const found = describeProperties(schema, kResourceName);

@@ -1,15 +1,15 @@
-// How a request can fail: the kind of failure with the messages of the answer, those about one
-// property apart from those about the whole. i18n/ has the texts that people read.
+// How a request can fail: the kind of failure, and the response's messages with the properties they
+// are about. labels.ts turns them into texts for people.
 import { at, isObject, objectsIn, textAt, textsIn, type Json } from "./json";
 
-// signedOut    no session, or it has ended (401)
+// signedOut    no session, or an expired one (401)
 // forbidden    the account may not do this (403)
-// providerAway nobody serves the resource at this moment (503)
+// providerAway nothing serves the resource at the moment (503)
 // tooSlow      the provider did not answer in time (504)
-// unreachable  no answer at all: server or network away
+// unreachable  no response at all: server or network down
 // busy         too many requests or sessions (429)
-// refused      the request makes no sense to the server (other 4xx)
-// failed       the server could not do it (other 5xx), or its answer makes no sense
+// refused      the server rejected the request (other 4xx)
+// failed       the server failed (other 5xx), or its response makes no sense
 export type FailureKind =
     | "signedOut"
     | "forbidden"
@@ -22,9 +22,9 @@ export type FailureKind =
 
 export interface Message {
     id: string; // last part of the MessageId, for instance PropertyValueNotInList
-    text: string; // as the server says it, in English
+    text: string; // the server's, in English
     arguments: string[];
-    properties: string[]; // names of the properties that it is about
+    properties: string[]; // properties that it is about
 }
 
 export class RequestFailure extends Error {

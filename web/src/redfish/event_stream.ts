@@ -1,16 +1,16 @@
-// The event stream, held open: reads it, resumes it behind the last event after every break, and
-// tells whether it stands.
+// Keeps the event stream open: reads it, resumes after the last event when it breaks, and reports
+// whether it is up.
 import { RequestFailure } from "./errors";
 import type { RedfishClient } from "./client";
 import { SseParser, type ServerSentEvent } from "./sse";
 
-// The first try again comes soon, so that a restarted server is seen at once; later ones spare it.
+// Retries soon at first, so that a restarted server is noticed at once, then backs off.
 const kFirstPauseMs = 500;
 const kLongestPauseMs = 5_000;
 
 export interface StreamListener {
     onEvent(event: ServerSentEvent): void;
-    // `resumed`: the stream stood before, so what has changed meanwhile must be read.
+    // `resumed`: the stream was open before, so missed changes must be read.
     onOpen(resumed: boolean): void;
     onBreak(failure: RequestFailure): void;
 }

@@ -1,4 +1,4 @@
-// Answers are data from outside: these look into them without believing their form.
+// Accessors for responses, whose shape is never trusted.
 
 export type Json = null | boolean | number | string | Json[] | { [name: string]: Json };
 export type JsonObject = { [name: string]: Json };
@@ -7,7 +7,7 @@ export function isObject(value: unknown): value is JsonObject {
     return typeof value === "object" && value !== null && !Array.isArray(value);
 }
 
-// The value behind the names, or undefined when one of them is missing.
+// The value at the path, or undefined if any part is missing.
 export function at(value: unknown, ...names: (string | number)[]): Json | undefined {
     let place: unknown = value;
     for (const name of names) {
@@ -35,7 +35,7 @@ export function textsIn(value: unknown): string[] {
     return Array.isArray(value) ? value.filter((each) => typeof each === "string") : [];
 }
 
-// The first member of that name at any depth, nearest first; `named` decides by the name.
+// The first member at any depth, nearest first, whose name satisfies `named`.
 export function findMember(value: unknown, named: (name: string) => boolean): Json | undefined {
     const waiting: unknown[] = [value];
     for (let next = waiting.shift(); next !== undefined; next = waiting.shift()) {

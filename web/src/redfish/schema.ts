@@ -1,11 +1,11 @@
 // What the server's JSON Schema says about each property: its type, its values, whether it can be
-// written. A schema that says nothing leaves the page's own list (settings/catalogue.ts).
+// written. Without it the page uses its own list (settings/catalogue.ts).
 import { at, isObject, textAt, textsIn, type Json, type JsonObject } from "./json";
 
 export interface PropertyDescription {
     type: "boolean" | "integer" | "text";
-    values: string[] | null; // every allowed one, or null: any
-    suggestions: string[]; // named by the schema, but others are allowed too
+    values: string[] | null; // all allowed ones; null: any
+    suggestions: string[]; // named by the schema; others are allowed too
     minimum: number | null;
     maximum: number | null;
     readOnly: boolean;
@@ -79,7 +79,7 @@ function describe(name: string, parts: JsonObject[]): PropertyDescription {
         suggestions: parts.flatMap((part) => textsIn(part["examples"])),
         minimum: number("minimum"),
         maximum: number("maximum"),
-        // The standard's schema files write it small, JSON Schema itself does not.
+        // The standard's schema files write it in lower case, JSON Schema itself does not.
         readOnly: parts.some((part) => part["readonly"] === true || part["readOnly"] === true),
         title: first((part) => textAt(part, "title")) ?? name,
     };

@@ -1,5 +1,5 @@
-// Signing in and out. The token is kept for as long as the tab lives, so that a reload does not
-// ask again; the password is kept nowhere.
+// Signing in and out. The token lives as long as the tab, so that a reload does not ask again; the
+// password is never stored.
 import { RedfishClient } from "./client";
 import { RequestFailure } from "./errors";
 import { isObject, textAt } from "./json";
@@ -9,7 +9,7 @@ const kStorageKey = "orvane.session";
 
 export interface Session {
     token: string;
-    path: string; // of the session resource; empty when the server did not tell
+    path: string; // of the session resource; empty if the server did not send it
     user: string;
 }
 
@@ -24,7 +24,7 @@ export async function signIn(user: string, password: string): Promise<Session> {
     return { token, path, user: textAt(answer.body, "UserName") ?? user };
 }
 
-// Ends the session at the server too. A server that is away ends it by its own time-out.
+// Ends the session at the server too. If that is unreachable, its own time-out does.
 export async function signOut(session: Session): Promise<void> {
     if (session.path === "") return;
     try {

@@ -1,5 +1,5 @@
-// Server-sent events as a stream of text: chunks go in, events come out. The browser's EventSource
-// cannot send a token, so its parser is not at hand. Connecting is left to event_stream.ts.
+// Server-sent events as a stream of text: chunks in, events out. The browser's EventSource
+// cannot send a token, so its parser is of no use here.
 
 export interface ServerSentEvent {
     id: string; // of the last event that carried one, this one included
@@ -8,9 +8,9 @@ export interface ServerSentEvent {
 }
 
 export class SseParser {
-    // What a stream that goes on is resumed with; empty before the first id.
+    // The id to resume after; empty before the first one.
     lastEventId: string;
-    // As the server asks for it, or null.
+    // As requested by the server, or null.
     retryMilliseconds: number | null = null;
 
     private rest = "";

@@ -1,13 +1,13 @@
-// The settings that the page knows: where each stands, which control fits it, and what it offers
-// where the schema allows any text. What the schema lists takes the place of these offers.
+// The settings that the page knows: section, control, and the values to offer where the schema allows
+// any text. Values that the schema lists replace these.
 import type { PropertyDescription } from "../redfish/schema";
 
 export type SectionName = "display" | "region" | "home" | "system";
 // choice  a few values side by side
-// list    many values, opened by a touch
+// list    many values, opened on touch
 // switch  two values, on and off
 // level   whole numbers, on a slider
-// text    shown only
+// text    read-only
 export type ControlKind = "choice" | "list" | "switch" | "level" | "text";
 
 interface Entry {
@@ -37,11 +37,11 @@ const kCatalogue: readonly Entry[] = [
 
 export const kSections: readonly SectionName[] = ["display", "region", "home", "system"];
 
-// Handled by the page's own parts rather than by a field: the set-up, and the head of the page.
+// Shown elsewhere than in a field: the set-up, and the head of the page.
 const kElsewhere = new Set(["InitialBoot", "Name", "Id", "Actions", "Description", "Oem", "Links"]);
 
 const kLevels = { minimum: 1, maximum: 7 };
-// More side by side than this is a search, not a choice.
+// More than this side by side is hard to scan.
 const kMaxSideBySide = 6;
 
 export interface Setting {
@@ -55,8 +55,8 @@ export interface Setting {
     type: PropertyDescription["type"];
 }
 
-// The settings of a resource that has these properties. A property that the page does not know
-// is shown all the same, with the control that its description asks for.
+// The settings of a resource with these properties. One that the page does not know is shown too, with
+// the control that fits its description.
 export function settingsOf(
     properties: Iterable<string>,
     schema: ReadonlyMap<string, PropertyDescription>,
@@ -102,7 +102,7 @@ function controlOf(
         if (description.type === "boolean") return "switch";
         return values.length > 0 ? "list" : "text";
     }
-    // A schema may have another idea of what the values are.
+    // A schema may list other values.
     if (entry.control === "switch" && !isSwitch(values)) return "choice";
     return entry.control === "choice" && values.length > kMaxSideBySide ? "list" : entry.control;
 }
@@ -118,7 +118,7 @@ function isSwitch(values: readonly string[]): boolean {
     return values.length === 0 || (values.length === 2 && values.some((each) => isOn(each)));
 }
 
-// What a switch sends for one of its sides.
+// The value that a switch sends for on or off.
 export function switchValue(setting: Setting, on: boolean): string {
     const side = on ? 0 : 1;
     const pair = kOnAndOff.find((each) => setting.values.includes(each[side]));
@@ -129,8 +129,8 @@ export function isOn(value: string): boolean {
     return kOnAndOff.some(([on]) => on.toLowerCase() === value.toLowerCase());
 }
 
-// The values to offer: the known ones, and the present one where it is none of them. One that only
-// says the same in other words ("24 Hour") takes the place of its like.
+// The values to offer: the known ones, and the present one if it is not among them. A mere variant
+// ("24 Hour") replaces its equivalent.
 export function offersOf(setting: Setting, present: string): string[] {
     const offers = [...setting.values];
     if (offers.includes(present)) return offers;

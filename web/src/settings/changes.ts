@@ -1,6 +1,5 @@
-// Changes on their way to the server. A change is sent at once, and whatever is changed while a
-// request is under way goes into the next one together, so that there is one PATCH at a time however fast
-// somebody touches. How a PATCH is sent is the caller's.
+// Changes on their way to the server. A change is sent at once; changes made during a request are
+// sent together in the next one, so that there is only ever one PATCH under way.
 import { RequestFailure, type Message } from "../redfish/errors";
 import { signal, type Reading } from "../reactive";
 
@@ -19,7 +18,7 @@ export interface ChangeListener {
 const kGatherMs = 150;
 
 export class Changes {
-    // What the page shows in place of the server's values: wanted, and not answered yet.
+    // Shown in place of the server's values: requested, and not answered yet.
     readonly wanted: Reading<ReadonlyMap<string, string>>;
     readonly rejections: Reading<ReadonlyMap<string, Rejection>>;
 
@@ -31,7 +30,7 @@ export class Changes {
     private idle: Promise<void> = Promise.resolve();
 
     constructor(
-        // Resolves once the values are in force and the page has read them; throws RequestFailure.
+        // Resolves once the values are in force and the page has them; throws RequestFailure.
         private readonly send: (values: ReadonlyMap<string, string>) => Promise<void>,
         private readonly listener: ChangeListener,
     ) {
@@ -51,7 +50,7 @@ export class Changes {
         }
     }
 
-    // Sends what waits now; resolves when every change has been answered.
+    // Sends pending changes now; resolves when every change has been answered.
     async settle(): Promise<void> {
         if (this.timer !== null) {
             clearTimeout(this.timer);
@@ -61,7 +60,7 @@ export class Changes {
         await this.idle;
     }
 
-    // Whether a value came from here: it is being asked for at this moment.
+    // Whether the value comes from here: its request is under way.
     isOwn(name: string, value: string): boolean {
         return this.underWay.get(name) === value;
     }
@@ -91,8 +90,8 @@ export class Changes {
         }
     }
 
-    // The server carries out nothing of a request in which anything is wrong: what it does not
-    // complain about is asked for again, by itself.
+    // The server rejects a request as a whole if anything in it is wrong: values that it does not
+    // complain about are sent again by themselves.
     private reject(sent: ReadonlyMap<string, string>, error: unknown): void {
         const failure = error instanceof RequestFailure ? error : new RequestFailure("failed", 0);
         const blamed = new Map<string, Message>();

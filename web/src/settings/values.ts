@@ -1,9 +1,9 @@
-// The values of a resource as texts, and what differs between two states of it.
+// A resource's values as texts, and the differences between two states of it.
 import { isObject, type Json } from "../redfish/json";
 
 export type Values = ReadonlyMap<string, string>;
 
-// Every plain property: numbers and truth values as the text that the setting has in the store.
+// Every plain property; numbers and booleans as the text that the store has.
 export function valuesOf(resource: Json | undefined): Values {
     const values = new Map<string, string>();
     if (!isObject(resource)) return values;

@@ -1,4 +1,4 @@
-// The resource's actions as buttons, each with its outcome beside it.
+// The resource's actions as buttons, each with its result beside it.
 import { h } from "../dom";
 import { reasonOf } from "../labels";
 import { signal } from "../reactive";

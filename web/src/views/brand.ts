@@ -1,4 +1,4 @@
-// The name of the product with its mark, the ladder of the brightness.
+// The product's name with its logo, a brightness ladder.
 import { h, s } from "../dom";
 import type { Translator } from "../i18n/texts";
 

@@ -1,4 +1,4 @@
-// What every part of the signed-in page is given.
+// What every part of the signed-in page receives.
 import type { Translator } from "../i18n/texts";
 import type { Reading, Signal } from "../reactive";
 import type { WebGuiResource } from "../resource";
@@ -11,12 +11,12 @@ export interface Context {
     now: Reading<number>; // ms, once a second
     panel: Signal<PanelState>;
     section: Signal<string>; // the one that a small screen shows
-    // Says it to whoever cannot see it, once the screen reader is free.
+    // Announced by screen readers.
     announce(text: string): void;
     signOut(): void;
 }
 
-// A value as the server has it, or as somebody here has just asked for; empty when unknown.
+// A value as the server has it, or as just requested here; empty if unknown.
 export function wantedValue({ resource }: Context, name: string): string {
     return resource.changes.wanted.get().get(name) ?? resource.values.get()?.get(name) ?? "";
 }

@@ -1,4 +1,4 @@
-// One setting on the page: its label, the control that fits it, and what became of the last change.
+// One setting on the page: its label, its control, and the result of the last change.
 import { h, freshId, swap } from "../dom";
 import { hintOf, reasonOf, settingLabel, valueLabel } from "../labels";
 import { computed, effect, onEnd, signal, type Reading } from "../reactive";
@@ -74,7 +74,7 @@ export function field(context: Context, setting: Setting): HTMLElement {
     );
 }
 
-// Beside the label, for the eye; the live region tells the ear once it is saved.
+// For sighted users; the live region announces that it is saved.
 function progress({ tr, resource }: Context, name: string): HTMLElement {
     const state = signal<"" | "saving" | "saved">("");
     let timer: ReturnType<typeof setTimeout> | undefined;
@@ -171,7 +171,7 @@ function onAndOff({ context, setting, value, ...part }: Part): HTMLElement {
 
 function choice({ context, setting, value, ...part }: Part): HTMLElement {
     const group = freshId(setting.name);
-    // Built anew only when the server has a value that is not offered yet.
+    // Rebuilt only when the server has a value that is not offered yet.
     const offers = computed(() => offersOf(setting, value.get()).join("\n"));
     const place = h("div", {
         class: "choice",
@@ -215,7 +215,7 @@ function list({ context, setting, value, ...part }: Part): HTMLElement {
         }
         return fragment;
     });
-    // After the options, which it chooses from.
+    // After its options exist.
     effect(() => {
         offers.get();
         select.value = value.get();

@@ -1,5 +1,5 @@
-// Whether the settings can be had: a short word beside the name of the page, and a notice that
-// explains while they cannot.
+// Whether the settings are available: a short word beside the page's name, and a notice that explains
+// while they are not.
 import { h, swap } from "../dom";
 import { formatTime } from "../format";
 import { computed } from "../reactive";
@@ -16,7 +16,7 @@ export function connectionBadge({ tr, resource }: Context): HTMLElement {
     );
 }
 
-// Stays in place, so that a screen reader knows it; empty while all is well.
+// Always present, so that screen readers know it; empty while all is well.
 export function notice(context: Context): HTMLElement {
     const shown = computed(() => {
         const connection = context.resource.connection.get();

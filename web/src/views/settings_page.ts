@@ -1,5 +1,5 @@
-// The page of somebody who has signed in: the panel, the settings in their sections, the log. A small
-// screen shows one section at a time, chosen in the rail; a large one all of them.
+// The page after the sign-in: the panel, the settings by section, the log. A small screen shows one
+// section at a time, chosen in the rail; a large one shows all.
 import { h, freshId, swap } from "../dom";
 import { settingLabel, valueLabel } from "../labels";
 import { computed } from "../reactive";
@@ -138,7 +138,7 @@ function fields(context: Context, name: SectionName): HTMLElement {
     });
 }
 
-// What is no field: the set-up, the report that the GUI is up, and what can only be read.
+// What has no field: the set-up, the report that the GUI is ready, and read-only facts.
 function systemPart(context: Context): HTMLElement[] {
     const { tr, resource, user } = context;
     const due = () => isOn(wantedValue(context, "InitialBoot"));

@@ -1,4 +1,4 @@
-// The sign-in. The password goes into one request and out of the form, whatever becomes of it.
+// The sign-in. The password goes into one request and is then cleared, whatever the result.
 import { h, freshId } from "../dom";
 import type { TextKey, Translator } from "../i18n/texts";
 import { reasonOf } from "../labels";
@@ -10,7 +10,7 @@ import { brand } from "./brand";
 export interface SignInOptions {
     tr: Translator;
     message: TextKey | null; // why the page asks
-    user: string; // of the session before, to save typing
+    user: string; // of the previous session, to save typing
     onSession(session: Session): void;
 }
 
@@ -54,7 +54,7 @@ export function signInView({ tr, message, user, onSession }: SignInOptions): HTM
             busy.set(false);
         }
     };
-    // The browser's own bubbles would speak another language than the page.
+    // The browser's own hints may be in another language than the page.
     const form = h(
         "form",
         {

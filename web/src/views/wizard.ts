@@ -1,5 +1,5 @@
-// The first set-up: shown while the resource says that it is still to be done. Its steps are the
-// ordinary fields; the last marks the set-up as done and then reports "GUI ready".
+// The first set-up, shown while the resource says that it is due. Its steps are ordinary fields; the
+// last marks the set-up as done and then reports "GUI ready".
 import { h, freshId, swap } from "../dom";
 import { reasonOf, settingLabel, valueLabel } from "../labels";
 import { signal } from "../reactive";
@@ -19,9 +19,9 @@ const kSteps = [
 type Step = (typeof kSteps)[number];
 
 export interface WizardOptions {
-    // Not now: the settings, until the page is opened again.
+    // Show the settings instead, until the page is opened again.
     onLater(): void;
-    // From here on, that the set-up is no longer due does not end the wizard: the report is missing.
+    // From here on the wizard stays although the set-up is done: the report is still missing.
     onFinish(): void;
     onFinished(): void;
 }
@@ -35,7 +35,7 @@ export function wizard(context: Context, options: WizardOptions): HTMLElement {
         const heading = h("h2", { id: headingId, tabindex: -1 }, () =>
             tr.t(`wizard.${now.name}.title`),
         );
-        // The new step is read from its heading on; the first time the page has its focus elsewhere.
+        // Screen readers continue at the new step's heading; at first the focus is elsewhere.
         queueMicrotask(() => heading.focus());
         return h(
             "section",
@@ -81,7 +81,7 @@ function stepFields(context: Context, step: Step): HTMLElement {
         for (const name of step.settings) {
             const setting = settings.find((each) => each.name === name);
             if (!setting) continue;
-            // Here a language is a page of its own, so that every one is seen at once.
+            // The language has a step of its own, so that all are visible at once.
             const control = name === "Language" ? "choice" : setting.control;
             fragment.append(field(context, { ...setting, control }));
         }
@@ -164,8 +164,8 @@ function footer(
     );
 }
 
-// In this order: a set-up that is not marked as done begins again, one that is not reported only
-// leaves the buzzer silent, and the report can be made again.
+// In this order: a set-up that is not marked as done starts again; a missing report only leaves the
+// buzzer silent and can be repeated.
 async function finish({ resource }: Context): Promise<void> {
     const { changes } = resource;
     if (isOnAtServer(resource.values.peek()?.get("InitialBoot"))) {

@@ -1,5 +1,5 @@
-// The page in Chromium, against the stand-in: each flow as a user goes through it. What the real server
-// can be made to do is tested against it, in tests/stack.
+// The page in Chromium against the stand-in, each flow as a user goes through it. tests/stack covers
+// what the real server can be made to do.
 import { afterAll, afterEach, beforeAll, beforeEach, expect, test } from "vitest";
 import type { Page } from "playwright-core";
 import {
@@ -201,7 +201,7 @@ test("a refusal is shown at its control, the others are saved, and another try c
     await chip("Theme", "Light").click();
     await chip("TimeFormat", "12 hours").click();
     await errorOf("Theme").locator("p").waitFor();
-    expect(await errorOf("Theme").textContent()).toContain("none of the allowed values");
+    expect(await errorOf("Theme").textContent()).toContain("not one of the allowed values");
     expect(await field("Theme").locator(".choice").getAttribute("aria-invalid")).toBe("true");
     await until("the other value", () => server.settings["TimeFormat"] === "12 Hours");
     expect(await chip("Theme", "Dark").locator("input").isChecked()).toBe(true);
@@ -341,7 +341,7 @@ test("the set-up waits when it is put off, and starts again when it is asked for
     server.set({ InitialBoot: false });
     await page.locator('[data-action="setUp"]:enabled').click();
     await page.waitForSelector(".wizard");
-    server.set({ InitialBoot: false }); // somebody else has finished it
+    server.set({ InitialBoot: false }); // someone else has finished it
     await page.waitForSelector(".card-display");
 });
 

@@ -1,5 +1,5 @@
-// Pictures of the page for people to look at, in tests/.screens; each state is also asserted, so
-// that a picture shows what its name says.
+// Screenshots for people, in tests/.screens; each state is asserted too, so that a picture shows what
+// its name says.
 import { mkdirSync } from "node:fs";
 import { join } from "node:path";
 import { fileURLToPath } from "node:url";

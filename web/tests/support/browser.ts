@@ -1,4 +1,4 @@
-// Debian's Chromium, headless and with a profile of its own; pages that notice what they must not do.
+// Debian's Chromium, headless with its own profile; collects what a page must not do.
 import { mkdtemp, rm } from "node:fs/promises";
 import { tmpdir } from "node:os";
 import { join } from "node:path";
@@ -51,8 +51,8 @@ export async function openBrowser(
     };
 }
 
-// What a page has complained about: errors of scripts and breaches of its security policy, and requests
-// that left the server. Answers of 4xx and 5xx are no complaint.
+// Script errors, violations of the security policy and requests to other servers. Responses of 4xx and
+// 5xx do not count.
 export function complaintsOf(page: Page, origin: string): string[] {
     const found: string[] = [];
     page.on("pageerror", (error) => found.push(`error: ${error.message}`));
@@ -74,7 +74,7 @@ export async function signIn(page: Page, address: string, user = "admin", passwo
     await page.click('button[type="submit"]');
 }
 
-// Until the condition holds; a test that waits in vain says for what.
+// Waits until the condition holds; on time-out the error names it.
 export async function until(
     what: string,
     condition: () => boolean | Promise<boolean>,

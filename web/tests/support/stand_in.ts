@@ -1,6 +1,6 @@
-// A stand-in for the Redfish server, for what the real one cannot be made to do at will: a provider
-// that is away or slow, a value that is refused though the page offers it, a broken stream. It serves the
-// built page with the strictest content security policy and speaks as much Redfish as the page asks for.
+// A stand-in for the Redfish server, for what the real one cannot do on demand: a provider that is away
+// or slow, an offered value that is rejected, a broken stream. Serves the built page with the strictest
+// content security policy, and as much Redfish as the page needs.
 import { randomUUID } from "node:crypto";
 import { readFile } from "node:fs/promises";
 import { createServer, type IncomingMessage, type Server, type ServerResponse } from "node:http";
@@ -55,15 +55,15 @@ interface ServerEvent {
 
 export class StandIn {
     settings: Settings;
-    // Switches.
+    // Controls.
     provider: "up" | "away" | "silent" = "up";
     updateMs = 20; // that an update takes
-    readMs = 0; // that the answer to a reading, made at once, is on its way
-    whole = true; // false: a change is answered without the resource
+    readMs = 0; // delay of a GET's response, which is made at once
+    whole = true; // false: a PATCH is answered without the resource
     refused = new Map<string, string>(); // property to the name of a message
     failingActions = false;
     streams = true; // false: none can be opened
-    // What was seen.
+    // Observed.
     readonly patches: Settings[] = [];
     reads = 0; // of the resource
     readonly actions: string[] = [];
@@ -111,7 +111,7 @@ export class StandIn {
         for (const each of this.open) each.destroy();
     }
 
-    // A change that somebody else makes.
+    // A change made by someone else.
     set(values: Settings): void {
         Object.assign(this.settings, values);
         this.version += 1;

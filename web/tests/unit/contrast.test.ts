@@ -1,5 +1,4 @@
-// The colours of both themes against the grounds on which they stand: 4.5:1 for texts, 3:1 for the edges
-// of controls (WCAG 2.1, level AA).
+// Contrast of both themes: 4.5:1 for texts, 3:1 for the edges of controls (WCAG 2.1, level AA).
 import { readFileSync } from "node:fs";
 import { expect, test } from "vitest";
 

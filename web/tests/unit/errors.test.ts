@@ -1,4 +1,4 @@
-// What answers mean: failures with their messages, links, values.
+// What responses mean: failures with their messages, links, values.
 import { expect, test } from "vitest";
 import { kindOf, messagesOf } from "../../src/redfish/errors";
 import { actionTarget } from "../../src/redfish/discover";

@@ -37,7 +37,7 @@ test("every text is used, and every text that is used exists", () => {
         .filter((name) => name.endsWith(".ts") && !/i18n\/(en|de|fr|es)\.ts$/.test(name))
         .map((name) => readFileSync(join(kSource, name), "utf8"))
         .join("\n");
-    // Keys that are put together from a name: the part before it.
+    // Prefixes of composed keys.
     const families = [...sources.matchAll(/`((?:[\w]+\.)+)\$\{/g)].map((found) => found[1] ?? "");
     const unused = Object.keys(en).filter((key) => {
         return !sources.includes(`"${key}"`) && !families.some((family) => key.startsWith(family));

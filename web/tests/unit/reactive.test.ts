@@ -1,4 +1,4 @@
-// Signals, effects and scopes: who runs when, and who no more.
+// Signals, effects and scopes: what runs when, and what no longer does.
 import { expect, test } from "vitest";
 import { batch, computed, effect, onEnd, scope, signal } from "../../src/reactive";
 
