@@ -1,5 +1,4 @@
 // Follows the event stream with blocking reads, each after the entry read last.
-// Printing is left to the programs.
 #include "client/events.h"
 
 #include "client/errors.h"

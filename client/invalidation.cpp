@@ -1,5 +1,5 @@
-// Follows the server's invalidation messages in the older form of its protocol, in which they
-// go to a second connection. What is kept a copy of is left to the callers.
+// Uses the older form of the server's protocol, in which invalidation messages are redirected to a
+// second connection.
 #include "client/invalidation.h"
 
 #include "client/connection.h"
@@ -12,9 +12,9 @@ namespace client {
 namespace {
 
 constexpr const char* kChannel = "__redis__:invalidate";
-// The connection that asked is looked at this often: when it is lost, the news end in silence.
+// How often the tracking connection is checked: when it is lost, the messages end in silence.
 constexpr std::chrono::milliseconds kLook{100};
-// News that come in a row are told as one, but no more than this many.
+// Consecutive messages are reported as one, up to this many.
 constexpr int kMaxInARow = 1000;
 
 } // namespace

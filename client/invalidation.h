@@ -1,6 +1,6 @@
-// Tells which keys of the store have been changed, by anyone, from the moment on at which it
-// was made: what keeps a copy of the store's contents true. Uses the server's own tracking of
-// key prefixes, with two connections: one that asks for it, one on which the news come.
+// Reports that keys of the store may have changed, whoever changed them: lets a copy of their
+// contents be kept. Uses the server's tracking of key prefixes with two connections: one asks for
+// the tracking, the other receives the invalidation messages.
 #pragma once
 
 #include "client/wire.h"
@@ -10,14 +10,13 @@ namespace client {
 // Not for two threads at once.
 class Invalidations {
 public:
-    // Tells of every key that begins with one of the prefixes. Throws StoreUnreachable,
-    // StoreRefused.
+    // Covers every key that begins with one of the prefixes, from the return of the constructor on.
+    // Throws StoreUnreachable, StoreRefused.
     Invalidations(const Address& address, const std::vector<std::string>& prefixes);
 
-    // Whether one of the keys may have changed since the last call; waits for it up to the
-    // deadline. Throws StoreUnreachable when one of the connections is lost: whatever was
-    // changed since is unknown then, and a new one has to be made. Throws Stopped (`stop` may
-    // be null).
+    // Whether any of the keys may have changed since the last call, not which; waits up to the
+    // deadline. Throws StoreUnreachable when either connection is lost: changes may have been
+    // missed then, and a new object is needed. Throws Stopped (`stop` may be null).
     bool next(Deadline deadline, const Stop* stop);
 
 private:
