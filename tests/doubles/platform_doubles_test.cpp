@@ -19,7 +19,6 @@ using doubles::context;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::Pair;
 
 FieldValuePair pairOf(const char* name, const char* value) {
     FieldValuePair pair{};
