@@ -1,7 +1,8 @@
 // The programs of benchmarks/ beside the real daemon: counts of answers, and the commands that
-// redis sees from the daemon and from the bare programs.
+// redis receives from the daemon and from the bare programs.
 #include "benchmarks/bare.h"
 #include "tests/end_to_end/devices.h"
+#include "tests/support/odd_server.h"
 #include "tests/support/wait_until.h"
 
 #include <cstdlib>
@@ -10,6 +11,7 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <regex>
+#include <sys/resource.h>
 
 namespace {
 
@@ -245,6 +247,27 @@ TEST_F(BenchmarkProgramsWithAUnit, SendTheDaemonsCommandsForARead) {
     EXPECT_EQ(daemon.size(), 2 * 5U); // HGET, SET, HSET, EXPIRE, PUBLISH
     expectAsManyRoundTrips("bare-unit", kDaemon);
     expectOneAnswerToEach("bare-unit", "8");
+}
+
+// A server that announces gigabytes where a program expects the reply to its first command.
+TEST(BenchmarkLimits, HoldForEveryProgramThatReadsReplies) {
+    for (const std::string greedy : {"*100000000\r\n", "*1048000\r\n*1048000\r\n"}) {
+        test::OddServer server([&](const std::string&) { return test::OddServer::Answer{greedy}; });
+        const std::string socket = server.address().substr(std::string("unix:").size());
+        for (const std::vector<std::string>& command : std::vector<std::vector<std::string>>{
+                 {ORVANE_BENCH_LOAD, "--channel", "c", "--requests", "1"},
+                 {ORVANE_BENCH_BARE, "--channel", "c"},
+                 {ORVANE_BENCH_FRESH}}) {
+            std::vector<std::string> whole = command;
+            whole.insert(whole.end(), {"--socket", socket, "--instance", kWebGui});
+            const Finished finished = test::run(whole);
+            EXPECT_EQ(finished.status, 1) << command.front();
+            EXPECT_THAT(finished.error, testing::HasSubstr("redis: ")) << command.front();
+        }
+    }
+    rusage used{};
+    ::getrusage(RUSAGE_CHILDREN, &used);
+    EXPECT_LT(used.ru_maxrss / 1024, 512) << "MiB, of the largest of them";
 }
 
 TEST(BenchStart, TellsWhenTheMarkerWasThere) {

@@ -17,7 +17,7 @@ using testing::HasSubstr;
 
 class Connection : public testing::Test {
 protected:
-    // The text of what is thrown; empty: nothing is.
+    // The text of the exception; empty when none is thrown.
     template <typename Exception>
     std::string thrownBy(const client::Words& words) {
         try {

@@ -1,5 +1,5 @@
-// A provider of the WebGUI resource for tests of its clients: registers itself in a store,
-// takes requests on its channel, and answers as it is told to.
+// A provider of the WebGUI resource for tests of its clients: registers in a store, takes requests
+// on its channel, and answers as the test configures it.
 #pragma once
 
 #include "tests/support/redis_server.h"
@@ -16,7 +16,7 @@
 
 namespace test {
 
-// One request as it came in, with the fields of its request object at that moment.
+// A request as received, with the fields of its request object at that moment.
 struct ReceivedRequest {
     std::string messageId;
     std::string argument;
@@ -42,14 +42,14 @@ public:
     static constexpr const char* kInstance = "80000000-0000-0000-0000-008000000000";
     static constexpr const char* kChannel = "OrvaneWebGUI";
 
-    // Writes the schema, registers, publishes the instance with defaults, and listens when
-    // the constructor returns.
+    // Writes the schema, registers, and stores the instance with defaults. Listens when the
+    // constructor returns.
     explicit StandInProvider(RedisServer& server);
     ~StandInProvider();
     StandInProvider(const StandInProvider&) = delete;
     StandInProvider& operator=(const StandInProvider&) = delete;
 
-    // For requests from now on: by message id, or all that are not named.
+    // For requests from now on: by message id, or for all that are not named.
     void behave(const std::string& messageId, Behaviour behaviour);
     void behave(Behaviour behaviour);
 

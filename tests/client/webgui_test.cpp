@@ -24,8 +24,8 @@ protected:
     WebGui webGui{address()};
 };
 
-// Two clients change different properties of the same request at the same moment: each
-// sends what the other has just changed along with its own.
+// Two clients change different properties of the same request at the same moment: each sends the
+// other's change along with its own.
 TEST_F(TheWebGui, LosesNoneOfTwoChangesMadeAtTheSameMoment) {
     constexpr int kRounds = 100;
     provider.behave("00003", {.work = milliseconds(2)});

@@ -1,4 +1,4 @@
-// From an input to a database file. How the file is used is left to settings_database_fuzz.cpp.
+// From an input to a database file.
 //
 // The first line of an input says what the rest is:
 //   bytes     the file
@@ -13,7 +13,7 @@
 
 namespace fuzz {
 
-// What is known of the file before it is opened.
+// What is known about the file before it is opened.
 struct DatabaseInput {
     bool isMadeBySql = false; // it may hold any schema, triggers included
     bool mayBeEmpty = false;  // it may be a database without any table

@@ -1,5 +1,5 @@
-// What the fuzz targets share: how an invariant is asserted, how readable input is decoded, and
-// the capture of what the code under test writes. What is fuzzed is each target's own file.
+// Shared by the fuzz targets: asserting invariants, decoding readable input, and capturing what the
+// code under test writes.
 #pragma once
 
 #include <cstddef>
@@ -10,13 +10,13 @@
 #include <string_view>
 #include <vector>
 
-// Defined by each target; always returns 0. It is called again and again in one process, so it
-// leaves nothing behind.
+// Defined by each target; always returns 0. Called many times in one process, so it must leave
+// nothing behind.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 namespace fuzz {
 
-// Ends the process with a line on the C library's standard error where an invariant is broken.
+// Ends the process with a line on the C library's standard error when an invariant is broken.
 void require(bool holds, std::string_view invariant, std::string_view detail = {});
 
 std::string_view asText(const std::uint8_t* data, std::size_t size);

@@ -1,8 +1,8 @@
 // Three arbitrary texts to the hook, then the worker's handling of what was posted, on the
-// platform doubles. What has to hold of each request is left to hook_invariants.h.
+// platform doubles. hook_invariants.h has what must hold for each request.
 //
 // An input is a script, one command a line, arguments separated by '|', bytes escaped as in
-// fuzz.h; what is no command is left out:
+// fuzz.h; anything else is ignored:
 //   request MSGID|REQARG|CHANNEL   to the hook, then the workers run; at most 8 of them
 //   start                          makes the agent anew; the first request does, where none has
 //   no-agent                       no request makes it

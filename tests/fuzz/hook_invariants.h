@@ -1,5 +1,5 @@
-// What holds of every request, whatever it says, whatever the store and the settings hold, and
-// whichever call fails. How a request comes about is left to hook_fuzz.cpp.
+// What holds for every request, whatever it says, whatever the store and the settings hold, and
+// whichever call fails.
 #pragma once
 
 #include "platform/plugin_host.h"

@@ -44,7 +44,7 @@ void deleteHash(redisContext* context) {
     osselDeleteHash(context, "key");
 }
 
-// Reads into a buffer of exactly the promised size, on the heap, where a step too far is found.
+// Reads into a heap buffer of exactly the promised size, so that the sanitizer finds an overrun.
 void getHashField(redisContext* context) {
     constexpr std::size_t kSize = 256;
     std::vector<char> value(kSize, '#');

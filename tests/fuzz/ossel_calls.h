@@ -1,5 +1,4 @@
-// Every call of the object-store client, each with bounded arguments and the checks of its own
-// contract. What the server answers is left to redis_reply_fuzz.cpp.
+// Every call of the object-store client, each with bounded arguments and checks of its contract.
 #pragma once
 
 #include <span>
@@ -8,7 +7,7 @@ struct redisContext;
 
 namespace fuzz {
 
-// Makes one call and checks what it hands back.
+// Makes one call and checks its results.
 using OsselCall = void (*)(redisContext* context);
 
 // All but osselRedisConnect and osselRedisDisconnect.

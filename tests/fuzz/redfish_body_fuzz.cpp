@@ -1,6 +1,6 @@
-// What a client sends to the Redfish service: the first byte says as what the rest is read (the
-// table below), a body or a query. What is accepted is what the provider's own table of settings
-// accepts; what is refused can be told to the client, within what an answer may be.
+// What a client sends to the Redfish service: the first byte selects how the rest is read (see the
+// table below), as a body or a query. It is accepted if the provider's own table of settings
+// accepts it; every refusal fits into an answer.
 #include "client/settings.h"
 #include "redfish/model/accounts.h"
 #include "redfish/model/query.h"

@@ -1,5 +1,5 @@
 // The main of a fuzz target in a build without libFuzzer: every file of the folders or of the
-// list on the command line is one input. New inputs are left to libFuzzer.
+// list on the command line is one input.
 #include "tests/fuzz/fuzz.h"
 
 #include <algorithm>
@@ -34,7 +34,7 @@ bool replay(const fs::path& path) {
         return false;
     }
     const std::vector<char> bytes{std::istreambuf_iterator<char>(file), {}};
-    std::printf("%s\n", path.c_str()); // the last line names the input that ended the process
+    std::printf("%s\n", path.c_str()); // the last line printed names an input that ends the process
     std::fflush(stdout);
     LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
     return true;

@@ -1,5 +1,5 @@
-// The server's thread, for all its clients. Where a request or an answer ends it asks the reader
-// that the clients use, too.
+// One thread serves all clients. The reader that the clients use tells where a request or an answer
+// ends.
 #include "tests/fuzz/reply_server.h"
 
 #include "redis/reply_reader.h"
@@ -18,8 +18,8 @@ namespace fuzz {
 
 namespace {
 
-// How many whole replies the bytes begin with. More than can be asked for where they are no
-// replies at all: a client that reads that far waits for nothing.
+// How many whole replies the bytes begin with. The maximum when they are nonsense: a client that
+// reads that far does not wait for more.
 std::size_t wholeReplies(std::string_view bytes) {
     redis::ReplyReader reader;
     redis::Reply reply;

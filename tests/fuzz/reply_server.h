@@ -1,6 +1,6 @@
-// A server in a thread of this process that answers whatever it is asked with the bytes it was
-// given, so that a client never waits for long: where the bytes are no whole answer, it shuts
-// the connection down behind them and the client's reads end at once.
+// A server in a thread of this process that answers every request with the bytes it was given. A
+// client never waits for long: after bytes that are not a whole answer, the server shuts the
+// connection down.
 #pragma once
 
 #include "tests/support/listener.h"
@@ -16,7 +16,7 @@ class ReplyServer {
 public:
     struct Answer {
         std::string bytes;
-        bool closes = false;   // hangs up behind the bytes, whole or not
+        bool closes = false;   // hangs up after the bytes, whole or not
         bool inPieces = false; // the second half once the client has read the first, where
                                // that is no answer yet
         bool toPing = false;   // the answer to PING, too, which is otherwise a good one
@@ -29,7 +29,7 @@ public:
 
     std::string address() const { return "unix:" + folder_.file("reply.sock"); }
 
-    // What each request is answered with from now on.
+    // The answer to each request from now on.
     void answer(Answer answer);
 
 private:

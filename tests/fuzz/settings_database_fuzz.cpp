@@ -1,6 +1,6 @@
 // A settings database of arbitrary contents, opened and used by the daemon's own agent on the
 // real library: whatever the file holds, it is usable afterwards, made anew or brought up to date,
-// and opening it once more finds nothing to do. What an input means is told in database_input.h.
+// and opening it once more finds nothing to do. database_input.h explains the input.
 #include "agent/webgui_agent.h"
 #include "platform/lcd_panel.h"
 #include "platform/settings_database.h"

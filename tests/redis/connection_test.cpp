@@ -29,7 +29,7 @@ using redis::ShortCommand;
 using std::chrono::milliseconds;
 using test::OddServer;
 
-// For a machine that has other things to do.
+// For a busy machine.
 constexpr milliseconds kMargin{1500};
 
 bool open(Connection& connection, const std::string& address) {

@@ -1,4 +1,4 @@
-// What OSSEL_REDIS may hold, and what is said of everything else.
+// What OSSEL_REDIS may hold, and what is logged for everything else.
 #include "tests/platform/ossel/store_test.h"
 
 #include "tests/support/wait_until.h"

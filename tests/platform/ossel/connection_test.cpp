@@ -1,4 +1,4 @@
-// What becomes of a connection while redis stops, starts, hangs, is full or turns clients away.
+// A connection while redis stops, starts, hangs, is full or rejects clients.
 #include "tests/platform/ossel/store_test.h"
 
 #include <algorithm>
@@ -20,7 +20,7 @@ using testing::HasSubstr;
 
 using Clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds kLimit{2000};
-// For a machine that has other things to do.
+// For a busy machine.
 constexpr std::chrono::milliseconds kMargin{4000};
 
 using Connection = test::StoreTest;

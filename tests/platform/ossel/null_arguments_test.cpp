@@ -1,5 +1,5 @@
-// Every function with a null context and with each of its pointers null: a failure, no crash,
-// and nothing stored.
+// Every function with a null context and with each of its pointers null: it fails, does not crash,
+// and stores nothing.
 #include "tests/platform/ossel/store_test.h"
 
 #include <functional>
@@ -9,7 +9,7 @@ namespace {
 constexpr const char* kNoMore = nullptr;
 
 // One call of each function with all arguments given; `wrong` names the argument that is null
-// instead (0: the context). True when the function tells of a failure.
+// instead (0: the context). True when the function reports failure.
 struct NullCase {
     const char* name;
     int arguments;

@@ -1,7 +1,8 @@
-// A server that misbehaves: whatever it answers, no call crashes, hangs or takes one call's
-// reply for another's.
+// A misbehaving server: whatever it answers, no call crashes, hangs or takes the reply to another
+// call for its own.
 #include "tests/platform/ossel/store_test.h"
 #include "tests/support/odd_server.h"
+#include "tests/support/peak_memory.h"
 
 #include <array>
 #include <chrono>
@@ -21,7 +22,7 @@ constexpr const char* kNoMore = nullptr;
 
 using Clock = std::chrono::steady_clock;
 
-// One function with harmless arguments. True when it tells of success.
+// One function with harmless arguments. True when it reports success.
 struct Call {
     const char* name;
     std::function<bool(redisContext*)> succeeds;
@@ -200,6 +201,26 @@ TEST(OddServer, MakesEveryCallFailWithBrokenReplies) {
     }
 }
 
+TEST(OddServer, ThatAnnouncesGigabytesGetsNoMemoryForThem) {
+    constexpr std::size_t kLittle = 256; // MiB, with the arenas of the servers' threads
+    for (const std::string greedy :
+         {"*100000000\r\n", "*1048000\r\n*1048000\r\n", "*1\r\n*1\r\n*100000000\r\n",
+          "$8000000000\r\n", "*1\r\n$8000000000\r\n"}) {
+        OddServer server([&](const std::string&) { return OddServer::Answer{greedy}; });
+        const test::OsselConnection context = connectTo(server.address());
+        ASSERT_NE(context, nullptr);
+        EXPECT_LT(test::memoryTakenBy([&] {
+                      errorsOf([&] {
+                          for (const Call& call : allCalls()) {
+                              EXPECT_FALSE(call.succeeds(context.get())) << call.name;
+                          }
+                      });
+                  }),
+                  kLittle)
+            << greedy;
+    }
+}
+
 TEST(OddServer, MakesEveryCallFailWithRepliesOfAnotherType) {
     // Each is right for none of the calls.
     for (const std::string& other : std::vector<std::string>{
@@ -358,7 +379,7 @@ TEST(OddServer, ThatGoesAwayInMidWriteDoesNotEndTheProcess) {
     OddServer server([](const std::string&) { return OddServer::Answer{"", true}; });
     const test::OsselConnection context = connectTo(server.address());
     ASSERT_NE(context, nullptr);
-    // More than the socket buffers take, so that the write is under way when it breaks.
+    // More than the socket buffers hold, so that the connection breaks in mid-write.
     const std::vector<FieldValuePair> fields(
         4000, test::field(std::string(1000, 'n'), std::string(1000, 'v')));
     EXPECT_NE(errorsOf([&] {

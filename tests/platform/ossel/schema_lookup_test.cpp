@@ -1,4 +1,4 @@
-// The look-ups without a context and which connection serves them.
+// Look-ups without a context, and the connection that serves them.
 #include "tests/platform/ossel/store_test.h"
 
 #include <thread>

@@ -1,5 +1,4 @@
-// A redis of the test's own with one connection of the library to it. What the library must do
-// is left to the tests.
+// A redis of the test's own with one connection of the library to it.
 #pragma once
 
 #include "platform/ossel.h"
@@ -24,7 +23,7 @@ inline OsselConnection connectTo(const std::string& address) {
     return OsselConnection(osselRedisConnect());
 }
 
-// What is written to standard error while the body runs.
+// What the body writes to standard error.
 template <typename Body>
 std::string errorsOf(Body body) {
     testing::internal::CaptureStderr();

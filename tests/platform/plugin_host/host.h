@@ -1,5 +1,5 @@
-// The tests' side of host_program: the provider as a child process, its redis, requests to
-// it and what comes back on the reply channel.
+// The tests' side of host_program: the provider as a child process, its redis, requests to it, and
+// the answers on the reply channel.
 #pragma once
 
 #include "tests/support/child_process.h"
@@ -17,8 +17,8 @@ struct redisContext;
 
 namespace test {
 
-// The messages on a channel, from the construction on: the answers, on `replies`. They stay in its
-// socket until they are asked for.
+// The messages on a channel from construction on; on `replies`, the answers. They wait in the
+// socket.
 class Replies {
 public:
     explicit Replies(const std::string& socketPath, const std::string& channel = "replies");
@@ -49,7 +49,7 @@ protected:
     std::string request(const std::string& msgId, const std::string& reqArg);
     std::string publish(const std::string& payload);
 
-    // Lines that host_program, or the host in it, wrote so far.
+    // What host_program, or the host in it, has written so far.
     std::string output() const { return readFile(folder_.file("out")); }
     std::string errors() const { return readFile(folder_.file("err")); }
     bool awaitOutput(const std::string& text) const;

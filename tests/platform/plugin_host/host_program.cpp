@@ -1,6 +1,6 @@
-// A provider on the plugin host: three workers that answer every request on its reply
-// channel with `<kind>:<reqArg>`. Its arguments say what a worker or the start does else.
-// Events go to standard output, one line each; what they must be is for the tests.
+// A provider on the plugin host: three workers that answer every request on its reply channel with
+// `<kind>:<reqArg>`. Arguments change what a worker or the start does. Each event is one line on
+// standard output.
 #include "platform/plugin_host.h"
 
 #include <hiredis/hiredis.h>
@@ -63,7 +63,7 @@ void publish(const std::string& channel, const std::string& text) {
     freeReplyObject(redisCommand(redis.get(), "PUBLISH %s %s", channel.c_str(), text.c_str()));
 }
 
-// Tells that the locals of a worker were destroyed.
+// Prints a line when the locals of a worker are destroyed.
 struct Guard {
     std::string kind;
     ~Guard() { say("end of " + kind); }

@@ -1,9 +1,13 @@
 // The provider's entry in the directory, its subscription, and both when redis is away.
 #include "tests/platform/plugin_host/host.h"
 
+#include "platform/plugin_host.h"
+#include "tests/support/odd_server.h"
+#include "tests/support/peak_memory.h"
 #include "tests/support/wait_until.h"
 
 #include <csignal>
+#include <cstdlib>
 #include <utility>
 
 namespace {
@@ -110,6 +114,32 @@ TEST_F(Registration, IsNoConditionForTheWorkers) {
     host->signal(SIGTERM);
     EXPECT_EQ(host->wait(), 0);
     EXPECT_EQ(errors(), "");
+}
+
+// In this process, whose memory is measured: the same host, with a server that announces gigabytes.
+TEST(RegistrationLimits, LeaveNoMemoryToWhatAServerAnnounces) {
+    constexpr std::size_t kLittle = 256; // MiB, with the arena of the server's thread
+    for (const std::string greedy :
+         {"*100000000\r\n", "*1048000\r\n*1048000\r\n", "$8000000000\r\n"}) {
+        const test::OddServer server(
+            [&](const std::string&) { return test::OddServer::Answer{greedy}; });
+        ::setenv("OSSEL_REDIS", server.address().c_str(), 1);
+        std::string name = "Provider";
+        char* registered = name.data();
+        testing::internal::CaptureStderr();
+        EXPECT_LT(test::memoryTakenBy([&] {
+                      ovrBindCAPIToOssel host;
+                      host.ovrcbIdSet("type-1");
+                      host.ovrHookFnRedisRegister(&registered);
+                  }),
+                  kLittle)
+            << greedy;
+        EXPECT_NE(testing::internal::GetCapturedStderr().find(
+                      "[ovrhost]: Failed to subscribe to Provider: a reply "),
+                  std::string::npos)
+            << greedy;
+    }
+    ::unsetenv("OSSEL_REDIS");
 }
 
 } // namespace

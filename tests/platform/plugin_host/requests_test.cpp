@@ -1,4 +1,4 @@
-// Requests on their road: published, handed to the hook, taken by a worker, answered.
+// A request from publication through hook and worker to its answer.
 #include "tests/platform/plugin_host/host.h"
 
 #include "tests/support/wait_until.h"

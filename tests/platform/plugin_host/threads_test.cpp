@@ -12,7 +12,7 @@
 
 namespace {
 
-// What the bodies of one test leave behind.
+// What the thread bodies of a test record.
 std::mutex mutex;
 std::vector<std::string> record;
 ovrComSupport* support = nullptr;
