@@ -98,15 +98,18 @@ std::string csdlType(const client::Setting& setting) {
     }
 }
 
-std::string allowedValues(const client::Setting& setting, const std::string& indent) {
-    std::string text =
-        indent + "<Annotation Term=\"Validation.AllowedValues\">\n" + indent + "  <Collection>\n";
+std::string allowedValues(const client::Setting& setting) {
+    std::string text = "          <Annotation Term=\"Validation.AllowedValues\">\n"
+                       "            <Collection>\n";
     for (const std::string_view value : setting.allowed) {
-        text += indent + "    <Record>\n" + indent +
-                "      <PropertyValue Property=\"Value\" String=\"" + escaped(value) + "\"/>\n" +
-                indent + "    </Record>\n";
+        text += "              <Record>\n"
+                "                <PropertyValue Property=\"Value\" String=\"";
+        text += escaped(value);
+        text += "\"/>\n"
+                "              </Record>\n";
     }
-    return text + indent + "  </Collection>\n" + indent + "</Annotation>\n";
+    return text + "            </Collection>\n"
+                  "          </Annotation>\n";
 }
 
 std::string csdlProperty(const client::Setting& setting) {
@@ -125,7 +128,7 @@ std::string csdlProperty(const client::Setting& setting) {
         text +=
             indent + annotation("OData.LongDescription", "String=\"" + longDescription() + "\"");
     } else if (isText && setting.meanings.empty()) {
-        text += allowedValues(setting, indent);
+        text += allowedValues(setting);
     } else if (setting.kind == client::Kind::integer) {
         const auto bound = [](std::string_view value) {
             return "Int=\"" + std::string(value) + "\"";
