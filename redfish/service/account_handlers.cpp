@@ -92,7 +92,7 @@ std::optional<model::Json> AccountHandlers::member(const Identity& identity,
                            .isLocked = authenticator_.isLocked(account->name)});
 }
 
-void AccountHandlers::get(const Call& call, const Respond& respond) {
+void AccountHandlers::get(const Call& call, const Respond& respond) const {
     const std::optional<model::Json> found = document(call.identity, call.address);
     respond(found ? documentResponse(call, *found)
                   : notFoundResponse("ManagerAccount", call.member));

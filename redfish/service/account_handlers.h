@@ -38,7 +38,7 @@ public:
 
 private:
     // 200, or 404 for an account that is hidden or does not exist.
-    void get(const Call& call, const Respond& respond);
+    void get(const Call& call, const Respond& respond) const;
     // 201 with Location; 400, 409 if the name is taken or the collection full, 503 if too many
     // passwords are being hashed.
     void post(const Call& call, const Respond& respond);

@@ -35,9 +35,9 @@ using Handle = std::function<void(const Call&, const Respond&)>;
 using Routes = std::vector<Route<Handle>>;
 
 // A member function as a Handle. `handlers` is borrowed and must outlive the routes.
-//   method  called on the loop's thread, like every Handle
-template <typename Handlers>
-Handle handleBy(Handlers* handlers, void (Handlers::*method)(const Call&, const Respond&)) {
+//   method  void(const Call&, const Respond&); called on the loop's thread, like every Handle
+template <typename Handlers, typename Method>
+Handle handleBy(Handlers* handlers, Method method) {
     return [handlers, method](const Call& call, const Respond& respond) {
         (handlers->*method)(call, respond);
     };

@@ -85,12 +85,12 @@ std::optional<model::Json> DocumentHandlers::document(std::string_view address) 
     return model::fixedDocument(address, facts_.now());
 }
 
-void DocumentHandlers::getFixed(const Call& call, const Respond& respond) {
+void DocumentHandlers::getFixed(const Call& call, const Respond& respond) const {
     respond(documentResponse(call, document(call.address).value()));
 }
 
 // The manager's state says whether the provider is there, so look first.
-void DocumentHandlers::getManager(const Call& call, const Respond& respond) {
+void DocumentHandlers::getManager(const Call& call, const Respond& respond) const {
     read_([this, call, respond](const Reading& reading) {
         facts_.setProviderThere(reading.problems.empty());
         respond(documentResponse(call, model::manager(facts_.now())));

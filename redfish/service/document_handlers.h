@@ -28,9 +28,9 @@ public:
 
 private:
     // 200: every address of its routes has a document.
-    void getFixed(const Call& call, const Respond& respond);
+    void getFixed(const Call& call, const Respond& respond) const;
     // The same after a read of the resource, since the manager's state depends on its outcome.
-    void getManager(const Call& call, const Respond& respond);
+    void getManager(const Call& call, const Respond& respond) const;
 
     Facts& facts_;
     std::function<void(Gateway::Read)> read_;

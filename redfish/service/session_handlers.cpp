@@ -94,7 +94,7 @@ void SessionHandlers::patchService(const Call& call, const Respond& respond) {
     respond(documentResponse(call, model::sessionService(facts_.now())));
 }
 
-void SessionHandlers::get(const Call& call, const Respond& respond) {
+void SessionHandlers::get(const Call& call, const Respond& respond) const {
     const std::optional<model::Json> found = document(call.identity, call.address);
     respond(found ? documentResponse(call, *found) : notFoundResponse("Session", call.member));
 }

@@ -34,7 +34,7 @@ private:
     // 200 with the session service after the change, 400.
     void patchService(const Call& call, const Respond& respond);
     // 200, or 404 for a session that is hidden or does not exist.
-    void get(const Call& call, const Respond& respond);
+    void get(const Call& call, const Respond& respond) const;
     // 201 with Location and X-Auth-Token; 400, 401, or 503 if there are too many.
     void post(const Call& call, const Respond& respond);
     // 204, or 404 as above.

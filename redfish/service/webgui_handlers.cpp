@@ -63,7 +63,7 @@ Routes WebGuiHandlers::routes() {
     // clang-format on
 }
 
-void WebGuiHandlers::get(const Call& call, const Respond& respond) {
+void WebGuiHandlers::get(const Call& call, const Respond& respond) const {
     access_.read([this, query = call.query, respond](const Reading& reading) {
         facts_.setProviderThere(reading.problems.empty());
         if (!reading.problems.empty()) {
@@ -81,7 +81,7 @@ void WebGuiHandlers::get(const Call& call, const Respond& respond) {
     });
 }
 
-void WebGuiHandlers::patch(const Call& call, const Respond& respond) {
+void WebGuiHandlers::patch(const Call& call, const Respond& respond) const {
     model::Checked<client::SettingValues> changes = model::checkSettingsPatch(call.request.body);
     if (!changes.isGood()) {
         respond(errorResponse(changes.problems));
@@ -101,15 +101,15 @@ void WebGuiHandlers::patch(const Call& call, const Respond& respond) {
                    });
 }
 
-void WebGuiHandlers::turnOffLcd(const Call& call, const Respond& respond) {
+void WebGuiHandlers::turnOffLcd(const Call& call, const Respond& respond) const {
     act(call, client::kTurnOffLcd, respond);
 }
 
-void WebGuiHandlers::guiReady(const Call& call, const Respond& respond) {
+void WebGuiHandlers::guiReady(const Call& call, const Respond& respond) const {
     act(call, client::kGuiReady, respond);
 }
 
-void WebGuiHandlers::act(const Call& call, const char* action, const Respond& respond) {
+void WebGuiHandlers::act(const Call& call, const char* action, const Respond& respond) const {
     const model::Problems problems = model::checkActionBody(action, call.request.body);
     if (!problems.empty()) {
         respond(errorResponse(problems));

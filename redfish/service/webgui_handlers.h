@@ -38,14 +38,14 @@ public:
 
 private:
     // 200 with the resource under its tag, whatever is selected; 503 or 504 if it cannot be read.
-    void get(const Call& call, const Respond& respond);
+    void get(const Call& call, const Respond& respond) const;
     // 200 with the values in force, and with what was refused if only a part was; 400 and nothing
     // sent if any value is wrong; 412 if If-Match does not hold.
-    void patch(const Call& call, const Respond& respond);
+    void patch(const Call& call, const Respond& respond) const;
     // 200 with "Success", or the provider's refusal.
-    void turnOffLcd(const Call& call, const Respond& respond);
-    void guiReady(const Call& call, const Respond& respond);
-    void act(const Call& call, const char* action, const Respond& respond);
+    void turnOffLcd(const Call& call, const Respond& respond) const;
+    void guiReady(const Call& call, const Respond& respond) const;
+    void act(const Call& call, const char* action, const Respond& respond) const;
 
     WebGuiAccess access_;
     Facts& facts_;

@@ -16,7 +16,6 @@ using redfish::model::kEventStream;
 using redfish::model::kRoles;
 using redfish::model::kServiceRoot;
 using redfish::model::kWebGui;
-using testing::HasSubstr;
 
 class TheService : public test::HandlersFixture {
 protected:
