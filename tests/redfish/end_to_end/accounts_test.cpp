@@ -38,7 +38,7 @@ protected:
     test::RedfishProcess service{store.address()};
 };
 
-TEST_F(TheAccounts, AreSeenByThemselvesAndByWhoManagesThem) {
+TEST_F(TheAccounts, AreVisibleToTheirOwnersAndToAdministrators) {
     const std::vector<std::string> token = signIn();
     EXPECT_THAT(service.ask("GET", kAccounts).body, HasSubstr("Accounts/admin"));
     EXPECT_THAT(asJane(token, kAccounts).body, Not(HasSubstr("Accounts/admin")));
@@ -66,7 +66,7 @@ TEST_F(TheAccounts, KeepTheSessionThatChangesTheirPasswordAndEndTheOthers) {
     EXPECT_EQ(service.signIn("jane", "Another-Secret-2").status, 201);
 }
 
-TEST_F(TheAccounts, AreSignedOutWhereTheyAreDisabledOrRemoved) {
+TEST_F(TheAccounts, AreSignedOutWhenDisabledOrRemoved) {
     const std::vector<std::string> token = signIn();
     EXPECT_EQ(service.send("PATCH", kJane, R"({"Enabled":false})").status, 200);
     EXPECT_EQ(asJane(token, kJane).status, 401);
@@ -78,7 +78,7 @@ TEST_F(TheAccounts, AreSignedOutWhereTheyAreDisabledOrRemoved) {
     EXPECT_EQ(service.ask("DELETE", kJane).status, 404);
 }
 
-TEST_F(TheAccounts, StayAsTheyAreWhereAChangeIsRefused) {
+TEST_F(TheAccounts, StayUnchangedIfAChangeIsRefused) {
     const std::string before = service.ask("GET", kJane).body;
     EXPECT_EQ(service.send("PATCH", kJane, R"({"RoleId":"King"})").status, 400);
     EXPECT_EQ(service.send("PATCH", kAccounts + "/nobody", R"({"Enabled":false})").status, 404);
@@ -90,7 +90,7 @@ TEST_F(TheAccounts, StayAsTheyAreWhereAChangeIsRefused) {
     EXPECT_EQ(service.ask("GET", kJane).body, before);
 }
 
-TEST_F(TheAccounts, HaveSessionsThatEndAfterTheTimeThatIsSet) {
+TEST_F(TheAccounts, HaveSessionsThatEndAfterTheConfiguredTime) {
     EXPECT_EQ(service.send("PATCH", kSessionService, R"({"SessionTimeout":600})").status, 200);
     EXPECT_THAT(service.ask("GET", kSessionService).body, HasSubstr(R"("SessionTimeout":600)"));
     EXPECT_EQ(service.send("PATCH", kSessionService, R"({"SessionTimeout":"long"})").status, 400);

@@ -84,7 +84,7 @@ TEST_F(TheRedfishService, ServesWhateverItLinksTo) {
     EXPECT_TRUE(seen.contains(kWebGui));
 }
 
-TEST_F(TheRedfishService, Answers201And204ToTheBeginAndTheEndOfASession) {
+TEST_F(TheRedfishService, Answers201And204WhenASessionBeginsAndEnds) {
     const HttpAnswer made = service.signIn("admin", service.firstPassword());
     EXPECT_EQ(made.status, 201);
     const std::string address = made.headers.at("location");
@@ -96,7 +96,7 @@ TEST_F(TheRedfishService, Answers201And204ToTheBeginAndTheEndOfASession) {
     EXPECT_EQ(service.askAsStranger("GET", kWebGui, token).status, 401);
 }
 
-TEST_F(TheRedfishService, Answers304WhereTheTagIsStillTheSame) {
+TEST_F(TheRedfishService, Answers304IfTheTagIsStillTheSame) {
     for (const std::string& path : {kWebGui, kRoot}) {
         const std::string tag = get(path).headers.at("etag");
         const HttpAnswer answer = get(path, {"--header", "If-None-Match: " + tag});
@@ -138,7 +138,7 @@ TEST_F(TheRedfishService, Answers401ToStrangersAndWrongPasswords) {
               200);
 }
 
-TEST_F(TheRedfishService, Answers403WhereTheRoleIsNotEnough) {
+TEST_F(TheRedfishService, Answers403IfTheRoleDoesNotSuffice) {
     ASSERT_EQ(addAccount("looker", "ReadOnly"), 201);
     ASSERT_EQ(addAccount("worker", "Operator"), 201);
     const auto as = [this](const std::string& name, const std::string& method,
@@ -162,7 +162,7 @@ TEST_F(TheRedfishService, Answers403WhereTheRoleIsNotEnough) {
     EXPECT_EQ(service.askAsStranger("GET", kWebGui, basic("worker")).status, 401);
 }
 
-TEST_F(TheRedfishService, Answers404And405AndSaysWhatIsAllowed) {
+TEST_F(TheRedfishService, Answers404And405WithTheAllowedMethods) {
     for (const std::string& path :
          {std::string("/redfish/v2"), kWebGui + "/None", kSessions + "/none", kAccounts + "/none",
           std::string("/index.html")}) {
@@ -175,7 +175,7 @@ TEST_F(TheRedfishService, Answers404And405AndSaysWhatIsAllowed) {
     EXPECT_EQ(service.ask("BREW", kRoot).status, 405);
 }
 
-TEST_F(TheRedfishService, Answers406And415ToFormsThatItDoesNotHave) {
+TEST_F(TheRedfishService, Answers406And415ToUnsupportedTypes) {
     EXPECT_EQ(get(kWebGui, {"--header", "Accept: text/html"}).status, 406);
     EXPECT_EQ(get(kWebGui, {"--header", "Accept: text/html, application/json;q=0.5"}).status, 200);
     EXPECT_EQ(
@@ -184,7 +184,7 @@ TEST_F(TheRedfishService, Answers406And415ToFormsThatItDoesNotHave) {
         415);
 }
 
-TEST_F(TheRedfishService, Answers409WhereTheAccountIsInTheWay) {
+TEST_F(TheRedfishService, Answers409ToConflictsBetweenAccounts) {
     EXPECT_EQ(addAccount("twice", "ReadOnly"), 201);
     EXPECT_EQ(addAccount("twice", "ReadOnly"), 409);
     EXPECT_EQ(service.ask("DELETE", kAccounts + "/admin").status, 409);
@@ -192,7 +192,7 @@ TEST_F(TheRedfishService, Answers409WhereTheAccountIsInTheWay) {
     EXPECT_EQ(service.ask("DELETE", kAccounts + "/twice").status, 200);
 }
 
-TEST_F(TheRedfishService, Answers412WhereTheResourceHasChanged) {
+TEST_F(TheRedfishService, Answers412IfTheResourceHasChanged) {
     const std::string tag = get(kWebGui).headers.at("etag");
     EXPECT_EQ(patch(R"({"Theme":"dark"})", {"--header", "If-Match: " + tag}).status, 200);
     EXPECT_EQ(patch(R"({"Theme":"light"})", {"--header", "If-Match: " + tag}).status, 412);
@@ -207,7 +207,7 @@ TEST_F(TheRedfishService, Answers413And431ToWhatIsTooLarge) {
     EXPECT_EQ(get(kRoot, {"--header", "Cookie: " + std::string(9000, 'x')}).status, 431);
 }
 
-TEST_F(TheRedfishService, Answers500WhereTheProviderFails) {
+TEST_F(TheRedfishService, Answers500IfTheProviderFails) {
     provider.behave({.messageId = "InternalError"});
     const HttpAnswer answer = patch(R"({"Theme":"dark"})");
     EXPECT_EQ(answer.status, 500);
@@ -215,7 +215,7 @@ TEST_F(TheRedfishService, Answers500WhereTheProviderFails) {
     EXPECT_EQ(service.ask("POST", kTurnOffLcd).status, 500);
 }
 
-TEST_F(TheRedfishService, TellsWhatOfAChangeIsInForceWhenTheRestWasRefused) {
+TEST_F(TheRedfishService, ReportsWhichPartOfAChangeIsInEffect) {
     provider.behave("00003", {.messageId = "InternalError"});
     const HttpAnswer answer = patch(R"({"Language":"Deutsch","Theme":"dark"})");
     EXPECT_EQ(answer.status, 200);
@@ -224,12 +224,12 @@ TEST_F(TheRedfishService, TellsWhatOfAChangeIsInForceWhenTheRestWasRefused) {
     EXPECT_THAT(answer.body, HasSubstr("@Message.ExtendedInfo"));
 }
 
-TEST_F(TheRedfishService, Answers501ToQueriesOfTheStandardThatItDoesNotHave) {
+TEST_F(TheRedfishService, Answers501ToUnsupportedQueriesOfTheStandard) {
     EXPECT_EQ(get(kAccounts + "?$filter=a").status, 501);
     EXPECT_EQ(get(kAccounts + "?other=a").status, 200);
 }
 
-TEST_F(TheRedfishService, Answers503WhileNobodyIsThereAndRecovers) {
+TEST_F(TheRedfishService, Answers503WithoutAProviderAndRecovers) {
     provider.stopListening();
     const HttpAnswer answer = get(kWebGui);
     EXPECT_EQ(answer.status, 503);
@@ -249,7 +249,7 @@ TEST_F(TheRedfishService, Answers504WhenTheProviderDoesNotAnswerInTime) {
     EXPECT_EQ(service.ask("POST", kTurnOffLcd).status, 504);
 }
 
-TEST_F(TheRedfishService, Answers429ToWhoAsksTooOften) {
+TEST_F(TheRedfishService, Answers429ToTooManyRequests) {
     const test::RedfishProcess strict(store.address(),
                                       {"--request-rate", "0.001", "--request-burst", "1"});
     EXPECT_EQ(strict.askAsStranger("GET", kRoot).status, 200);
@@ -258,7 +258,7 @@ TEST_F(TheRedfishService, Answers429ToWhoAsksTooOften) {
     EXPECT_EQ(answer.headers.at("retry-after"), "1");
 }
 
-TEST_F(TheRedfishService, SendsTheUserAlongAndTellsNobodyASecret) {
+TEST_F(TheRedfishService, PassesTheUserOnAndLogsNoSecret) {
     EXPECT_EQ(patch(R"({"Theme":"dark"})").status, 200);
     EXPECT_EQ(provider.received().back().object.at("EventUserName"), "admin");
     service.signIn("admin", "a-wrong-password");
@@ -275,7 +275,7 @@ TEST_F(TheRedfishService, KeepsAccountsAndCertificateOverARestart) {
     EXPECT_EQ(service.output().find("First start"), std::string::npos);
 }
 
-TEST_F(TheRedfishService, StreamsEventsFromWhereAClientHasLeftOff) {
+TEST_F(TheRedfishService, ResumesAnEventStreamWhereTheClientStopped) {
     ASSERT_EQ(patch(R"({"Theme":"dark"})").status, 200);
     ASSERT_EQ(patch(R"({"Theme":"light"})").status, 200);
     const std::string file = service.folder().file("events");

@@ -205,7 +205,7 @@ TEST_F(TheGateway, ChangesOnlyWhatIsInTheStateThatIsAskedFor) {
     EXPECT_EQ(change({{"Theme", "light"}}, tag).problems.size(), 1U) << "it has changed";
 }
 
-TEST_F(TheGateway, TellsWhatOfSeveralRequestsWasRefused) {
+TEST_F(TheGateway, ReportsWhichOfSeveralRequestsWasRefused) {
     provider.behave("00003", {.messageId = "InternalError"});
     const ChangeResult result = change({{"Language", "Deutsch"}, {"Theme", "dark"}});
     EXPECT_TRUE(result.isAnythingChanged);
@@ -220,7 +220,7 @@ TEST_F(TheGateway, RunsActions) {
     ASSERT_EQ(act("WebGUI.GUIReady").size(), 1U);
 }
 
-TEST_F(TheGateway, TellsThatNobodyIsThere) {
+TEST_F(TheGateway, ReportsThatNobodyIsThere) {
     provider.stopListening();
     const Reading reading = read();
     ASSERT_EQ(reading.problems.size(), 1U);
@@ -231,7 +231,7 @@ TEST_F(TheGateway, TellsThatNobodyIsThere) {
     EXPECT_EQ(read().problems.at(0).message, Message::providerUnavailable);
 }
 
-TEST_F(TheGateway, TellsThatNoAnswerCame) {
+TEST_F(TheGateway, ReportsThatNoAnswerCame) {
     provider.behave({.times = 0});
     EXPECT_EQ(read().problems.at(0).message, Message::operationTimeout);
     EXPECT_EQ(act("WebGUI.TurnOffLCD").at(0).message, Message::operationTimeout);

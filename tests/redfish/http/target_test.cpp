@@ -19,7 +19,7 @@ TEST(ATarget, IsSplitIntoADecodedPathAndTheQueryAsItIs) {
     EXPECT_EQ(target->query, "$select=A%20B");
 }
 
-TEST(ATarget, IsRefusedWhereItIsNoPathOfOurs) {
+TEST(ATarget, IsRefusedUnlessItIsAnAbsolutePath) {
     for (const char* const bad : {"", "redfish", "*", "http://other/redfish", "/a%", "/a%4",
                                   "/a%zz", "/a%00b", "/..", "/a/../b", "/a/%2e%2e/b", "/./a"}) {
         EXPECT_FALSE(parseTarget(bad)) << bad;
@@ -29,7 +29,7 @@ TEST(ATarget, IsRefusedWhereItIsNoPathOfOurs) {
     }
 }
 
-TEST(AnEscape, StandsForItsByteAtTheVeryEndToo) {
+TEST(AnEscape, IsDecodedAtTheEndOfATextToo) {
     EXPECT_EQ(percentDecode("a%41"), "aA");
     EXPECT_EQ(percentDecode("%c3%A4"), "ä");
     EXPECT_EQ(percentDecode("a+b"), "a+b");

@@ -26,7 +26,7 @@ TEST(NewSession, TakesUserAndPassword) {
     EXPECT_EQ(checked.value.password, "x");
 }
 
-TEST(NewSession, RefusesWhatIsMissingWrongOrTooMuch) {
+TEST(NewSession, RefusesMissingWrongAndUnknownMembers) {
     EXPECT_THAT(linesOf(checkNewSession("{}").problems),
                 ElementsAre("PropertyMissing [UserName] #/UserName",
                             "PropertyMissing [Password] #/Password"));
@@ -51,7 +51,7 @@ TEST(NewAccount, TakesWhatAnAccountNeeds) {
     EXPECT_FALSE(checked.value.isEnabled);
 }
 
-TEST(NewAccount, TellsAllThatIsWrong) {
+TEST(NewAccount, ReportsEveryProblem) {
     EXPECT_THAT(
         linesOf(checkNewAccount(R"({"UserName":"J O","Password":"short","RoleId":"Root","Id":"x"})",
                                 kRules)
@@ -88,7 +88,7 @@ TEST(NewAccount, CountsTheCharactersOfAPassword) {
     }
 }
 
-TEST(AccountPatch, TellsWhatIsToBeChanged) {
+TEST(AccountPatch, ReportsTheRequestedChanges) {
     auto change = checkAccountPatch(R"({"Password":"12345678"})", kRules).value;
     EXPECT_EQ(change.password, "12345678");
     EXPECT_EQ(change.roleId, std::nullopt);

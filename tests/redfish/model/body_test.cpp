@@ -29,7 +29,7 @@ TEST(ParseBody, TakesAnObject) {
     EXPECT_EQ(parsed.value["a"]["b"][1], "x");
 }
 
-TEST(ParseBody, RefusesWhatIsNoJson) {
+TEST(ParseBody, RefusesTextThatIsNotJson) {
     for (const std::string_view text :
          {" ", "{", "{\"a\":1,}", "{'a':1}", "{\"a\":01}", "{\"a\":1} x", "{\"a\":\"\xff\"}",
           "{\"a\":NaN}", "{\"a\":1e999}", "{\"a\":\"\\ud800\"}", "\xef\xbb"}) {
@@ -37,7 +37,7 @@ TEST(ParseBody, RefusesWhatIsNoJson) {
     }
 }
 
-TEST(ParseBody, RefusesWhatIsNoObject) {
+TEST(ParseBody, RefusesValuesThatAreNotObjects) {
     for (const std::string_view text : {"", "[]", "[{}]", "1", "null", "\"x\"", "true"}) {
         EXPECT_THAT(linesOf(parseBody(text).problems), ElementsAre("UnrecognizedRequestBody"))
             << text;
@@ -53,12 +53,12 @@ TEST(ParseBody, RefusesWhatNestsTooDeeply) {
                 ElementsAre("MalformedJSON"));
 }
 
-TEST(ParseBody, CountsNoBracketsInsideOfTexts) {
+TEST(ParseBody, IgnoresBracketsInsideOfStrings) {
     const std::string text = R"({"a":"\"[[[[[[[[[[[[[[[[[[[[[[\\"})";
     EXPECT_THAT(linesOf(parseBody(text).problems), IsEmpty());
 }
 
-TEST(ParseBody, TellsEveryNameThatIsGivenTwice) {
+TEST(ParseBody, ReportsEveryDuplicateName) {
     EXPECT_THAT(linesOf(parseBody(R"({"a":1,"b":2,"a":3,"b":4,"a":5})").problems),
                 ElementsAre("PropertyDuplicate [a] #/a", "PropertyDuplicate [b] #/b"));
     EXPECT_THAT(linesOf(parseBody(R"({"o":{"a":1,"a":1}})").problems),
@@ -90,7 +90,7 @@ TEST(CheckMembers, TakesWhatFollowsTheRules) {
     EXPECT_THAT(check(R"({"Number":7})"), IsEmpty());
 }
 
-TEST(CheckMembers, TellsWhatIsWrongWithEachMember) {
+TEST(CheckMembers, ReportsTheProblemOfEachMember) {
     struct {
         const char* body;
         const char* line;
@@ -126,14 +126,14 @@ TEST(CheckMembers, NeverRepeatsASecret) {
     EXPECT_THAT(check(R"({"Secret":123456})"), ElementsAre("PropertyValueError [Secret] #/Secret"));
 }
 
-TEST(CheckMembers, TellsAllProblemsOfABody) {
+TEST(CheckMembers, ReportsAllProblemsOfABody) {
     EXPECT_THAT(check(R"({"A":1,"Fixed":1,"Flag":1,"Number":9,"Text":"fine"})"),
                 ElementsAre("PropertyUnknown [A] #/A", "PropertyNotWritable [Fixed] #/Fixed",
                             "PropertyValueTypeError [1] [Flag] #/Flag",
                             "PropertyValueOutOfRange [9] [Number] #/Number"));
 }
 
-TEST(CheckMembers, AsksForWhatIsNeeded) {
+TEST(CheckMembers, RequiresWhatIsNeeded) {
     constexpr std::array rules{Rule{"A", Rule::Kind::text, true}, Rule{"B", Rule::Kind::text}};
     EXPECT_THAT(linesOf(checkMembers(Json::object(), rules)),
                 ElementsAre("PropertyMissing [A] #/A"));

@@ -13,7 +13,7 @@ TEST(Serialise, OrdersMembersAndAddsNoWhiteSpace) {
               R"({"@odata.id":"/","a":[1,"x"],"b":1})");
 }
 
-TEST(Serialise, ReplacesWhatIsNoUtf8) {
+TEST(Serialise, ReplacesBytesThatAreNotUtf8) {
     EXPECT_EQ(serialise(Json{{"a", "x\xff"}}), "{\"a\":\"x\xef\xbf\xbd\"}");
 }
 
@@ -31,14 +31,14 @@ TEST(Versions, LeadToTheServiceRoot) {
     EXPECT_EQ(serialise(versions()), R"({"v1":"/redfish/v1/"})");
 }
 
-TEST(ServiceRoot, SaysWhichQueriesThereAre) {
+TEST(ServiceRoot, ListsTheSupportedQueries) {
     const Json features = serviceRoot(sampleFacts())["ProtocolFeaturesSupported"];
     EXPECT_EQ(features["SelectQuery"], true);
     EXPECT_EQ(features["ExpandQuery"]["MaxLevels"], 1);
     EXPECT_EQ(features["OnlyMemberQuery"], false);
 }
 
-TEST(ServiceRoot, NamesNoUuidThatItDoesNotHave) {
+TEST(ServiceRoot, OmitsAMissingUuid) {
     EXPECT_EQ(serviceRoot(sampleFacts())["UUID"], sampleFacts().uuid);
     EXPECT_FALSE(serviceRoot({}).contains("UUID"));
 }
@@ -51,7 +51,7 @@ TEST(Odata, NamesTheEntryPoints) {
                     {"name", "Managers"}, {"kind", "Singleton"}, {"url", "/redfish/v1/Managers"}}));
 }
 
-TEST(Manager, LeadsToTheWebGuiAndTellsWhetherItsProviderIsThere) {
+TEST(Manager, LinksToTheWebGuiAndShowsWhetherItsProviderIsThere) {
     ServiceFacts facts = sampleFacts();
     EXPECT_EQ(manager(facts)["Oem"]["Orvane"]["WebGUI"]["@odata.id"], kWebGui);
     EXPECT_EQ(manager(facts)["Status"], (Json{{"State", "Enabled"}, {"Health", "OK"}}));
@@ -77,7 +77,7 @@ TEST(Account, ShowsNoPasswordAndLeadsToItsRole) {
                 ElementsAre("Administrator", "Operator", "ReadOnly"));
 }
 
-TEST(AccountService, TellsItsRules) {
+TEST(AccountService, ShowsItsRules) {
     ServiceFacts facts = sampleFacts();
     facts.lockoutThreshold = 3;
     facts.lockoutDuration = std::chrono::seconds(90);
@@ -91,7 +91,7 @@ TEST(AccountService, TellsItsRules) {
     EXPECT_EQ(accountService(facts)["HTTPBasicAuth"], "Disabled");
 }
 
-TEST(Session, SaysWhoAndWhence) {
+TEST(Session, ShowsUserAndOrigin) {
     const Json document = session({"7", "joe", "Operator", "192.0.2.1", "2026-01-31T12:00:00Z"});
     EXPECT_EQ(document["Id"], "7");
     EXPECT_EQ(document["UserName"], "joe");

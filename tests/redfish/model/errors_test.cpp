@@ -28,7 +28,7 @@ TEST(ErrorBody, HasTheCodeOfItsOnlyMessage) {
     EXPECT_EQ(body["error"]["@Message.ExtendedInfo"].size(), 1U);
 }
 
-TEST(ErrorBody, TellsEveryMessageInItsOrder) {
+TEST(ErrorBody, ListsEveryMessageInOrder) {
     const Json body = errorBody(
         {{Message::propertyUnknown, {"a"}, "#/a"}, {Message::propertyNotWritable, {"b"}, "#/b"}});
     EXPECT_EQ(body["error"]["code"], "Orvane.1.0.GeneralError");
@@ -44,7 +44,7 @@ TEST(SuccessBody, HasNoError) {
     EXPECT_EQ(body["@Message.ExtendedInfo"][0]["MessageId"], "Orvane.1.0.AccountRemoved");
 }
 
-TEST(StatusOf, IsThatOfTheProblemsWhereTheyAgree) {
+TEST(StatusOf, IsTheCommonStatusOfTheProblems) {
     const Problem missing{Message::resourceMissingAtUri, {"/x"}, {}};
     const Problem unknown{Message::propertyUnknown, {"x"}, {}};
     EXPECT_EQ(statusOf({missing}), 404);
@@ -67,7 +67,7 @@ TEST(ProblemOf, TranslatesTheProvidersAnswers) {
                 ElementsAre("ProviderRefused [InvalidObject]"));
 }
 
-TEST(ProblemOf, TranslatesWhatGoesWrongOnTheWay) {
+TEST(ProblemOf, TranslatesExceptionsOfTheClientLibrary) {
     const client::AnsweredOtherwise answered("the read", {"InvalidObject", {"key"}});
     struct {
         Problem problem;

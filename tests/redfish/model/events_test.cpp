@@ -29,14 +29,14 @@ TEST(EventBody, CarriesWhatTheProviderSent) {
               "/redfish/v1/Managers/Controller/Oem/Orvane/WebGUI");
 }
 
-TEST(EventBody, LeadsNowhereForAnOriginThatHasNoAddress) {
+TEST(EventBody, OmitsAnOriginWithoutAnAddress) {
     EXPECT_FALSE(eventBody(updateEvent(), "other")["Events"][0].contains("OriginOfCondition"));
     client::Event event = updateEvent();
     event.origin.clear();
     EXPECT_FALSE(eventBody(event, "")["Events"][0].contains("OriginOfCondition"));
 }
 
-TEST(EventBody, CarriesEventsThatNobodyHereKnows) {
+TEST(EventBody, CarriesUnknownEvents) {
     const Json record =
         eventBody({"x", "Strange", "", "text", "Other.2.0.X", {}, ""}, "key")["Events"][0];
     EXPECT_EQ(record["EventType"], "Other");

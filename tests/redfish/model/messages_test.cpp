@@ -71,7 +71,7 @@ TEST(TextOf, TakesAnArgumentAsItIs) {
               "The resource has no property %1%2.");
 }
 
-TEST(TextOf, LeavesThePlaceOfAnArgumentThatIsMissing) {
+TEST(TextOf, KeepsThePlaceholderOfAMissingArgument) {
     EXPECT_EQ(textOf(Message::propertyUnknown, {}), "The resource has no property %1.");
 }
 

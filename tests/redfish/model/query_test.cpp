@@ -40,7 +40,7 @@ TEST(CheckQuery, TakesEverySpelling) {
     }
 }
 
-TEST(CheckQuery, RefusesWhatMakesNoSense) {
+TEST(CheckQuery, RefusesInvalidValues) {
     struct {
         Parameters parameters;
         const char* line;
@@ -88,11 +88,11 @@ TEST(CheckQuery, RefusesWhatMakesNoSense) {
     }
 }
 
-TEST(CheckQuery, PassesOverNamesOfNobody) {
+TEST(CheckQuery, IgnoresNamesThatTheProtocolDoesNotDefine) {
     EXPECT_THAT(checkQuery({{"time", "1"}, {"time", "2"}}).problems, IsEmpty());
 }
 
-TEST(Select, KeepsWhatIsSelectedAndWhatTheDocumentIs) {
+TEST(Select, KeepsSelectedAndIdentifyingMembers) {
     EXPECT_EQ(serialise(apply(webGui(sampleTree()), {{"$select", "Language,RoomAverage"}})),
               R"({"@odata.context":"/redfish/v1/$metadata#OrvaneWebGUI.WebGUI",)"
               R"("@odata.id":"/redfish/v1/Managers/Controller/Oem/Orvane/WebGUI",)"
@@ -119,7 +119,7 @@ TEST(Select, IgnoresWhatTheDocumentDoesNotHave) {
     EXPECT_EQ(document.size(), 3U);
 }
 
-TEST(Select, GoesForTheMembersOfACollectionThatIsExpanded) {
+TEST(Select, AppliesToTheMembersOfAnExpandedCollection) {
     const Json document =
         apply(roleCollection(), {{"$expand", "."}, {"$select", "AssignedPrivileges"}});
     EXPECT_EQ(document["Members@odata.count"], 3);
@@ -131,7 +131,7 @@ TEST(Select, GoesForTheMembersOfACollectionThatIsExpanded) {
     EXPECT_EQ(apply(roleCollection(), {{"$select", "Members"}})["Members"].size(), 3U);
 }
 
-TEST(Expand, FollowsTheLinksThatAreAskedFor) {
+TEST(Expand, FollowsTheRequestedLinks) {
     struct {
         const char* text;
         bool hasOthers;

@@ -102,7 +102,7 @@ TEST(SettingsPatch, RefusesTextsThatAreTooLongForTheDatabase) {
     EXPECT_THAT(problemsOf(Json{{"Language", umlauts}}.dump()), testing::SizeIs(1));
 }
 
-TEST(SettingsPatch, TellsTheProblemsOfAllProperties) {
+TEST(SettingsPatch, ReportsTheProblemsOfAllProperties) {
     EXPECT_THAT(problemsOf(R"({"Theme":"blue","ScreenBrightness":9,"Id":"x","Nonsense":1,)"
                            R"("Language":"fine"})"),
                 testing::UnorderedElementsAre(
@@ -111,7 +111,7 @@ TEST(SettingsPatch, TellsTheProblemsOfAllProperties) {
                     "PropertyNotWritable [Id] #/Id", "PropertyUnknown [Nonsense] #/Nonsense"));
 }
 
-TEST(SettingsPatch, PassesOverAnnotationsBesideAChange) {
+TEST(SettingsPatch, IgnoresAnnotationsBesideAChange) {
     const auto checked =
         checkSettingsPatch(R"({"@odata.etag":"\"x\"","Theme":"dark","Oem":{"@odata.type":"#x"}})");
     EXPECT_THAT(linesOf(checked.problems), IsEmpty());
@@ -124,7 +124,7 @@ TEST(ActionBody, MayBeMissingOrEmpty) {
     EXPECT_THAT(checkActionBody(client::kTurnOffLcd, R"({"@odata.id":"/"})"), IsEmpty());
 }
 
-TEST(ActionBody, RefusesParametersAndWhatIsNoObject) {
+TEST(ActionBody, RefusesParametersAndValuesThatAreNotObjects) {
     EXPECT_THAT(linesOf(checkActionBody(client::kTurnOffLcd, R"({"Now":true})")),
                 ElementsAre("ActionParameterUnknown [WebGUI.TurnOffLCD] [Now] #/Now"));
     EXPECT_THAT(linesOf(checkActionBody(client::kGuiReady, "[]")),

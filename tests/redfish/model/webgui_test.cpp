@@ -30,7 +30,7 @@ TEST(WebGui, OffersItsActions) {
     EXPECT_EQ(document["Actions"]["Oem"], Json::object());
 }
 
-TEST(WebGui, TellsWhatMayBeChosen) {
+TEST(WebGui, ListsTheAllowedValues) {
     const Json document = webGui(sampleTree());
     EXPECT_EQ(document["Theme@Redfish.AllowableValues"], (Json{"dark", "light"}));
     EXPECT_EQ(document["ScreenBrightness@Redfish.AllowableNumbers"], Json::array({"1:7"}));
@@ -38,7 +38,7 @@ TEST(WebGui, TellsWhatMayBeChosen) {
     EXPECT_FALSE(document.contains("Language@Redfish.AllowableValues"));
 }
 
-TEST(WebGui, KeepsInsideWhatIsNoProperty) {
+TEST(WebGui, HidesFieldsThatAreNotProperties) {
     const std::string bytes = serialise(webGui(sampleTree()));
     for (const char* const text : {"typeId", "typeID", "EventUserName", "somebody", "80000000",
                                    "SchemaType", "Definition:"}) {
@@ -61,7 +61,7 @@ TEST(WebGui, ReadsBooleansAsTheProviderDoes) {
     }
 }
 
-TEST(WebGui, LeavesOutWhatIsNoNumberOrNotThere) {
+TEST(WebGui, OmitsMissingSettingsAndBadNumbers) {
     for (const char* const stored : {"", "abc", "5x", " 5", "99999999999999999999"}) {
         StoredWebGui tree = sampleTree();
         tree.resource["ScreenBrightness"] = stored;
@@ -73,7 +73,7 @@ TEST(WebGui, LeavesOutWhatIsNoNumberOrNotThere) {
     EXPECT_FALSE(webGui(tree).contains("Theme"));
 }
 
-TEST(WebGui, ShowsANumberOutOfRangeAsItIsStored) {
+TEST(WebGui, ShowsANumberOutOfRangeAsStored) {
     StoredWebGui tree = sampleTree();
     tree.resource["ScreenBrightness"] = "0";
     EXPECT_EQ(webGui(tree)["ScreenBrightness"], 0);
@@ -85,7 +85,7 @@ TEST(WebGui, HasANameAndActionsWhereTheStoreHasNone) {
     EXPECT_FALSE(document["Actions"]["#WebGUI.TurnOffLCD"].contains("title"));
 }
 
-TEST(WebGui, SendsWhatIsNoUtf8AsReplacements) {
+TEST(WebGui, ReplacesBytesThatAreNotUtf8) {
     StoredWebGui tree = sampleTree();
     tree.resource["Language"] = "\xff";
     EXPECT_NE(serialise(webGui(tree)).find("\"Language\":\"\xef\xbf\xbd\""), std::string::npos);

@@ -23,7 +23,7 @@ protected:
     test::TemporaryFolder folder;
 };
 
-TEST_F(TheAccounts, AreFoundAgainAtTheNextStart) {
+TEST_F(TheAccounts, SurviveARestart) {
     {
         Accounts accounts(file());
         EXPECT_TRUE(accounts.all().empty());

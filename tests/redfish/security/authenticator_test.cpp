@@ -68,7 +68,7 @@ TEST_F(TheAuthenticator, TakesTheRightPasswordOnly) {
     EXPECT_EQ(check("admin", std::string("secret\0x", 8)), Identification::refused);
 }
 
-TEST_F(TheAuthenticator, HashesAPasswordThatItKnowsOnlyOnce) {
+TEST_F(TheAuthenticator, HashesARememberedPasswordOnlyOnce) {
     bool checked = false;
     EXPECT_EQ(check("admin", "secret", checked).role, Role::administrator);
     EXPECT_TRUE(checked);
@@ -88,7 +88,7 @@ TEST_F(TheAuthenticator, TakesAChangedRoleAtOnce) {
     EXPECT_EQ(check("admin", "secret", checked).role, Role::readOnly);
 }
 
-TEST_F(TheAuthenticator, SharesOneCheckAmongAllWhoAskTheSame) {
+TEST_F(TheAuthenticator, SharesOneCheckAmongEqualRequests) {
     int answered = 0;
     for (int i = 0; i < 10; ++i) {
         authenticator.checkPassword("admin", "secret", [&](const Identity& identity) {
@@ -100,7 +100,7 @@ TEST_F(TheAuthenticator, SharesOneCheckAmongAllWhoAskTheSame) {
     EXPECT_EQ(answered, 10);
 }
 
-TEST_F(TheAuthenticator, IsBusyWhenTooMuchWaits) {
+TEST_F(TheAuthenticator, IsBusyWhenTooManyChecksWait) {
     int busy = 0;
     for (int i = 0; i < 10; ++i) {
         authenticator.checkPassword("admin", "wrong " + std::to_string(i),
@@ -130,7 +130,7 @@ TEST_F(TheAuthenticator, LocksAnAccountAfterTooManyWrongPasswordsForATime) {
     EXPECT_EQ(check("admin", "secret"), Identification::signedIn);
 }
 
-TEST_F(TheAuthenticator, StartsToCountAnewAfterTheRightPassword) {
+TEST_F(TheAuthenticator, ResetsItsCountAfterTheRightPassword) {
     check("admin", "wrong");
     check("admin", "wrong");
     check("admin", "secret");
@@ -138,7 +138,7 @@ TEST_F(TheAuthenticator, StartsToCountAnewAfterTheRightPassword) {
     EXPECT_FALSE(authenticator.isLocked("admin"));
 }
 
-TEST_F(TheAuthenticator, GivesACheckNoWorthThatBeganBeforeAChange) {
+TEST_F(TheAuthenticator, DisregardsAChecksResultAfterAChange) {
     std::optional<Identity> answer;
     authenticator.checkPassword("admin", "secret", [&](const Identity& each) { answer = each; });
     authenticator.forget("admin");

@@ -23,7 +23,7 @@ protected:
     test::TemporaryFolder folder;
 };
 
-TEST_F(TheCertificate, IsMadeForTheGivenNames) {
+TEST_F(TheCertificate, IsCreatedForTheGivenNames) {
     const CertificateFiles files = redfish::ensureCertificate(
         folder.path(), {"unit.example", "localhost", "127.0.0.1", "::1"});
     const std::string text = asText(files);
@@ -40,7 +40,7 @@ TEST_F(TheCertificate, IsMadeForTheGivenNames) {
     EXPECT_EQ(status.st_mode & 0777U, 0600U);
 }
 
-TEST_F(TheCertificate, StaysTheSameOnceItIsThere) {
+TEST_F(TheCertificate, IsKeptOnceItExists) {
     const CertificateFiles files = redfish::ensureCertificate(folder.path(), {"localhost"});
     const std::string before = test::readFile(files.certificate);
     redfish::ensureCertificate(folder.path(), {"another"});

@@ -62,7 +62,7 @@ TEST_F(TheAddressTable, CountsTheRequestsOfAnAddressOverItsConnections) {
     EXPECT_TRUE(other->mayAsk(now + seconds(2)));
 }
 
-TEST_F(TheAddressTable, TakesTheFirstHalfOfALongAddressForOne) {
+TEST_F(TheAddressTable, CountsAnIpv6AddressByItsFirstHalf) {
     const auto one = table.enter("2001:db8::1", now);
     const auto two = table.enter("2001:db8::2", now);
     EXPECT_FALSE(table.enter("2001:db8::3", now));
@@ -77,7 +77,7 @@ TEST_F(TheAddressTable, ForgetsAnAddressOnlyWhenItHasBeenQuiet) {
     EXPECT_EQ(table.addresses(), 0U);
 }
 
-TEST_F(TheAddressTable, HasNoRateWhereNoneIsSet) {
+TEST_F(TheAddressTable, HasNoRateLimitUnlessOneIsSet) {
     limits.requestsPerSecond = 0;
     const auto one = table.enter("10.0.0.1", now);
     for (int i = 0; i < 10; ++i) {

@@ -90,7 +90,7 @@ TEST(ARequestReader, RefusesWhatIsTooLarge) {
               413);
 }
 
-TEST(ARequestReader, RefusesWhatIsNoRequest) {
+TEST(ARequestReader, RefusesTextThatIsNotARequest) {
     for (const char* const text :
          {"\x16\x03\x01\x02", "GET\r\n\r\n", "GET / HTTP/2.0\r\n\r\n",
           "GET / HTTP/1.1\r\nA\r\n\r\n", "GET relative HTTP/1.1\r\n\r\n",
@@ -101,7 +101,7 @@ TEST(ARequestReader, RefusesWhatIsNoRequest) {
     }
 }
 
-TEST(ARequestReader, TellsOnceThatTheOtherSideWaits) {
+TEST(ARequestReader, ReportsOnceThatTheClientWaitsToSendItsBody) {
     ReadBuffer buffer;
     RequestReader reader(buffer, kHeader, kBody);
     put(buffer, "POST / HTTP/1.1\r\nExpect: 100-continue\r\n");

@@ -183,7 +183,7 @@ TEST_F(TheServer, SendsLargeContentWhole) {
     EXPECT_EQ(client.receive("end").size(), 100'003U);
 }
 
-TEST_F(TheServer, AnswersLaterWhatIsAnsweredLater) {
+TEST_F(TheServer, SendsAResponseThatComesLater) {
     start({});
     Client client = connect();
     client.send("GET /later HTTP/1.1\r\n\r\n");
@@ -209,7 +209,7 @@ TEST_F(TheServer, RefusesWhatItCannotReadAndCloses) {
     }
 }
 
-TEST_F(TheServer, AsksForTheContentOfWhoWaitsToBeAsked) {
+TEST_F(TheServer, Sends100ToAClientThatWaitsForIt) {
     start({});
     Client client = connect();
     client.send("POST /p HTTP/1.1\r\nExpect: 100-continue\r\nContent-Length: 1\r\n\r\n");
@@ -218,7 +218,7 @@ TEST_F(TheServer, AsksForTheContentOfWhoWaitsToBeAsked) {
     EXPECT_THAT(client.receive("!"), HasSubstr("/p|x!"));
 }
 
-TEST_F(TheServer, CutsOffWhoIsSlowAndWhoIsIdle) {
+TEST_F(TheServer, CutsOffSlowAndIdleClients) {
     start({.request = milliseconds(100), .idle = milliseconds(100)});
     Client slow = connect();
     slow.send("GET / HT");
@@ -233,7 +233,7 @@ TEST_F(TheServer, CutsOffWhoIsSlowAndWhoIsIdle) {
     EXPECT_THAT(late.receive("!"), HasSubstr("answer!"));
 }
 
-TEST_F(TheServer, CutsOffWhoDoesNotTakeItsAnswer) {
+TEST_F(TheServer, CutsOffAClientThatDoesNotReadItsResponse) {
     start({.response = milliseconds(200)});
     Client client = connect();
     // More than the buffers of both sides can hold.
@@ -314,7 +314,7 @@ TEST_F(TheServer, FinishesWhatIsUnderWayWhenItStops) {
     thread.join();
 }
 
-TEST_F(TheServer, WaitsForNoAnswerWithoutEndWhenItStops) {
+TEST_F(TheServer, WaitsForNoResponseForeverWhenItStops) {
     start({.farewell = milliseconds(100)});
     Client busy = connect();
     busy.send("GET /later HTTP/1.1\r\n\r\n");

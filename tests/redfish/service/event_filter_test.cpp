@@ -13,7 +13,7 @@ const EventTraits kUpdate{.messageId = "Orvane.1.0.Msg000",
                           .eventType = "ResourceUpdated",
                           .resourceType = "OrvaneWebGUI"};
 
-TEST(AnEventFilter, TakesWhatItSays) {
+TEST(AnEventFilter, TakesMatchingEvents) {
     for (const char* const text :
          {"", "MessageId eq 'Orvane.1.0.Msg000'", "MessageId eq Orvane.1.0.Msg000",
           "RegistryPrefix ne 'Base'", "OriginResource eq '/redfish/v1/WebGUI'",
@@ -30,7 +30,7 @@ TEST(AnEventFilter, TakesWhatItSays) {
     }
 }
 
-TEST(AnEventFilter, LeavesTheRest) {
+TEST(AnEventFilter, RejectsOtherEvents) {
     for (const char* const text :
          {"MessageId eq 'Orvane.1.0.Msg0001'", "RegistryPrefix ne 'Orvane'",
           "EventFormatType eq MetricReport", "not (RegistryPrefix eq 'Orvane')",
@@ -43,13 +43,13 @@ TEST(AnEventFilter, LeavesTheRest) {
     }
 }
 
-TEST(AnEventFilter, KnowsAQuoteWithinQuotes) {
+TEST(AnEventFilter, ReadsAQuoteWithinQuotes) {
     EventTraits traits;
     traits.eventType = "it's";
     EXPECT_TRUE(EventFilter::parse("EventType eq 'it''s'")->takes(traits));
 }
 
-TEST(AnEventFilter, IsNoneWhereItCannotBeRead) {
+TEST(AnEventFilter, IsRefusedIfItCannotBeParsed) {
     for (const char* const text :
          {" ", "MessageId", "MessageId eq", "MessageId gt 'a'", "Severity eq 'OK'",
           "MessageId eq 'a' or", "MessageId eq 'a' MessageId eq 'b'", "(MessageId eq 'a'",

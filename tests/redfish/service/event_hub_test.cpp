@@ -49,7 +49,7 @@ protected:
         [this](const EventHub::Listener& each) { return mayStay || each.user != "admin"; }};
 };
 
-TEST_F(TheEventHub, GivesWhatComesToAllWhoListen) {
+TEST_F(TheEventHub, SendsEachEventToAllListeners) {
     publish("1-0");
     const auto one = open();
     const auto other = open();
@@ -62,7 +62,7 @@ TEST_F(TheEventHub, GivesWhatComesToAllWhoListen) {
     EXPECT_FALSE(one->hasEnded());
 }
 
-TEST_F(TheEventHub, GivesWhatCameSinceAnIdFirst) {
+TEST_F(TheEventHub, SendsEventsSinceAnIdFirst) {
     publish("9-0", true);
     publish("10-0");
     publish("10-2");
@@ -79,7 +79,7 @@ TEST_F(TheEventHub, RemembersTheNewestOnly) {
     EXPECT_THAT(ids(*open({}, EventId{})), ElementsAre("4-0", "5-0", "6-0", "7-0", "8-0"));
 }
 
-TEST_F(TheEventHub, TellsNobodyOfOldEvents) {
+TEST_F(TheEventHub, SendsOldEventsToNobody) {
     const auto feed = open();
     publish("1-0", true);
     EXPECT_THAT(ids(*feed), ElementsAre());
@@ -96,7 +96,7 @@ TEST_F(TheEventHub, FiltersForEach) {
     EXPECT_THAT(ids(*alerts), ElementsAre("2-0"));
 }
 
-TEST_F(TheEventHub, CutsOffWhoIsTooSlow) {
+TEST_F(TheEventHub, CutsOffSlowListeners) {
     const auto slow = open({}, EventId{});
     const auto quick = open();
     for (int i = 1; i <= 5; ++i) {
@@ -108,7 +108,7 @@ TEST_F(TheEventHub, CutsOffWhoIsTooSlow) {
     EXPECT_FALSE(quick->hasEnded());
 }
 
-TEST_F(TheEventHub, EndsStreamsOfThoseWhoMayStayNoLonger) {
+TEST_F(TheEventHub, EndsStreamsOfListenersThatMayNotStay) {
     const auto admins = open();
     const auto others = open({}, {}, "other");
     mayStay = false;
@@ -117,7 +117,7 @@ TEST_F(TheEventHub, EndsStreamsOfThoseWhoMayStayNoLonger) {
     EXPECT_THAT(ids(*others), ElementsAre("1-0"));
 }
 
-TEST_F(TheEventHub, HasNoMoreStreamsThanItsLimitAndForgetsThoseThatAreGone) {
+TEST_F(TheEventHub, LimitsStreamsAndForgetsThoseThatEnded) {
     const auto one = open();
     const auto two = open();
     auto three = open();

@@ -41,7 +41,7 @@ TEST_F(TheStaticFiles, AreServedWithTheirType) {
     EXPECT_EQ(*files.find("/index.html", "")->body, "<html>");
 }
 
-TEST_F(TheStaticFiles, AreServedPackedToThoseWhoTakeIt) {
+TEST_F(TheStaticFiles, AreServedCompressedToClientsThatAcceptIt) {
     const auto packed = files.find("/assets/app.js", "br, gzip");
     EXPECT_EQ(*packed->body, "packed");
     EXPECT_EQ(header(*packed, "Content-Encoding"), "gzip");
