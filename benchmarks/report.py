@@ -201,7 +201,7 @@ def write_one(name, results, baseline, folder):
     heading, sections, name_of_ratios = REPORTS[name]
     goals = goals_of(results)
     text = [f"# {heading}", "",
-            "Made by `script/bench`; how to read it is told in [README.md](README.md). Each figure is "
+            "Made by `script/bench`; see [README.md](README.md) for how to read it. Each figure is "
             "the median of the rounds, the least and the greatest of them in brackets.", ""]
     for machine in sorted({result["machine"] for result in results.values()}):
         text += [f"Machine: {machine}.", ""]

@@ -11,7 +11,7 @@ namespace test {
 
 namespace {
 
-// What mbpoll is told of the register; docs/devices.md has the unit's map.
+// The register as mbpoll addresses it; docs/devices.md has the unit's map.
 constexpr const char* kStation = "1";
 constexpr const char* kScaleRegister = "101"; // counted from 1
 

@@ -151,7 +151,7 @@ constexpr Row kTellings[] = {
     {"unlink(", "", Shape::none, kRequest, nullptr, "no marker is no failure"},
     {"usleep(", "", Shape::none, kAnywhere, nullptr, "a short pause is a pause"},
     {"calloc(", ", 2048)", Shape::none, kRequest, "[getInputData]: Failed to call malloc() for *data.",
-     "is told by another name"},
+     "logged under another name"},
     {"calloc(", "", Shape::none, kRequest, nullptr, "the answer goes out without its arguments"},
     {"calloc(", "(1, 1024)", Shape::none, kLife, nullptr,
      "start-up rolls back without a word; the clean-up has no set to renew with"},

@@ -36,7 +36,7 @@ test("messages tell the properties that they are about, however these are writte
     expect(messagesOf(annotated)[0]?.properties).toEqual(["Theme"]);
 });
 
-test("an error without messages is told by its own text, and nonsense by none", () => {
+test("an error without messages shows its own text, and nonsense shows none", () => {
     expect(messagesOf({ error: { message: "broken" } })[0]?.text).toBe("broken");
     for (const odd of [
         undefined,
