@@ -40,6 +40,30 @@ unsigned int clientOf(std::string_view channel) {
     return client;
 }
 
+// The settings of "00003".
+constexpr std::array kDisplaySettings{"ScreenBrightness",
+                                      "BacklightOff",
+                                      "ActiveAlarmScreensaver",
+                                      "InactivityTimer",
+                                      "MeasurementSystem",
+                                      "DateFormat",
+                                      "TimeFormat",
+                                      "RoomAverage",
+                                      "HiLoPeriod",
+                                      "Theme"};
+
+std::string_view messageId(LoadKind kind) {
+    switch (kind) {
+    case LoadKind::languageUpdates:
+        return "00002";
+    case LoadKind::brightnessUpdates:
+        return "00003";
+    case LoadKind::reads:
+        break;
+    }
+    return "00001";
+}
+
 std::string requestObject(std::size_t turn) {
     return "Request:" + numberedUuid(turn);
 }
@@ -108,9 +132,9 @@ LoadGenerator::LoadGenerator(LoadOptions options)
       answers_(connectedTo(options_.socket)), clients_(options_.clients) {
     for (unsigned int i = 0; i < options_.clients; ++i) {
         for (const std::size_t turn : {0U, 1U}) {
-            const std::string payload = options_.updates ? "[\"00002\",\"" + requestObject(turn)
-                                                         : "[\"00001\",\"" + options_.instance;
-            const std::string whole = payload + "\",\"" + replyChannel(i) + "\"]";
+            const std::string whole = R"([")" + std::string(messageId(options_.kind)) + R"(",")" +
+                                      (isUpdate() ? requestObject(turn) : options_.instance) +
+                                      R"(",")" + replyChannel(i) + R"("])";
             clients_[i].publications[turn] =
                 commandBytes(redis::ShortCommand{"PUBLISH", options_.channel, whole});
         }
@@ -126,10 +150,19 @@ void LoadGenerator::subscribe() {
 }
 
 void LoadGenerator::storeRequestObjects() {
-    constexpr std::array kLanguages{"Deutsch", "English"};
-    for (std::size_t turn = 0; turn < kLanguages.size(); ++turn) {
-        ask(commands_, "HSET", requestObject(turn), "OriginalObjID", options_.instance, "Language",
-            kLanguages[turn]);
+    const bool isLanguage = options_.kind == LoadKind::languageUpdates;
+    const char* const setting = isLanguage ? "Language" : "ScreenBrightness";
+    const std::array values = isLanguage ? std::array{"Deutsch", "English"} : std::array{"3", "4"};
+    for (std::size_t turn = 0; turn < values.size(); ++turn) {
+        ask(commands_, "HSET", requestObject(turn), "OriginalObjID", options_.instance);
+        if (!isLanguage) {
+            for (const char* each : kDisplaySettings) {
+                ask(commands_, "HSET", requestObject(turn), each,
+                    ask(commands_, "HGET", options_.instance, each).text);
+            }
+            ask(commands_, "HSET", requestObject(turn), "EventUserName", "load");
+        }
+        ask(commands_, "HSET", requestObject(turn), setting, values[turn]);
     }
 }
 
@@ -249,7 +282,7 @@ void LoadGenerator::checkThatSomebodyListens() {
 LoadResult LoadGenerator::run() {
     checkThatSomebodyListens();
     subscribe();
-    if (options_.updates) {
+    if (isUpdate()) {
         storeRequestObjects();
     }
     for (unsigned int i = 0; i < options_.clients && mayStartAnother(); ++i) {
@@ -261,7 +294,7 @@ LoadResult LoadGenerator::run() {
         flush(commands_);
     }
     collectLate();
-    if (options_.updates) {
+    if (isUpdate()) {
         ask(commands_, "DEL", requestObject(0), requestObject(1));
     }
     result_.seconds = std::chrono::duration<double>(end_ - begin_).count();

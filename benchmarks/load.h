@@ -12,6 +12,12 @@
 
 namespace bench {
 
+enum class LoadKind : std::uint8_t {
+    reads,             // "00001"
+    languageUpdates,   // "00002", the language changing each time
+    brightnessUpdates, // "00003", the brightness changing each time, the other values as they are
+};
+
 struct LoadOptions {
     std::string socket;
     std::string channel;  // of the provider, or of the bare program
@@ -20,7 +26,7 @@ struct LoadOptions {
     std::uint64_t requests = 0; // measured; 0: as many as the seconds allow
     double seconds = 0.0;       // 0: until all requests are answered
     std::uint64_t warmUp = 0;   // answered before measuring begins
-    bool updates = false;       // "00002", the language changing each time; else "00001"
+    LoadKind kind = LoadKind::reads;
 };
 
 struct LoadResult {
@@ -42,6 +48,8 @@ public:
     LoadResult run();
 
 private:
+    bool isUpdate() const { return options_.kind != LoadKind::reads; }
+
     struct Client {
         std::string publications[2]; // whole commands, sent in turn
         std::uint64_t sent = 0;

@@ -42,8 +42,18 @@ int run(int argc, char** argv) {
     app.add_option("--requests", options.requests, "how many are measured");
     app.add_option("--seconds", options.seconds, "how long new ones are sent");
     app.add_option("--warm-up", options.warmUp, "requests before the measured ones");
-    app.add_flag("--updates", options.updates, "updates of the language instead of reads");
+    bool isLanguage = false;
+    bool isBrightness = false;
+    CLI::Option* const language =
+        app.add_flag("--updates", isLanguage, "updates of the language instead of reads");
+    app.add_flag("--brightness-updates", isBrightness,
+                 "updates of the brightness, with all that goes with it, instead of reads")
+        ->excludes(language);
     CLI11_PARSE(app, argc, argv);
+    if (isLanguage || isBrightness) {
+        options.kind =
+            isLanguage ? bench::LoadKind::languageUpdates : bench::LoadKind::brightnessUpdates;
+    }
     if (options.requests == 0 && options.seconds <= 0.0) {
         throw std::runtime_error("--requests or --seconds is needed");
     }

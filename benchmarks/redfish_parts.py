@@ -55,8 +55,10 @@ def redfish(rounds, scale):
 
 
 def change_round(stack, clear, encrypted, scale):
-    """An update through the store, and the same change by PATCH."""
-    figures = {"daemon": load(stack, DAEMON_CHANNEL, 1, "--updates", "--requests", scale.updates),
+    """A change of the brightness as an update through the store, and by PATCH, which causes the same
+    update."""
+    figures = {"daemon": load(stack, DAEMON_CHANNEL, 1, "--brightness-updates",
+                              "--requests", scale.updates),
                "front": wrk(clear, 1, scale.web_seconds, "changes"),
                "front-tls": wrk(encrypted, 1, scale.web_seconds, "changes")}
     return {f"{subject}/{name}": each[name]

@@ -54,9 +54,9 @@ def section_of_changes(rounds):
     rows = [[label] + [spread(column(rounds, f"{name}/{figure}"))
                        for figure in ("p50", "p99", "rate")]
             + ["" if name == "daemon" else
-               spread([each[f"{name}/p50"] - each["daemon/p50"] for each in rounds])]
+               spread([each[f"{name}/p50"] / each["daemon/p50"] for each in rounds])]
             for name, label in subjects]
-    return table(["", "p50 us", "p99 us", "requests/s", "more than the update, p50 us"], rows)
+    return table(["", "p50 us", "p99 us", "requests/s", "/ the update, p50"], rows)
 
 
 def section_of_streams(rounds):

@@ -209,6 +209,16 @@ TEST_F(BenchmarkPrograms, SendTheDaemonsCommandsForAnUpdate) {
     EXPECT_EQ(setting("Language"), "English");
 }
 
+TEST_F(BenchmarkPrograms, ChangeTheBrightnessAndKeepTheOtherSettings) {
+    const auto instance = [this] { return redis().command({"HGETALL", kWebGui}); };
+    load(kDaemon, {"--brightness-updates", "--requests", "1"});
+    const std::string before = instance();
+    load(kDaemon, {"--brightness-updates", "--requests", "2"});
+    EXPECT_EQ(setting("Brightness"), "4");
+    redis().command({"HSET", kWebGui, "ScreenBrightness", "3"});
+    EXPECT_EQ(instance(), before);
+}
+
 TEST_F(BenchmarkPrograms, SeeWhenNobodyListens) {
     const Finished finished =
         test::run({ORVANE_BENCH_LOAD, "--socket", redis().socketPath(), "--channel", "nobody",

@@ -94,8 +94,8 @@ class RedfishFigures(unittest.TestCase):
                     for name, value in (("daemon", update), ("front", change),
                                         ("front-tls", change))}
         _, section = redfish_report.SECTIONS["redfish-changes"]
-        self.assertIn("| 20 (20 .. 20) |\n",
-                      section([change_round(100, 120), change_round(300, 320)]))
+        self.assertIn("| 1.50 (1.20 .. 1.80) |\n",
+                      section([change_round(100, 120), change_round(200, 360)]))
 
     def test_a_stream_is_shown_with_its_memory_and_its_times(self):
         figures = {f"{name}/{figure}": 7 for name in ("clear", "tls")
