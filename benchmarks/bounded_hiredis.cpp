@@ -8,12 +8,18 @@ namespace {
 
 const redisReplyObjectFunctions* ownFunctions = nullptr;
 
+// By all lists of the reply that is being read.
+std::size_t announcedElements = 0;
+
 // The type of the count differs: int in hiredis 0.14, std::size_t from 1.0 on.
 template <typename Count>
 void* createBoundedArray(const redisReadTask* task, Count count) {
-    return static_cast<std::size_t>(count) > redis::kMaxReplyElements
-               ? nullptr
-               : ownFunctions->createArray(task, count);
+    if (task->parent == nullptr) {
+        announcedElements = 0;
+    }
+    announcedElements += static_cast<std::size_t>(count);
+    return announcedElements > redis::kMaxReplyElements ? nullptr
+                                                        : ownFunctions->createArray(task, count);
 }
 
 } // namespace

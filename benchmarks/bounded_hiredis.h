@@ -6,8 +6,8 @@
 
 namespace bench {
 
-// Replies of this connection with more elements than redis::kMaxReplyElements are an error from
-// now on. The connection is borrowed.
+// Replies of this connection whose lists have more than redis::kMaxReplyElements elements together
+// are an error from now on. The connection is borrowed. One thread.
 void boundReplies(redisContext& connection);
 
 } // namespace bench

@@ -164,14 +164,15 @@ TEST_F(Upgrade, ReplacesAViewThatTheThemeCannotBeReadFrom) {
 
 // Each has the columns Key and Data, and yet loses the stored theme.
 TEST_F(Upgrade, ReplacesAViewThatDoesNotGiveTheStoredTheme) {
+    constexpr const char* kEndless = "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i FROM n) "
+                                     "SELECT 'Theme' AS Key, i AS Data FROM n WHERE i = 0";
     for (const char* view :
          {"SELECT Key, Data FROM Misc WHERE Key = 'Other'",
           "SELECT Key, Data FROM Misc WHERE Key = 'theme'", "SELECT 'Theme' AS Key, Data FROM Misc",
           "SELECT 'Theme' AS Key, 'light' AS Data", "SELECT Data AS Key, Key AS Data FROM Misc",
           "SELECT Key, upper(Data) AS Data FROM Misc", "SELECT Key, NULL AS Data FROM Misc",
           "SELECT Key, Data FROM elsewhere", "SELECT Key, zeroblob(900000000) AS Data FROM Misc",
-          "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i FROM n) "
-          "SELECT 'Theme' AS Key, i AS Data FROM n WHERE i = 0"}) {
+          kEndless}) {
         SCOPED_TRACE(view);
         std::filesystem::remove(path());
         make(settings() +
@@ -188,12 +189,14 @@ TEST_F(Upgrade, ReplacesAViewThatDoesNotGiveTheStoredTheme) {
 }
 
 TEST_F(Upgrade, LeavesAViewThatGivesTheStoredThemeAlone) {
+    constexpr const char* kWithADefault =
+        "SELECT Key, Data FROM Misc UNION ALL SELECT 'Theme', 'dark' WHERE NOT EXISTS "
+        "(SELECT 1 FROM Misc WHERE Key = 'Theme')";
     for (const char* view :
          {"SELECT * FROM Misc", "SELECT DATA, KEY FROM main.MISC WHERE key IN ('Theme', 'Other')",
           "SELECT Key, Data FROM Inner_View",
           "SELECT m.Key, m.Data FROM Misc m LEFT JOIN elsewhere e ON e.Key = m.Key",
-          "SELECT Key, Data FROM Misc UNION ALL SELECT 'Theme', 'dark' WHERE NOT EXISTS "
-          "(SELECT 1 FROM Misc WHERE Key = 'Theme')"}) {
+          kWithADefault}) {
         SCOPED_TRACE(view);
         std::filesystem::remove(path());
         make(settings() + "CREATE VIEW View_Theme AS " + view +
