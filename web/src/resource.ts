@@ -3,12 +3,12 @@
 import { actionTarget, discover, type Service } from "./redfish/discover";
 import { RedfishClient, type Answer } from "./redfish/client";
 import { followEvents, sleep } from "./redfish/event_stream";
-import { RequestFailure, type FailureKind } from "./redfish/errors";
+import { messagesOf, RequestFailure, type FailureKind } from "./redfish/errors";
 import { findMember, objectsIn, at, textAt, type Json } from "./redfish/json";
 import type { ServerSentEvent } from "./redfish/sse";
 import { EventLog, type Who } from "./log";
 import { batch, signal } from "./reactive";
-import { Changes, type ChangeListener } from "./settings/changes";
+import { Changes, type ChangeListener, type Refusal } from "./settings/changes";
 import { jsonOf, settingsOf, type Setting } from "./settings/catalogue";
 import { differences, valuesOf, type Values } from "./settings/values";
 
@@ -226,7 +226,7 @@ export class WebGuiResource {
         }
     }
 
-    private async patch(values: ReadonlyMap<string, string>): Promise<void> {
+    private async patch(values: ReadonlyMap<string, string>): Promise<Refusal | null> {
         const service = this.service;
         if (!service) throw new RequestFailure("unreachable", 0);
         const body: Record<string, Json> = {};
@@ -247,17 +247,18 @@ export class WebGuiResource {
             throw error;
         }
         this.lastChange = Date.now();
-        if (this.ending.signal.aborted) return;
+        if (this.ending.signal.aborted) return null;
         // A server may also answer without the resource.
         if (textAt(answer.body, "@odata.id") !== textAt(this.body, "@odata.id")) {
             await this.refresh();
-            return;
+            return null;
         }
         this.patchesTaken += 1;
         batch(() => {
             this.markUp();
             this.takeAnswer(answer, undefined, { kind: "other" });
         });
+        return refusalIn(answer, body);
     }
 
     private markUp(): void {
@@ -292,4 +293,15 @@ export class WebGuiResource {
         }
         return ended;
     }
+}
+
+// A provider may accept one part of a change and refuse another: the messages do not say which, the
+// values in force do.
+function refusalIn(answer: Answer, sent: Record<string, Json>): Refusal | null {
+    const messages = messagesOf(answer.body);
+    if (messages.length === 0) return null;
+    const inForce = valuesOf(answer.body);
+    const names = Object.keys(sent).filter((name) => inForce.get(name) !== String(sent[name]));
+    const failure = new RequestFailure("refused", answer.status, messages);
+    return { names: new Set(names), failure };
 }

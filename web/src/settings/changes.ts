@@ -6,7 +6,13 @@ import { signal, type Reading } from "../reactive";
 export interface Rejection {
     value: string; // that was asked for
     failure: RequestFailure;
-    message: Message | null; // about this very property
+    message: Message | null; // about this very property, or else about none
+}
+
+// What an otherwise good answer left as it was.
+export interface Refusal {
+    names: ReadonlySet<string>;
+    failure: RequestFailure;
 }
 
 export interface ChangeListener {
@@ -30,8 +36,9 @@ export class Changes {
     private idle: Promise<void> = Promise.resolve();
 
     constructor(
-        // Resolves once the values are in force and the page has them; throws RequestFailure.
-        private readonly send: (values: ReadonlyMap<string, string>) => Promise<void>,
+        // Resolves once the page has the values in force, with the refusal if that is not all of
+        // them; throws RequestFailure.
+        private readonly send: (values: ReadonlyMap<string, string>) => Promise<Refusal | null>,
         private readonly listener: ChangeListener,
     ) {
         this.wanted = this.wantedNow;
@@ -79,10 +86,9 @@ export class Changes {
             this.waiting = new Map();
             this.underWay = sent;
             try {
-                await this.send(sent);
+                const refusal = await this.send(sent);
                 this.underWay = new Map();
-                this.show();
-                this.listener.onSaved(sent);
+                this.finish(sent, refusal);
             } catch (error) {
                 this.underWay = new Map();
                 this.reject(sent, error);
@@ -90,25 +96,40 @@ export class Changes {
         }
     }
 
+    private finish(sent: ReadonlyMap<string, string>, refusal: Refusal | null): void {
+        const isSaved = ([name]: [string, string]) => !refusal?.names.has(name);
+        const saved = new Map([...sent].filter(isSaved));
+        const refused = new Map([...sent].filter((each) => !isSaved(each)));
+        if (refusal && refused.size > 0) this.blame(refused, refusal.failure);
+        else this.show();
+        if (saved.size > 0) this.listener.onSaved(saved);
+    }
+
     // The server rejects a request as a whole if anything in it is wrong: values that it does not
     // complain about are sent again by themselves.
     private reject(sent: ReadonlyMap<string, string>, error: unknown): void {
         const failure = error instanceof RequestFailure ? error : new RequestFailure("failed", 0);
-        const blamed = new Map<string, Message>();
-        for (const message of failure.messages) {
-            for (const name of message.properties) {
-                if (sent.has(name) && !blamed.has(name)) blamed.set(name, message);
+        const isBlamed = ([name]: [string, string]) =>
+            failure.messages.some((message) => message.properties.includes(name));
+        const blamed = new Map([...sent].filter(isBlamed));
+        if (blamed.size > 0) {
+            for (const [name, value] of sent) {
+                if (!blamed.has(name) && !this.waiting.has(name)) this.waiting.set(name, value);
             }
         }
+        this.blame(blamed.size > 0 ? blamed : sent, failure);
+    }
+
+    // A newer value of the same name gets its own answer.
+    private blame(values: ReadonlyMap<string, string>, failure: RequestFailure): void {
         const rejected = new Map(this.rejectedNow.peek());
         const names: string[] = [];
-        for (const [name, value] of sent) {
-            if (blamed.size > 0 && !blamed.has(name)) {
-                if (!this.waiting.has(name)) this.waiting.set(name, value);
-            } else if (!this.waiting.has(name)) {
-                rejected.set(name, { value, failure, message: blamed.get(name) ?? null });
-                names.push(name);
-            }
+        const general = failure.messages.find((each) => each.properties.length === 0) ?? null;
+        for (const [name, value] of values) {
+            if (this.waiting.has(name)) continue;
+            const own = failure.messages.find((each) => each.properties.includes(name));
+            rejected.set(name, { value, failure, message: own ?? general });
+            names.push(name);
         }
         this.rejectedNow.set(rejected);
         this.show();

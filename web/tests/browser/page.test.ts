@@ -211,6 +211,28 @@ test("a refusal is shown at its control, the others are saved, and another try c
     expect(await errorOf("Theme").textContent()).toBe("");
 });
 
+test("of a change that is refused in part, only the rest is announced as saved", async () => {
+    await start();
+    server.ignored.add("Theme");
+    await page.evaluate(() => {
+        for (const name of ["Theme", "TimeFormat"]) {
+            const other = `[data-setting="${name}"] input:not(:checked)`;
+            document.querySelector<HTMLInputElement>(other)?.click();
+        }
+    });
+    await until("the announcement", async () =>
+        /Saved/.test((await page.textContent(".spoken")) ?? ""),
+    );
+    expect(server.patches).toEqual([{ Theme: "light", TimeFormat: "12 Hours" }]);
+    expect(await page.textContent(".spoken")).toBe("Time: 12 hours. Saved.");
+    expect(await errorOf("Theme").textContent()).toContain("The provider refused a part");
+    expect(await chip("Theme", "Dark").locator("input").isChecked()).toBe(true);
+    expect(await errorOf("TimeFormat").textContent()).toBe("");
+    server.ignored.clear();
+    await errorOf("Theme").locator("button").click();
+    await page.waitForSelector('html[data-theme="light"]');
+});
+
 test("theme, units, formats and language follow the settings at once", async () => {
     await start();
     expect(await page.getAttribute("html", "data-theme")).toBe("dark");

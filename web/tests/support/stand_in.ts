@@ -61,6 +61,7 @@ export class StandIn {
     readMs = 0; // delay of a GET's response, which is made at once
     whole = true; // false: a PATCH is answered without the resource
     refused = new Map<string, string>(); // property to the name of a message
+    readonly ignored = new Set<string>(); // properties that a PATCH of more leaves as they are
     failingActions = false;
     streams = true; // false: none can be opened
     // Observed.
@@ -213,7 +214,11 @@ export class StandIn {
             const problems = Object.keys(body).filter((name) => this.refused.has(name));
             if (problems.length > 0) return this.refuse(problems, body, response);
             await sleep(this.updateMs);
-            this.set(body);
+            const accepted = Object.entries(body).filter(([name]) => !this.ignored.has(name));
+            this.set(Object.fromEntries(accepted));
+            if (accepted.length < Object.keys(body).length) {
+                return send(response, 200, { ...this.document(), ...kPartlyRefused });
+            }
         }
         const etag = `"${this.version}"`;
         const document = this.document();
@@ -254,6 +259,17 @@ export class StandIn {
         };
     }
 }
+
+// Names no property, as the service's does not.
+const kPartlyRefused = {
+    "@Message.ExtendedInfo": [
+        {
+            MessageId: "Orvane.1.0.ActionNotSupported",
+            Message: "The provider refused a part of the change.",
+            MessageArgs: [],
+        },
+    ],
+};
 
 const link = (path: string) => ({ "@odata.id": `/redfish/v1/${path}` });
 

@@ -1,14 +1,14 @@
 // Changes on their way: gathered, one request at a time, refused one by one.
 import { afterEach, beforeEach, expect, test, vi } from "vitest";
 import { RequestFailure, type Message } from "../../src/redfish/errors";
-import { Changes } from "../../src/settings/changes";
+import { Changes, type Refusal } from "../../src/settings/changes";
 
 beforeEach(() => void vi.useFakeTimers());
 afterEach(() => void vi.useRealTimers());
 
 interface Sent {
     values: Record<string, string>;
-    done: () => void;
+    done: (refusal?: Refusal) => void;
     fail: (error: unknown) => void;
 }
 
@@ -18,9 +18,10 @@ function changes() {
     const rejected: string[][] = [];
     const one = new Changes(
         (values) =>
-            new Promise((done, fail) =>
-                sent.push({ values: Object.fromEntries(values), done, fail }),
-            ),
+            new Promise((answer, fail) => {
+                const done = (refusal?: Refusal) => answer(refusal ?? null);
+                sent.push({ values: Object.fromEntries(values), done, fail });
+            }),
         {
             onSaved: (values) => saved.push([...values.keys()]),
             onRejected: (names) => rejected.push(names),
@@ -86,6 +87,26 @@ test("a failure that blames no property is every property's", async () => {
     expect(rejected).toEqual([["Theme", "Language"]]);
     expect(sent.length).toBe(1);
     expect(one.wanted.get().size).toBe(0);
+});
+
+test("what a good answer left as it was is rejected, not sent again; the rest is saved", async () => {
+    const { one, sent, saved, rejected } = changes();
+    one.change("Theme", "light");
+    one.change("Language", "Deutsch");
+    await later();
+    const general = { ...blame("Theme"), properties: [] };
+    const failure = new RequestFailure("refused", 200, [general]);
+    sent[0]?.done({ names: new Set(["Theme"]), failure });
+    await later();
+    expect(saved).toEqual([["Language"]]);
+    expect(rejected).toEqual([["Theme"]]);
+    expect(one.rejections.get().get("Theme")).toEqual({
+        value: "light",
+        failure,
+        message: general,
+    });
+    expect(one.wanted.get().size).toBe(0);
+    expect(sent.length).toBe(1);
 });
 
 test("a new try forgives the old one, and a newer value outlives the refusal of an older", async () => {
