@@ -27,6 +27,12 @@ export type Trouble = Exclude<FailureKind, "signedOut" | "refused">;
 export type Connection =
     { kind: "connecting" } | { kind: "up" } | { kind: Trouble; since: Date; message: string };
 
+// What an event tells besides that something changed.
+interface Cause {
+    time: Date;
+    who: Who;
+}
+
 export interface ResourceListener extends ChangeListener {
     onSignedOut(): void;
 }
@@ -47,8 +53,10 @@ export class WebGuiResource {
     private etag = "";
     private reading: Promise<void> = Promise.resolve();
     private waitingRead: Promise<void> | null = null;
+    private waitingCause: Cause | null = null; // of the latest event that no reading has answered
     private patching: Promise<unknown> = Promise.resolve();
     private patchesTaken = 0;
+    private readBeforeAnswer = false; // whether a reading began while the last PATCH was under way
     private retryAfterMs = 0;
     private wakePoll: () => void = () => undefined;
     private lastChange = 0;
@@ -101,11 +109,14 @@ export class WebGuiResource {
                 void this.follow();
             }
             pause = up ? kFirstPauseMs : Math.min(pause * 2, kLongestPauseMs);
-            const poll = this.live.peek() ? kPollMs : kPollWithoutStreamMs;
             await this.pause(
-                up ? poll : Math.min(Math.max(pause, this.retryAfterMs), kLongestPauseMs),
+                up ? this.pollMs() : Math.min(Math.max(pause, this.retryAfterMs), kLongestPauseMs),
             );
         }
+    }
+
+    private pollMs(): number {
+        return this.live.peek() ? kPollMs : kPollWithoutStreamMs;
     }
 
     private async pause(milliseconds: number): Promise<void> {
@@ -159,17 +170,31 @@ export class WebGuiResource {
     }
 
     // Never throws: `connection` has the outcome. A reading that has not begun serves everybody who
-    // asks meanwhile. None begins while a change is under way: its answer is a reading too.
+    // asks meanwhile, and tells of the latest event. It waits for the answer to a change, which is a
+    // reading too, but not longer than for a poll.
     refresh(eventTime?: Date, who: Who = { kind: "other" }): Promise<void> {
+        if (eventTime) this.waitingCause = { time: eventTime, who };
         this.waitingRead ??= this.reading = this.reading.then(async () => {
-            await this.patching;
+            if (!(await this.patchAnswered())) this.readBeforeAnswer = true;
             this.waitingRead = null;
-            return this.read(eventTime, who);
+            const cause = this.waitingCause;
+            this.waitingCause = null;
+            return this.read(cause);
         });
         return this.waitingRead;
     }
 
-    private async read(eventTime: Date | undefined, who: Who): Promise<void> {
+    private async patchAnswered(): Promise<boolean> {
+        const early = new AbortController();
+        const answered = await Promise.race([
+            this.patching.then(() => true),
+            sleep(this.pollMs(), early.signal).then(() => false),
+        ]);
+        early.abort();
+        return answered;
+    }
+
+    private async read(cause: Cause | null): Promise<void> {
         if (this.ending.signal.aborted) return;
         try {
             this.service ??= await discover(this.client);
@@ -179,25 +204,26 @@ export class WebGuiResource {
             if (this.ending.signal.aborted) return;
             if (this.patchesTaken !== taken) {
                 // Which of the two is newer? The next reading is.
-                void this.refresh(eventTime, who);
+                this.waitingCause ??= cause;
+                void this.refresh();
                 return;
             }
             batch(() => {
                 this.markUp();
-                if (answer.status !== 304) this.takeAnswer(answer, eventTime, who);
-                else if (eventTime) this.noteRewritten(eventTime, who);
+                if (answer.status !== 304) this.takeAnswer(answer, cause);
+                else if (cause) this.noteRewritten(cause);
             });
         } catch (error) {
             this.fail(error);
         }
     }
 
-    private takeAnswer(answer: Answer, eventTime: Date | undefined, who: Who): void {
+    private takeAnswer(answer: Answer, cause: Cause | null): void {
         this.etag = answer.headers.get("ETag") ?? "";
-        this.take(answer.body, eventTime, who);
+        this.take(answer.body, cause);
     }
 
-    private take(body: Json | undefined, eventTime: Date | undefined, who: Who): void {
+    private take(body: Json | undefined, cause: Cause | null): void {
         const service = this.service;
         if (!service) return;
         const before = this.values.peek();
@@ -209,7 +235,7 @@ export class WebGuiResource {
         }
         this.values.set(after);
         const found = before ? differences(before, after) : [];
-        const time = eventTime ?? new Date();
+        const { time, who }: Cause = cause ?? { time: new Date(), who: { kind: "other" } };
         const own = found.filter(({ name, to }) => this.changes.isOwn(name, to));
         const others = found.filter((each) => !own.includes(each));
         if (own.length > 0) {
@@ -217,10 +243,10 @@ export class WebGuiResource {
         }
         if (others.length > 0) this.log.add({ kind: "changed", time, who, differences: others });
         if (found.length > 0) this.lastChange = Date.now();
-        else if (eventTime) this.noteRewritten(eventTime, who);
+        else if (cause) this.noteRewritten(cause);
     }
 
-    private noteRewritten(time: Date, who: Who): void {
+    private noteRewritten({ time, who }: Cause): void {
         if (Date.now() - this.lastChange > kSameChangeMs) {
             this.log.add({ kind: "rewritten", time, who });
         }
@@ -237,6 +263,7 @@ export class WebGuiResource {
         }
         const request = this.client.request("PATCH", service.resource, { body });
         this.patching = request.catch(() => undefined);
+        this.readBeforeAnswer = false;
         let answer: Answer;
         try {
             answer = await request;
@@ -256,8 +283,10 @@ export class WebGuiResource {
         this.patchesTaken += 1;
         batch(() => {
             this.markUp();
-            this.takeAnswer(answer, undefined, { kind: "other" });
+            this.takeAnswer(answer, null);
         });
+        // Which of the two is newer? Again the next reading.
+        if (this.readBeforeAnswer) void this.refresh();
         return refusalIn(answer, body);
     }
 
