@@ -92,7 +92,7 @@ void checkValue(const Setting& setting, const std::string& value) {
         return;
     case Fault::tooLong:
         throw InvalidArgument(name + ": the value has " + std::to_string(value.size()) +
-                              " bytes; at most " + std::to_string(kLongestValue) + " are kept");
+                              " bytes; at most " + std::to_string(kMaxValueBytes) + " are kept");
     case Fault::holdsNul:
         throw InvalidArgument(name + ": the value holds a NUL byte");
     case Fault::notAllowed:
@@ -114,7 +114,7 @@ const Setting* findSetting(std::string_view name) {
 }
 
 Fault faultOf(const Setting& setting, std::string_view value) {
-    if (value.size() > kLongestValue) {
+    if (value.size() > kMaxValueBytes) {
         return Fault::tooLong;
     }
     if (value.find('\0') != std::string_view::npos) {

@@ -13,7 +13,7 @@
 namespace client {
 
 // Bytes that a value may have, as much as the settings database keeps of it.
-inline constexpr std::size_t kLongestValue = 255;
+inline constexpr std::size_t kMaxValueBytes = 255;
 
 // What the value of a setting stands for; the store and the provider keep all as texts.
 enum class Kind : std::uint8_t { text, boolean, integer };
@@ -22,7 +22,7 @@ struct Setting {
     std::string_view name;
     std::string_view messageId; // of the update request that carries it
     Kind kind;
-    std::span<const std::string_view> allowed;    // empty: any text of at most kLongestValue
+    std::span<const std::string_view> allowed;    // empty: any text of at most kMaxValueBytes
     std::string_view description;                 // one sentence of English
     std::span<const std::string_view> meanings{}; // of the allowed values, one each; empty: plain
 };

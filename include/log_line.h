@@ -29,9 +29,9 @@ public:
 protected:
     int_type overflow(int_type character) override {
         constexpr std::string_view kDigits = "0123456789abcdef";
-        constexpr std::size_t kLongest = 4; // "\x0a"
+        constexpr std::size_t kMaxBytesShown = 4; // "\x0a"
         const auto byte = static_cast<unsigned char>(character);
-        text_.reserve(text_.size() + kLongest + 1);
+        text_.reserve(text_.size() + kMaxBytesShown + 1);
         if (isControl(byte)) {
             text_ += {'\\', 'x', kDigits[byte >> 4U], kDigits[byte & 0xFU]};
         } else {

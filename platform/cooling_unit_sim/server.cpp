@@ -18,7 +18,7 @@ namespace sim {
 
 namespace {
 
-constexpr std::size_t kLongestLine = 256;
+constexpr std::size_t kMaxLineBytes = 256;
 
 Descriptor takeSignals() {
     sigset_t set;
@@ -191,7 +191,7 @@ void Server::read(Teller& teller) {
         sendAll(teller.socket, (obeyed.done ? kOk : kError) + obeyed.text + '\n');
         teller.gone = true;
     }
-    teller.gone = teller.gone || teller.line.size() > kLongestLine;
+    teller.gone = teller.gone || teller.line.size() > kMaxLineBytes;
 }
 
 } // namespace sim

@@ -53,7 +53,7 @@ Problems checkAgainst(const client::Setting& setting, const Json& value) {
     switch (client::faultOf(setting, textOfValue(value))) {
     case client::Fault::tooLong:
         return {{Message::stringValueTooLong,
-                 {shown(value), std::to_string(client::kLongestValue)},
+                 {shown(value), std::to_string(client::kMaxValueBytes)},
                  pointerTo(name)}};
     case client::Fault::holdsNul:
         return {{Message::propertyValueFormatError, {shown(value), name}, pointerTo(name)}};

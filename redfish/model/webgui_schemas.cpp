@@ -14,7 +14,7 @@ constexpr std::string_view kSettingsMark = "        <!-- settings -->\n";
 constexpr std::string_view kValuesMark = "      <!-- values of settings -->\n";
 
 std::string longDescription() {
-    return "Any text of at most " + std::to_string(client::kLongestValue) + " bytes of UTF-8.";
+    return "Any text of at most " + std::to_string(client::kMaxValueBytes) + " bytes of UTF-8.";
 }
 
 // ---- JSON Schema ----
@@ -35,7 +35,7 @@ Json jsonProperty(const client::Setting& setting) {
     }
     property["type"] = "string";
     if (setting.allowed.empty()) {
-        property["maxLength"] = client::kLongestValue;
+        property["maxLength"] = client::kMaxValueBytes;
         property["longDescription"] = longDescription();
     } else {
         property["enum"] = setting.allowed;
@@ -119,7 +119,7 @@ std::string csdlProperty(const client::Setting& setting) {
     std::string text = "        <Property Name=\"" + std::string(setting.name) + "\" Type=\"" +
                        csdlType(setting) + "\"";
     if (isAnyText) {
-        text += " MaxLength=\"" + std::to_string(client::kLongestValue) + "\"";
+        text += " MaxLength=\"" + std::to_string(client::kMaxValueBytes) + "\"";
     }
     text += " Nullable=\"false\">\n" + indent +
             annotation("OData.Permissions", "EnumMember=\"OData.Permission/ReadWrite\"") + indent +

@@ -40,11 +40,17 @@ filled_in() {
 
 # holds NAME CONDITION: one of the conditions under which the process is up.
 holds() {
-    local what=${2#* } blocked
+    local what=${2#* } blocked line
     case $2 in
     "log "*)
-        [[ $(grep -m 1 -E -e "$what" "$LOGS/$1.log") =~ $what ]] || return 1
-        VALUE[address]=${BASH_REMATCH[1]-}
+        # Whole lines only: `read` fails for a last one that has no end yet.
+        while IFS= read -r line; do
+            if [[ $line =~ $what ]]; then
+                VALUE[address]=${BASH_REMATCH[1]-}
+                return 0
+            fi
+        done <"$LOGS/$1.log"
+        return 1
         ;;
     "file "*) [[ -e $(filled_in "$what") ]] ;;
     "blocks "*)

@@ -17,7 +17,7 @@ namespace {
 using namespace redfish::model;
 
 // An error body repeats names and values cut to this, a message four of them at most.
-constexpr std::size_t kLongestArgument = 80;
+constexpr std::size_t kMaxArgumentBytes = 80;
 
 void checkProblems(const Problems& problems) {
     if (problems.empty()) {
@@ -29,7 +29,7 @@ void checkProblems(const Problems& problems) {
         require(problem.arguments.size() == entryOf(problem.message).arguments.size(),
                 "a message has its arguments", entryOf(problem.message).name);
         for (const std::string& argument : problem.arguments) {
-            require(argument.size() <= kLongestArgument, "an argument is short", argument);
+            require(argument.size() <= kMaxArgumentBytes, "an argument is short", argument);
         }
     }
     const std::string bytes = serialise(errorBody(problems));

@@ -190,8 +190,8 @@ class Documents(Rules):
 class Names(Rules):
     def test_limits_begin_with_kmax_or_kmin(self):
         self.assertEqual(self.of_header("int kMostWords;\nint kMaximum;\nint kLeastWords;\nint kMinimumAge;\n"
-                                        "int kMaxWords;\nint kMinAge;\nint kMostly; // kMostWords\n",
-                                        "limits"), [1, 2, 3, 4])
+                                        "int kMaxWords;\nint kMinAge;\nint kMostly; // kMostWords\nint kLongestName;\n",
+                                        "limits"), [1, 2, 3, 4, 8])
 
     def test_enumerators_have_one_style(self):
         self.assertEqual(self.of_header("enum class A { one, Two, kThree };\n"

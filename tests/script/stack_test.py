@@ -46,6 +46,27 @@ class Stack(unittest.TestCase):
         for name, words in commands.items():
             self.assertEqual(words, [str(word) for word in StackPart(name, **VALUES).command()])
 
+    def test_waits_for_the_end_of_a_line_in_bash_and_python(self):
+        condition = "log listens on ([0-9.]+:[0-9]+)"
+        script = """
+            source script/lib/common.sh
+            RUN=$1 BUILT=$1 LOGS=$1
+            source script/lib/processes.sh
+            source script/lib/stack.sh
+            LOGS=$1
+            holds unit "$2" && printf '%s' "${VALUE[address]}" """
+        for output, address in (("unit listens on 127.0.0.1:15", None),
+                                ("first\nunit listens on 127.0.0.1:1502\nlast", "127.0.0.1:1502")):
+            with tempfile.TemporaryDirectory() as folder:
+                pathlib.Path(folder, "unit.log").write_text(output)
+                bash = subprocess.run(["bash", "-uc", script, "bash", folder, condition], cwd=ROOT,
+                                      capture_output=True, text=True, check=False)
+            part = StackPart("cooling-unit", **VALUES)
+            self.assertEqual(bash.returncode == 0, address is not None, bash.stderr)
+            self.assertEqual(part.holds(condition, 0, output), address is not None)
+            if address is not None:
+                self.assertEqual((bash.stdout, part.address), (address, address))
+
     def test_keeps_a_folder_with_a_blank_in_one_word(self):
         self.assertIn("/a folder/sockets/redis.sock", StackPart("redis", **VALUES).command())
         self.assertIn("", StackPart("redis", **VALUES).command())

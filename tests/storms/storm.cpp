@@ -28,7 +28,7 @@ constexpr milliseconds kTooSlowTime{2300};
 // the last one may begin just before the end.
 constexpr int kGivenUpPerSilence = 3 * 3;
 constexpr long long kAnswersBeforeTheFault = 20;
-constexpr std::chrono::seconds kLongest{30};
+constexpr std::chrono::seconds kMaxWait{30};
 // Nothing more arrives, as seen from outside.
 constexpr milliseconds kQuiet{300};
 
@@ -346,7 +346,7 @@ milliseconds Storms::timeToAnswer(const char* id, const char* message, Clock::ti
         [&] {
             return asker.ask(question, Clock::now() + std::chrono::seconds(5)).messageId == message;
         },
-        kLongest);
+        kMaxWait);
     EXPECT_TRUE(isBack) << output() << errors();
     return std::chrono::ceil<milliseconds>(Clock::now() - since);
 }
@@ -364,7 +364,7 @@ bool Storms::waitUntilSettled(const Load& load) const {
             }
             return isSettled && (load.pending() == 0 || Clock::now() - quietSince > kQuiet);
         },
-        kLongest);
+        kMaxWait);
 }
 
 long long Storms::countUnstoredAnswers() const {

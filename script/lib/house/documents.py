@@ -20,7 +20,7 @@ _FOLDER = re.compile(r"`((?:[\w.-]+/)+)`")
 _PLACE = r"(?<![\w/.$~*{<>@:\"=-])((?:%s)(?:/[\w-]+)+)(?![\w./{(<*-]|\.\w)"
 
 # What is built, and files of redis, systemd and the programs' own state.
-ELSEWHERE = re.compile(r"^(build/|(web/)?dist\b|requests/s$|redis\.conf$|redis-server\.service$|accounts\.json$|[\w/]*[A-Z]{4})")
+ELSEWHERE = re.compile(r"^(build/|(web/)?dist\b|requests/s$|redis\.conf$|redis-server\.service$|accounts\.json$|[\w/]*[A-Z]{4}[A-Z/]*$)")
 
 
 def check_readme_in_every_folder(tree):

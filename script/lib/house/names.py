@@ -4,8 +4,9 @@ import re
 
 from .cxx import tokens_of
 
-_LIMIT = re.compile(r"^k(Most|Maximum|Least|Minimum)(?=[A-Z]|$)")
-_MEANT = {"Most": "kMax", "Maximum": "kMax", "Least": "kMin", "Minimum": "kMin"}
+_LIMIT = re.compile(r"^k(Most|Maximum|Longest|Largest|Deepest|Least|Minimum|Shortest|Smallest)(?=[A-Z]|$)")
+_MEANT = {"Most": "kMax", "Maximum": "kMax", "Longest": "kMax", "Largest": "kMax", "Deepest": "kMax",
+          "Least": "kMin", "Minimum": "kMin", "Shortest": "kMin", "Smallest": "kMin"}
 _LOWER_CAMEL = re.compile(r"^(?!k[A-Z])[a-z][A-Za-z0-9]*$")
 _CONSTANT = re.compile(r"^k[A-Z0-9][A-Za-z0-9]*$")
 

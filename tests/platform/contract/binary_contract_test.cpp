@@ -14,6 +14,7 @@
 #include <set>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -50,7 +51,9 @@ Symbols functionsOf(const std::string& path) {
         std::string name;
         std::string kind;
         words >> name >> kind;
-        if (kind == "T") {
+        // Functions and variables; names with two underscores are the compiler's.
+        if (std::string_view("TDBR").find(kind) != std::string_view::npos &&
+            !name.starts_with("__")) {
             symbols.insert(name);
         }
     }

@@ -138,9 +138,9 @@ TEST(OwnSchemas, LimitTextsThatMayBeAnything) {
         if (setting->kind == client::Kind::text && setting->allowed.empty()) {
             EXPECT_EQ(csdlProperty(setting->name)->attribute("Type"), "Edm.String");
             EXPECT_EQ(csdlProperty(setting->name)->attribute("MaxLength"),
-                      std::to_string(client::kLongestValue));
+                      std::to_string(client::kMaxValueBytes));
             EXPECT_EQ(jsonProperties().at(std::string(setting->name)).at("maxLength"),
-                      client::kLongestValue);
+                      client::kMaxValueBytes);
         }
     }
 }
