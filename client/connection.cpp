@@ -104,8 +104,8 @@ std::optional<std::vector<Reply>> StoreConnection::roundTrip(std::span<const Wor
         while (replies.size() < commands.size() && (reply = wire_->receive(deadline))) {
             replies.push_back(std::move(*reply));
         }
-    } catch (const Error&) {
-        wire_.reset();
+    } catch (...) {
+        wire_.reset(); // replies may still be due on it
         throw;
     }
     if (replies.size() < commands.size()) {

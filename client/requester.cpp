@@ -144,8 +144,8 @@ Answer Requester::perform(const std::string& channel, const Request& request, Es
         throw Stopped("stopped before the request was sent");
     }
     prepare();
+    const std::string payload = payloadOf(request, replies_);
     const std::string replies = std::exchange(replies_, {});
-    const std::string payload = payloadOf(request, replies);
     const Subscribed subscribed(subscription_, replies);
     RequestObject object(store_, request);
     const Clock::time_point published = Clock::now();

@@ -89,8 +89,12 @@ private:
 void start(const std::shared_ptr<Question>& question, const std::string& host) {
     const AllSignalsBlocked blocked;
     std::thread([question, host] {
-        int code = 0;
-        question->answer(ask(host, 0, code));
+        try {
+            int code = 0;
+            question->answer(ask(host, 0, code));
+        } catch (const std::bad_alloc&) {
+            question->answer({{}, "out of memory"});
+        }
     }).detach();
 }
 
@@ -98,8 +102,9 @@ void start(const std::shared_ptr<Question>& question, const std::string& host) {
 // where no thread can be started.
 std::shared_ptr<Question> questionAbout(const std::string& host) {
     static std::mutex mutex;
-    // Weak: a thread that ends after main touches nothing of this map.
-    static std::map<std::string, std::weak_ptr<Question>> running;
+    // Never destroyed: an object that outlives main may still connect in its destructor. Weak: a
+    // thread that ends after main touches nothing of this map.
+    static auto& running = *new std::map<std::string, std::weak_ptr<Question>>;
     const std::lock_guard lock(mutex);
     std::erase_if(running, [](const auto& entry) { return entry.second.expired(); });
     std::weak_ptr<Question>& entry = running[host];

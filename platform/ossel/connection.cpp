@@ -29,6 +29,15 @@ bool open(State& state) {
     return false;
 }
 
+// What hiredis had read of a reply belongs to the old socket.
+void renewReader(redisContext& context) {
+    if (redisReader* const fresh = ::redisReaderCreate(); fresh != nullptr) {
+        fresh->privdata = context.reader->privdata;
+        ::redisReaderFree(context.reader);
+        context.reader = fresh;
+    }
+}
+
 } // namespace
 
 void Disconnect::operator()(redisContext* context) const noexcept {
@@ -63,13 +72,15 @@ void updateHandle(redisContext& context) noexcept {
 }
 
 bool reconnect(redisContext& context) {
+    renewReader(context);
     const bool isOpen = open(stateOf(context));
     updateHandle(context);
     return isOpen;
 }
 
 bool makeReady(redisContext& context) {
-    return connectionOf(context).isQuiet() || reconnect(context);
+    // An error of hiredis, its own time-out for instance, may leave a reply due on the socket.
+    return (context.err == 0 && connectionOf(context).isQuiet()) || reconnect(context);
 }
 
 void complainOfLoss(redisContext& context) {

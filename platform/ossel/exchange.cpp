@@ -3,6 +3,7 @@
 #include "platform/ossel/complaints.h"
 
 #include <algorithm>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -15,14 +16,19 @@ using redis::Failure;
 
 bool attempt(Connection& connection, std::span<const Command> commands, std::span<Reply> replies) {
     const redis::Deadline deadline = redis::Clock::now() + redis::kTimeout;
-    for (const Command command : commands) {
-        connection.append(command);
+    try {
+        for (const Command command : commands) {
+            connection.append(command);
+        }
+        return connection.send(deadline) &&
+               std::all_of(replies.begin(), replies.end(),
+                           [&](Reply& reply) { return connection.await(reply, deadline); }) &&
+               (!connection.hasLeftover() ||
+                connection.fail(Failure::nonsense, "more was answered than asked"));
+    } catch (const std::bad_alloc&) {
+        connection.close(); // commands may be unsent, or replies due
+        throw;
     }
-    return connection.send(deadline) &&
-           std::all_of(replies.begin(), replies.end(),
-                       [&](Reply& reply) { return connection.await(reply, deadline); }) &&
-           (!connection.hasLeftover() ||
-            connection.fail(Failure::nonsense, "more was answered than asked"));
 }
 
 // "HGET some-key: " and what is wrong.

@@ -4,6 +4,7 @@
 
 #include "log_line.h"
 
+#include <new>
 #include <string>
 #include <string_view>
 #include <unistd.h>
@@ -18,8 +19,12 @@ void writeErrorLine(const Parts&... parts) {
     const auto put = [&line](std::string_view text) {
         line.sputn(text.data(), static_cast<std::streamsize>(text.size()));
     };
-    put("[ovrhost]: ");
-    (put(parts), ...);
+    try {
+        put("[ovrhost]: ");
+        (put(parts), ...);
+    } catch (const std::bad_alloc&) {
+        // The text ends early; there is always room left for the line end.
+    }
     const std::string& text = line.finish();
     // A standard error that is closed or full is no reason to stop.
     [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, text.data(), text.size());

@@ -24,7 +24,9 @@ constexpr std::chrono::milliseconds kMaxPause{250};
 
 // The entry stays where another provider has taken over: under a name of its own, or a new run of
 // this one that registered before the old one ended.
-constexpr const char* kRemoveOwnEntry = "if redis.call('HGET', KEYS[2], ARGV[1]) == ARGV[3] then "
+// An entry whose owner is unknown is ours: this run made it.
+constexpr const char* kRemoveOwnEntry = "local owner = redis.call('HGET', KEYS[2], ARGV[1]) "
+                                        "if not owner or owner == ARGV[3] then "
                                         "redis.call('HDEL', KEYS[2], ARGV[1]) "
                                         "if redis.call('HGET', KEYS[1], ARGV[1]) == ARGV[2] then "
                                         "return redis.call('HDEL', KEYS[1], ARGV[1]) end end "
@@ -74,9 +76,22 @@ bool Subscription::enter() {
     const redis::Deadline deadline = redis::Clock::now() + redis::kTimeout;
     return open(deadline) && ask(ShortCommand{"CLIENT", "SETNAME", name_}, deadline) &&
            (callbackId_.empty() ||
-            (ask(ShortCommand{"HSET", kOwners, callbackId_, token_}, deadline) &&
+            (noteOwner(deadline) &&
              ask(ShortCommand{"HSET", kDirectory, callbackId_, name_}, deadline))) &&
            ask(ShortCommand{"SUBSCRIBE", name_}, deadline);
+}
+
+// A store that refuses this has rights of an older version. Requests are served all the same.
+bool Subscription::noteOwner(redis::Deadline deadline) {
+    redis::Reply reply;
+    connection_.append(ShortCommand{"HSET", kOwners, callbackId_, token_});
+    if (!connection_.send(deadline) || !connection_.await(reply, deadline)) {
+        return false;
+    }
+    if (reply.isError()) {
+        writeErrorLine("Failed to note the owner in ", kOwners, ": ", reply.text);
+    }
+    return true;
 }
 
 // False: no reply, or an error; the connection is closed then.
@@ -158,7 +173,7 @@ void Subscription::leave(Leftover leftover) {
         unsubscribe(deadline, leftover);
     }
     if (!callbackId_.empty()) {
-        removeEntry(deadline);
+        removeEntry(redis::Clock::now() + redis::kTimeout);
     }
     connection_.close();
     name_.clear();

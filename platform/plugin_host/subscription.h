@@ -43,6 +43,7 @@ private:
 
     bool open(redis::Deadline deadline);
     bool enter();
+    bool noteOwner(redis::Deadline deadline);
     bool ask(redis::Command command, redis::Deadline deadline);
     bool renew(const Event& stop);
     void receiveOrStop(const Event& stop, bool& stopping);

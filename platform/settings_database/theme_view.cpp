@@ -7,6 +7,7 @@
 #include "platform/settings_database/statement.h"
 
 #include <algorithm>
+#include <chrono>
 #include <new>
 #include <string>
 
@@ -18,10 +19,14 @@ constexpr const char* kThemes[] = {"dark", "light"};
 
 // Far more than a view over two rows needs: the trial gives up on a view that never ends or that
 // makes huge values.
-constexpr int kMaxTrialSteps = 1'000'000;
-constexpr int kMaxTrialBytes = 1'000'000;
+constexpr std::chrono::seconds kMaxTrialTime{1};
+constexpr int kStepsBetweenLooks = 1'000;
+constexpr int kMaxTrialBytes = 64 * 1024;
 
-Connection openInMemory() {
+using Clock = std::chrono::steady_clock;
+
+// `end` must outlive the connection.
+Connection openInMemory(const Clock::time_point& end) {
     sqlite3* opened = nullptr;
     const int code =
         sqlite3_open_v2(":memory:", &opened, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
@@ -32,9 +37,12 @@ Connection openInMemory() {
     if (code != SQLITE_OK) {
         throw SqlError(opened);
     }
-    const auto giveUp = [](void* /*user*/) { return 1; };
+    const auto isOver = [](void* user) {
+        return Clock::now() > *static_cast<const Clock::time_point*>(user) ? 1 : 0;
+    };
     sqlite3_limit(opened, SQLITE_LIMIT_LENGTH, kMaxTrialBytes);
-    sqlite3_progress_handler(opened, kMaxTrialSteps, giveUp, nullptr);
+    sqlite3_progress_handler(opened, kStepsBetweenLooks, isOver,
+                             const_cast<Clock::time_point*>(&end)); // only read
     return connection;
 }
 
@@ -66,7 +74,8 @@ bool gives(sqlite3* trial, const char* theme) {
 } // namespace
 
 bool givesStoredTheme(sqlite3* connection) {
-    const Connection trial = openInMemory();
+    const Clock::time_point end = Clock::now() + kMaxTrialTime;
+    const Connection trial = openInMemory(end);
     copyDefinitions(connection, trial.get());
     try {
         execute(trial.get(), "INSERT INTO Misc VALUES ('Theme', ''), ('Other', 'other')");

@@ -40,14 +40,15 @@ void EventReader::readOn(client::StoreConnection& store) {
     if (last_.empty()) {
         const std::vector<client::Event> kept =
             client::eventsSince(store, client::kEventSource, "0", kMaxKept);
-        last_ = kept.empty() ? "0" : kept.back().id;
         tell(store, kept, true);
+        last_ = kept.empty() ? "0" : kept.back().id;
     }
     client::EventStream stream(store, client::kEventSource, last_, &stop_);
     while (true) {
         std::vector<client::Event> events = stream.next();
-        last_ = events.back().id;
+        std::string newest = events.back().id;
         tell(store, std::move(events), false);
+        last_ = std::move(newest);
     }
 }
 

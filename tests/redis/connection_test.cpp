@@ -78,7 +78,8 @@ TEST(Connection, ReachesAServerOverTcp) {
     const std::string port = openTcp(redis);
     for (const std::string host : {"127.0.0.1", "localhost"}) {
         Connection connection;
-        ASSERT_TRUE(open(connection, "tcp:" + host + ":" + port)) << connection.reason();
+        ASSERT_TRUE(open(connection, std::string("tcp:").append(host).append(":").append(port)))
+            << connection.reason();
         EXPECT_EQ(ask(connection, "PING").text, "PONG");
     }
 }
@@ -140,7 +141,8 @@ TEST(Connection, KeepsOneDeadlineForSendingAndReceiving) {
             ::recv(peer.number(), buffer.data(), buffer.size(), MSG_DONTWAIT);
         }
     });
-    const std::string large(10'000'000, 'l');
+    std::string large;
+    large.resize(10'000'000, 'l');
     const auto begin = Clock::now();
     connection.append(ShortCommand{"SET", "key", large});
     EXPECT_FALSE(connection.send(begin + kTimeout));

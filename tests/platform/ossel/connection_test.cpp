@@ -147,6 +147,19 @@ TEST_F(Connection, IsAHandleOfHiredisOnTheSameSocket) {
     EXPECT_EQ(fieldOf(context.get(), "key"), "value");
 }
 
+TEST_F(Connection, NeverTakesTheLateReplyToACommandOfHiredis) {
+    ASSERT_EQ(store(context.get(), "key", "value"), 0);
+    const timeval impatient{.tv_sec = 0, .tv_usec = 20'000};
+    redis.pause();
+    ::redisSetTimeout(context.get(), impatient);
+    EXPECT_EQ(::redisCommand(context.get(), "ECHO foreign"), nullptr);
+    EXPECT_NE(context->err, 0);
+    redis.resume();
+    EXPECT_EQ(fieldOf(context.get(), "key"), "value");
+    EXPECT_EQ(context->err, 0);
+    EXPECT_EQ(fieldOf(context.get(), "key"), "value");
+}
+
 TEST_F(Connection, ShowsAnOutageInItsHandleUntilItIsReestablished) {
     ASSERT_EQ(store(context.get(), "key", "value"), 0);
     redis.stop();
