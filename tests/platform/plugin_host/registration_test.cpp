@@ -8,6 +8,7 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <gmock/gmock.h>
 #include <utility>
 
 namespace {
@@ -104,6 +105,24 @@ TEST_F(Registration, IsTakenBackThoughAMonitorListensOnTheChannel) {
     EXPECT_EQ(host->wait(), 0);
     EXPECT_EQ(redis.command({"KEYS", "*"}), "") << "neither the entry nor its owner is left";
     EXPECT_EQ(errors(), "");
+}
+
+TEST_F(Registration, IsTakenBackThoughItsOwnerWasForgotten) {
+    startHost();
+    redis.command({"DEL", "OvrCallbackOwners"});
+    host->signal(SIGTERM);
+    EXPECT_EQ(host->wait(), 0);
+    EXPECT_EQ(redis.command({"KEYS", "*"}), "");
+    EXPECT_EQ(errors(), "");
+}
+
+TEST_F(Registration, ServesThoughItsOwnerCannotBeNoted) {
+    redis.command({"SET", "OvrCallbackOwners", "another kind of key"});
+    startHost({"go"});
+    EXPECT_EQ(redis.command({"HGET", "OvrCallbacks", "type-1"}), "Provider");
+    EXPECT_EQ(request("00001", "a"), "1");
+    EXPECT_THAT(errors(),
+                testing::HasSubstr("[ovrhost]: Failed to note the owner in OvrCallbackOwners: "));
 }
 
 TEST_F(Registration, IsNoConditionForTheWorkers) {
