@@ -51,9 +51,10 @@ Symbols functionsOf(const std::string& path) {
         std::string name;
         std::string kind;
         words >> name >> kind;
-        // Functions and variables; names with two underscores are the compiler's.
+        // Functions and variables; of names with an underscore those of C++, as the others are the
+        // linker's and the compiler's own.
         if (std::string_view("TDBR").find(kind) != std::string_view::npos &&
-            !name.starts_with("__")) {
+            (!name.starts_with("_") || name.starts_with("_Z"))) {
             symbols.insert(name);
         }
     }

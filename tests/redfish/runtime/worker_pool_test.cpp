@@ -40,13 +40,13 @@ TEST(AWorkerPool, RefusesWorkWhenItsQueueIsFull) {
 TEST(AWorkerPool, RunsAsMuchAtOnceAsItHasThreads) {
     std::promise<void> first;
     std::promise<void> second;
+    std::promise<void> done;
     WorkerPool pool(2, 2);
     // Each waits for the other: one thread alone would never finish.
     ASSERT_TRUE(pool.submit([&] {
         first.set_value();
         second.get_future().get();
     }));
-    std::promise<void> done;
     ASSERT_TRUE(pool.submit([&] {
         first.get_future().get();
         second.set_value();

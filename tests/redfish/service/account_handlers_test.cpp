@@ -75,13 +75,14 @@ TEST_F(TheAccountHandlers, RefuseWhatCannotBeCreated) {
 }
 
 TEST_F(TheAccountHandlers, AreBusyWhileTooManyPasswordsAreHashed) {
-    std::promise<void> begun;
+    // Shared: the worker may still be in there when the test has ended.
+    const auto begun = std::make_shared<std::promise<void>>();
     std::promise<void> release;
-    ASSERT_TRUE(checks.submit([&] {
-        begun.set_value();
-        release.get_future().get();
+    ASSERT_TRUE(checks.submit([begun, released = release.get_future().share()] {
+        begun->set_value();
+        released.get();
     }));
-    begun.get_future().get();
+    begun->get_future().get();
     while (checks.submit([] {})) {
     }
     const Response response = post("joe");
