@@ -56,3 +56,71 @@ build_preset() {
         CCACHE_BASEDIR=$ORVANE_ROOT CCACHE_NOHASHDIR=1 \
             cmake --build "$ORVANE_ROOT/build/$preset" -j "$(nproc)" "${targets[@]}"
 }
+
+# build_shown LOG PRESET [TARGET]...: build_preset with its whole output in LOG, showing how far it is.
+# On failure the compiler's errors follow on standard error, and the caller ends the script.
+build_shown() {
+    local log=$1 status=0
+    shift
+    say "building ($1; log: ${log#"$ORVANE_ROOT"/})"
+    mkdir -p "$(dirname "$log")"
+    (
+        set -o pipefail
+        build_preset "$@" 2>&1 </dev/null | tee "$log" | show_progress "$1"
+    ) || status=$?
+    if ((status != 0)); then
+        complain "the build failed (whole output: $log):"
+        { grep -E -A 6 '(error|FAILED|Error):? ' "$log" || tail -n 40 "$log"; } | head -n 60 >&2
+    fi
+    return "$status"
+}
+
+# show_progress NAME: reads a build's output and shows its `[12/507]` or `[ 12%]`: one live line on a
+# terminal, for another script "progress: 12/507 NAME", otherwise a line at most every 30 s.
+show_progress() {
+    local name=$1 line part='' count=0 all=0 next=0 status live=no
+    local -r began=$EPOCHSECONDS
+    while true; do
+        status=0
+        IFS= read -r -t 1 line || status=$?
+        if ((status > 128)); then # nothing new for a second: only the clock goes on
+            part+=$line
+        elif ((status != 0)); then
+            break
+        else
+            line=$part$line part=
+            [[ $line =~ ^\[\ *([0-9]+)(/([0-9]+)|%)\]\  ]] || continue
+            count=${BASH_REMATCH[1]} all=${BASH_REMATCH[3]:-100}
+            if [[ ${ORVANE_PROGRESS-} == lines ]]; then
+                printf 'progress: %d/%d %s\n' "$count" "$all" "$name"
+            fi
+        fi
+        if ((all == 0)) || [[ ${ORVANE_PROGRESS-} == lines ]]; then
+            continue
+        elif [[ -t 1 ]]; then
+            printf '\r  %s\033[K' "$(progress_text "$name" "$count" "$all" "$((EPOCHSECONDS - began))")"
+            live=yes
+        elif ((EPOCHSECONDS >= next)); then
+            printf '  %s\n' "$(progress_text "$name" "$count" "$all" "$((EPOCHSECONDS - began))")"
+            next=$((EPOCHSECONDS + 30))
+        fi
+    done
+    if [[ $live == yes ]]; then
+        printf '\r\033[K'
+    fi
+}
+
+# progress_text NAME COUNT ALL SECONDS: "release 12/507, 0:40, about 3 min left"; what is left only once
+# the pace is known.
+progress_text() {
+    local name=$1 count=$2 all=$3 seconds=$4 left
+    printf '%s %d/%d, %d:%02d' "$name" "$count" "$all" "$((seconds / 60))" "$((seconds % 60))"
+    if ((seconds >= 5 && count * 20 >= all)); then
+        left=$((seconds * (all - count) / count))
+        if ((left >= 90)); then
+            printf ', about %d min left' "$(((left + 30) / 60))"
+        elif ((left >= 5)); then
+            printf ', about %d s left' "$left"
+        fi
+    fi
+}
