@@ -45,16 +45,21 @@ configure_preset() {
 }
 
 # build_preset NAME [TARGET]...: configures and builds build/NAME. ccache gets relative paths, so that
-# all checkouts share its objects.
+# all checkouts share its objects. With ORVANE_KEEP_GOING an error does not stop what is independent of it.
 build_preset() {
     local preset=$1 targets=()
     shift
     if (($# > 0)); then
         targets=(--target "$@")
     fi
-    configure_preset "$preset" &&
-        CCACHE_BASEDIR=$ORVANE_ROOT CCACHE_NOHASHDIR=1 \
-            cmake --build "$ORVANE_ROOT/build/$preset" -j "$(nproc)" "${targets[@]}"
+    configure_preset "$preset" || return
+    if [[ -n ${ORVANE_KEEP_GOING-} ]]; then
+        # Ninja takes a number of errors, make none.
+        targets+=(-- -k)
+        [[ ! -f $ORVANE_ROOT/build/$preset/build.ninja ]] || targets+=(0)
+    fi
+    CCACHE_BASEDIR=$ORVANE_ROOT CCACHE_NOHASHDIR=1 \
+        cmake --build "$ORVANE_ROOT/build/$preset" -j "$(nproc)" "${targets[@]}"
 }
 
 # build_shown LOG PRESET [TARGET]...: build_preset with its whole output in LOG, showing how far it is.

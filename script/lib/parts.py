@@ -1,0 +1,98 @@
+"""The parts of script/test. A new one is one entry of PARTS.
+
+A part has a name, what it proves, the groups of packages that it needs (options of script/bootstrap),
+and its steps, each of which needs the one before. Steps of the same name are the same step: it runs
+once, whichever parts ask for it. schedule.py says what the steps' marks mean.
+"""
+
+import dataclasses
+
+from schedule import Step
+
+DAEMON_TESTS = (
+    "agent_test", "store_test", "first_tree_test", "requests_test", "service_test",
+    "worker_copies_test", "log_line_memory_test", "main_test", "main_in_process_test",
+    "fault_sweep_test", "end_to_end_test", "outages_test")
+REDFISH_TESTS = (
+    "redfish_model_test", "redfish_service_test", "redfish_server_test", "redfish_end_to_end_test")
+RELEASE_TESTS = (*DAEMON_TESTS, *REDFISH_TESTS, "benchmarks_test")
+RELEASE_TARGETS = ("orvane-webgui", "orvanectl", "cooling-unit-sim", "benchmarks", *RELEASE_TESTS)
+# Single-threaded and slow: nothing for the thread sanitizer to find.
+ONE_THREAD_TESTS = (
+    "fault_sweep_test", "settings_database_power_cut_test", "settings_database_memory_test",
+    "platform_doubles_test", "redfish_model_test")
+
+
+@dataclasses.dataclass(frozen=True)
+class Part:
+    name: str
+    proves: str
+    steps: tuple
+    packages: tuple = ("--all",)
+    default: bool = False
+    in_all: bool = True
+
+
+def names_of(programs):
+    """A regular expression for the names of their tests."""
+    return rf"^({'|'.join(programs)})\."
+
+
+def wrapper_of(preset):
+    """This compiler's thread sanitizer cannot map its memory if the kernel randomises addresses by
+    more than 28 bits. Builds are affected too, because they ask each program for its list of tests."""
+    return ("setarch", "--addr-no-randomize") if preset == "tsan" else ()
+
+
+def build(preset, *targets):
+    return Step(f"{preset}-build",
+                (*wrapper_of(preset), "script/build", "--keep-going", preset, *targets),
+                locks=(f"build/{preset}",), preset=preset)
+
+
+def tests(name, preset, *selection):
+    return Step(name, (*wrapper_of(preset), "/usr/bin/python3", "-B", "script/lib/run_tests.py",
+                       preset, *selection), waits=True)
+
+
+def script(name, *arguments, **marks):
+    return Step(name, (f"script/{arguments[0]}", *arguments[1:]), **marks)
+
+
+PARTS = (
+    Part("sources", "format, house rules and shell scripts, without running anything",
+         (script("sources", "lint", "format", "house", "shell",
+                 waits=True, cores=1, locks=("build/debug",)),),
+         default=True),
+    Part("tests", "every test but the long ones, under the address, leak and undefined-behaviour sanitizers",
+         (build("asan-ubsan"), tests("tests", "asan-ubsan", "--label-exclude", "^long$")),
+         default=True),
+    Part("page", "sources and unit tests of the page, without a browser",
+         (script("page", "web", "--unit", waits=True, cores=1, locks=("web",)),),
+         packages=("--page",), default=True),
+    Part("long", "the tests that take longer, under the same sanitizers",
+         (build("asan-ubsan"), tests("long", "asan-ubsan", "--label-regex", "^long$"))),
+    Part("release", "the tests of the daemon and of the Redfish service, optimised as for a board",
+         (build("release", *RELEASE_TARGETS),
+          tests("release", "release", "--tests-regex", names_of(RELEASE_TESTS)))),
+    Part("lint", "clang-tidy and cppcheck on every source",
+         (script("lint", "lint", "tidy", "cppcheck", locks=("build/debug",)),)),
+    Part("tsan", "every test with several threads under the thread sanitizer",
+         (build("tsan"),
+          tests("tsan", "tsan", "--exclude-regex", names_of(ONE_THREAD_TESTS)))),
+    Part("memcheck", "a whole life of the daemon under valgrind",
+         (script("memcheck", "memcheck", waits=True, cores=1, locks=("build/release",)),)),
+    Part("browser", "the page alone in Chromium, then with the whole stack",
+         (script("browser", "web", "--test", waits=True, cores=1, locks=("web",)),
+          script("stack", "web", "--stack", waits=True, cores=1, locks=("web", "build/release"))),
+         packages=("--web", "--run")),
+    Part("coverage", "the tests reach every line and branch of the daemon, and 90 % of the rest",
+         (script("coverage", "coverage", waits=True, locks=("build/coverage",)),)),
+    Part("fuzz", "half a minute of hostile input for every target",
+         (script("fuzz", "fuzz", "--seconds", "30", locks=("build/fuzz",)),)),
+    Part("armhf", "the unit tests with four-byte pointers, emulated",
+         (script("armhf", "armhf", waits=True, locks=("build/armhf",)),),
+         packages=("--armhf",)),
+    Part("debug", "every test, in a build for the debugger; neither by default nor in --all",
+         (build("debug"), tests("debug", "debug")), in_all=False),
+)

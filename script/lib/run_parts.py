@@ -1,0 +1,214 @@
+"""What script/test starts: chooses parts, runs their steps as schedule.py allows, reports.
+
+    run_parts.py [--list | --packages] [--all] [PART]...
+"""
+
+import datetime
+import json
+import os
+import pathlib
+import resource
+import shlex
+import sys
+import time
+
+import child
+import progress
+from parts import PARTS
+from schedule import Schedule, seconds_left
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+LOGS = ROOT / "build" / "test-logs"
+KILL_AFTER_SECONDS = 3
+
+
+def chosen(arguments):
+    """The parts that the arguments name; exits with status 2 if there is no such part."""
+    if "--all" in arguments:
+        rest = [argument for argument in arguments if argument != "--all"]
+        if rest:
+            usage_error(f"--all names every part; leave out {rest[0]}")
+        return [part for part in PARTS if part.in_all]
+    by_name = {part.name: part for part in PARTS}
+    for name in arguments:
+        if name not in by_name:
+            usage_error(f"unknown option or part {name}; parts are {' '.join(by_name)}")
+    return [part for part in PARTS if part.name in arguments or not arguments and part.default]
+
+
+def usage_error(text):
+    print(f"test: {text} (see script/test --help)", file=sys.stderr)
+    sys.exit(2)
+
+
+class Times:
+    """How long each step took last, whether it passed and when; kept from run to run."""
+
+    def __init__(self, file):
+        self.file = file
+        try:
+            self.steps = json.loads(file.read_text())
+        except (OSError, ValueError):
+            self.steps = {}
+
+    def seconds(self, name):
+        return self.steps.get(name, {}).get("seconds")
+
+    def note(self, name, seconds, passed):
+        when = datetime.datetime.now().astimezone().isoformat(timespec="minutes")
+        self.steps[name] = {"seconds": round(seconds, 1), "passed": passed, "when": when}
+        temporary = self.file.with_suffix(".new")
+        temporary.write_text(json.dumps(self.steps, indent=1) + "\n")
+        temporary.replace(self.file)
+
+
+def list_parts(times):
+    print("The parts, what each proves, and how long its steps took last. Without arguments run those")
+    print("with a *; --all runs all but debug. Steps of several parts run side by side.\n")
+    for part in PARTS:
+        runs = [times.steps.get(step.name) for step in part.steps]
+        if all(runs):
+            last = progress.duration(sum(run["seconds"] for run in runs))
+            passed = all(run["passed"] for run in runs)
+            last += f", {'passed' if passed else 'FAILED'}, {max(run['when'] for run in runs)[:16].replace('T', ' ')}"
+        else:
+            last = "never run here" if not any(runs) else "never run to its end here"
+        print(f"{'*' if part.default else ' '} {part.name:10} {part.proves}\n{'':13}{last}")
+
+
+def findings(lines):
+    """What to show of a step that failed without saying what failed."""
+    for index, line in enumerate(lines):
+        if "error:" in line or "warning:" in line or "FAILED" in line:
+            return lines[max(0, index - 2):]
+    return lines[-40:]
+
+
+class Run:
+    """One run of some parts."""
+
+    def __init__(self, parts, times, display):
+        self.schedule = Schedule([part.steps for part in parts], os.cpu_count() or 1)
+        self.steps = len(self.schedule.waiting)
+        self.times, self.display = times, display
+        self.children = child.Children()
+        self.active = {}  # child -> (step, progress, log file)
+        self.failures, self.skipped, self.tests = [], [], 0
+
+    def start(self, step):
+        log = (LOGS / f"{step.name}.log").open("w", encoding="utf-8")
+        read = progress.Progress(step.preset)
+        # Builds leave the processors to the tests.
+        command = step.command if step.waits else ("nice", "-n", "10", *step.command)
+
+        def on_line(text):
+            log.write(text + "\n")
+            self.report(step, read.line(text))
+
+        environment = {**os.environ, "ORVANE_PROGRESS": "lines"}
+        started = self.children.start(command, on_line, cwd=ROOT, env=environment)
+        self.active[started] = (step, read, log)
+        if not self.display.live:
+            self.display.say(f"begins  {step.name}")
+
+    def report(self, step, failure):
+        if failure is not None:
+            self.failures.append((step.name, failure))
+            self.display.failure(step.name, failure, log_of(step))
+
+    def end(self, ended):
+        step, read, log = self.active.pop(ended)
+        passed = ended.status == 0
+        self.report(step, read.end())
+        log.close()
+        if not passed and not read.failures:
+            failure = progress.Failure(f"status {ended.status}", shlex.join(step.command))
+            failure.lines = findings((LOGS / f"{step.name}.log").read_text(encoding="utf-8").splitlines())
+            self.report(step, failure)
+        self.times.note(step.name, ended.seconds(), passed)
+        self.skipped += read.skipped
+        counted = f"  {read.count}/{read.total}" if read.total else ""
+        self.display.say(f"{'ok    ' if passed else 'FAILED'}  {step.name:18} "
+                         f"{progress.duration(ended.seconds()):>6}{counted}")
+        self.schedule.end(step, passed)
+
+    def refresh(self, began):
+        left = {step.name: self.times.seconds(step.name) for step in self.schedule.waiting}
+        lines = []
+        for running, (step, read, _) in self.active.items():
+            rest = progress.seconds_left(running.seconds(), read.share, self.times.seconds(step.name))
+            left[step.name] = rest
+            lines.append((step.name, running.began, read, rest))
+        done = self.steps - len(self.schedule.waiting) - len(self.active)
+        whole = [f"{done} of {self.steps} steps done", progress.duration(time.monotonic() - began),
+                 progress.about(seconds_left(self.schedule, left))]
+        self.display.refresh(lines, ", ".join(text for text in whole if text))
+
+    def run(self):
+        began = time.monotonic()
+        while not self.schedule.done():
+            while step := self.schedule.next():
+                self.start(step)
+            for ended in self.children.wait(0.25):
+                self.end(ended)
+            self.refresh(began)
+
+    def summary(self, seconds):
+        """Prints it and returns the exit status."""
+        for reason, names in by_reason(self.skipped).items():
+            print(f"{len(names)} skipped: {reason}: {', '.join(names)}")
+        for step in self.schedule.dropped:
+            print(f"not run: {step.name}, because a step before it failed")
+        if self.failures:
+            print(f"\n{len(self.failures)} failed; each with what repeats it:")
+            for step, failure in self.failures:
+                print(f"  {step}: {failure.name}\n      {failure.repeat}")
+        usage = resource.getrusage(resource.RUSAGE_CHILDREN)
+        passed = not self.failures and not self.schedule.failed
+        names = sorted(self.schedule.passed if passed else self.schedule.failed)
+        print(f"test: {'passed' if passed else 'FAILED'}: {' '.join(names)} ({progress.duration(seconds)}; "
+              f"processors {progress.duration(usage.ru_utime + usage.ru_stime)}; logs: {LOGS.relative_to(ROOT)})")
+        return 0 if passed else 1
+
+
+def log_of(step):
+    return f"build/test-logs/{step.name}.log"
+
+
+def by_reason(skipped):
+    reasons = {}
+    for text in skipped:
+        name, _, reason = text.partition(": ")
+        reasons.setdefault(reason, []).append(name)
+    return reasons
+
+
+def main(arguments):
+    times = Times(LOGS / "times.json")
+    if arguments == ["--list"]:
+        list_parts(times)
+        return 0
+    if arguments[:1] == ["--packages"]:
+        print(*dict.fromkeys(group for part in chosen(arguments[1:]) for group in part.packages), sep="\n")
+        return 0
+    parts = chosen(arguments)
+    LOGS.mkdir(parents=True, exist_ok=True)
+    child.adopt_orphans()
+    display = progress.Display(sys.stdout)
+    run, began = Run(parts, times, display), time.monotonic()
+    try:
+        child.raise_when_interrupted()
+        run.run()
+        display.close()
+        return run.summary(time.monotonic() - began)
+    except child.Interrupted as interrupted:
+        display.close()
+        still = ", ".join(step.name for step, _, _ in run.active.values()) or "nothing"
+        print(f"test: stopped by {interrupted}; still running: {still}", flush=True)
+        return interrupted.status
+    finally:
+        child.kill_descendants(KILL_AFTER_SECONDS)
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1:]))
