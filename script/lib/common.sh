@@ -3,8 +3,9 @@
 
 ORVANE_ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd -P)
 ORVANE_SCRIPT=$(basename "$0")
-# An ordinary user's PATH often lacks sbin (mount, chroot), a bare one /usr/local/bin (redis-server).
-PATH=$PATH:/usr/local/bin:/usr/sbin:/sbin
+# An ordinary user's PATH often lacks sbin (mount, chroot), a bare one /usr/local/bin (redis-server);
+# build/bin has that server where script/bootstrap ran without root.
+PATH=$PATH:/usr/local/bin:/usr/sbin:/sbin:$ORVANE_ROOT/build/bin
 
 say() {
     printf '%s: %s\n' "$ORVANE_SCRIPT" "$*"
@@ -33,6 +34,19 @@ print_help() {
 
 have() {
     command -v "$1" >/dev/null 2>&1
+}
+
+# Prints why the page cannot be built with this machine's Node.js; nothing if it can.
+node_problem() {
+    local version
+    if ! have node || ! have npm; then
+        echo "there is no Node.js with npm; script/bootstrap --page installs them"
+        return 0
+    fi
+    version=$(node --version) || version=unknown
+    if ! [[ $version =~ ^v([0-9]+)\.([0-9]+)\. ]] || ((BASH_REMATCH[1] * 1000 + BASH_REMATCH[2] < 18019)); then
+        echo "$(command -v node) is Node.js $version; the page needs 18.19 or newer: update it, or take it out of PATH"
+    fi
 }
 
 # configure_preset NAME: configures build/NAME, with Ninja if it is installed and the folder is new.

@@ -12,7 +12,7 @@ readonly SYSROOT=$ORVANE_ROOT/build/armhf-sysroot
 # The -dev packages of script/bootstrap, and what the compiler always needs.
 sysroot_packages() {
     printf '%s\n' libc6-dev libstdc++6
-    "$ORVANE_ROOT/script/bootstrap" --run --list | grep -- '-dev$'
+    "$ORVANE_ROOT/script/bootstrap" --build --list | grep -- '-dev$'
 }
 
 # private_apt FOLDER ARGUMENT...: apt-get for armhf with all its state in FOLDER. The empty status file
