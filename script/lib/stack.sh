@@ -110,10 +110,12 @@ start_daemon() {
 # Accounts and certificate survive from run to run. Serves the web page if it has been built.
 start_redfish() {
     local web=()
-    if [[ -d $ORVANE_ROOT/web/dist ]]; then
+    PAGE=
+    if [[ -f $ORVANE_ROOT/web/dist/index.html ]]; then
         web=(--web "$ORVANE_ROOT/web/dist")
     fi
     start_part redfish "${web[@]}"
+    PAGE=${web:+$ORVANE_REDFISH/}
 }
 
 start_stack() {
@@ -141,20 +143,22 @@ stop_stack() {
 }
 
 print_places() {
-    local page="not built; script/web builds it"
-    if [[ -d $ORVANE_ROOT/web/dist ]]; then
-        page=$ORVANE_REDFISH/
+    local password="user admin, with the password that was set on the page"
+    if [[ -r $RUN/redfish/first-password ]]; then
+        password="user admin, password: cat ${RUN#"$ORVANE_ROOT"/}/redfish/first-password"
     fi
     cat <<PLACES
 
+  web page       ${PAGE:-not built; script/web builds it}
+                 $password
+                 (the certificate is self-signed: the browser warns once)
+  Redfish        $ORVANE_REDFISH/redfish/v1/
   object store   $OSSEL_REDIS
   settings       $RUN/view/var-database/webgui.db
   daemon's /tmp  $RUN/view/tmp
   backlight      $BACKLIGHT
   display        $DISPLAY
   cooling unit   $COOLING_UNIT
-  Redfish        $ORVANE_REDFISH/redfish/v1/ (user admin, first password in $RUN/redfish/first-password)
-  web page       $page
   logs           $LOGS
 
   In another terminal:

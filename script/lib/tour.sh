@@ -72,6 +72,13 @@ run_tour() {
     show "test ! -e $marker"
 
     tour_of_redfish
+    tour_of_page
+}
+
+tour_of_page() {
+    [[ $PAGE ]] || return 0
+    chapter "The web page"
+    show "curl -s --cacert build/run/redfish/certificate.pem $PAGE | grep -o '<title>.*</title>'"
 }
 
 # Only while the first password is valid.
