@@ -168,7 +168,8 @@ const auto& lives() {
 TEST_F(LifeTest, MeetEachRowOfTheTablesThatConcernsThem) {
     for (const Life& life : lives()) {
         sweep(
-            Where::life, [&](const Plan& plan) { return runLife(life, plan); }, Pairs::none);
+            Where::life, [&](const Plan& plan) { return runLife(life, plan); },
+            Extent::singleFaults);
     }
     EXPECT_THAT(rowsNeverAskedFor(Where::life), testing::IsEmpty());
 }

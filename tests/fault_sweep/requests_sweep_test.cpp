@@ -325,10 +325,12 @@ TEST_P(RequestSweep, IsAnsweredOnceAndLoggedWhateverFails) {
     EXPECT_GT(counts.pairs, 0);
 }
 
+// The rows that a call asks for depend on the call alone.
 TEST_F(RequestTest, MeetEachRowOfTheTablesThatConcernsThem) {
     for (const Request& request : allRequests()) {
         sweep(
-            Where::request, [&](const Plan& plan) { return serve(request, plan); }, Pairs::none);
+            Where::request, [&](const Plan& plan) { return serve(request, plan); },
+            Extent::newCalls);
     }
     EXPECT_THAT(rowsNeverAskedFor(Where::request), testing::IsEmpty());
 }

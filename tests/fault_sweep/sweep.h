@@ -38,12 +38,17 @@ struct Counts {
     Counts& operator+=(const Counts& other);
 };
 
-// Runs the sweep and adds the counts to the test's properties and, with pairs, to the program's
-// total. Fails the test if a planned fault did not happen.
-enum class Pairs { none, all };
-Counts sweep(Where where, const RunOnce& once, Pairs pairs = Pairs::all);
+enum class Extent {
+    everything,
+    singleFaults, // no pairs
+    newCalls,     // single faults of calls that no sweep of this extent in this process has met yet
+};
 
-// The total of all sweeps with pairs so far.
+// Runs the sweep and adds the counts to the test's properties and, of everything, to the program's
+// total. Fails the test if a planned fault did not happen.
+Counts sweep(Where where, const RunOnce& once, Extent extent = Extent::everything);
+
+// The total of all sweeps of everything so far.
 const Counts& totalCounts();
 
 } // namespace fault_sweep
