@@ -25,6 +25,8 @@ void note(const std::string& text) {
 class Threads : public ::testing::Test {
 protected:
     void SetUp() override {
+        // A test run in the background inherits an ignored SIGINT; then it stays ignored.
+        ::signal(SIGINT, SIG_DFL);
         record.clear();
         support = &host;
     }

@@ -9,6 +9,7 @@
 #include <chrono>
 #include <sys/stat.h>
 #include <thread>
+#include <unistd.h>
 
 namespace test {
 namespace {
@@ -70,11 +71,33 @@ TEST_F(LockedFile, IsRefusedAfterABoundedWaitAndOpensAfterwards) {
     EXPECT_EQ(sqlite(path(), "SELECT Language FROM webgui_tbl"), "Dansk\n");
 }
 
+bool isOpenHere(const std::string& file) {
+    std::error_code ignored;
+    for (const auto& each : std::filesystem::directory_iterator("/proc/self/fd")) {
+        if (std::filesystem::read_symlink(each.path(), ignored) == file) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// How often a thread has waited for something, from its file in /proc.
+long waitsOf(const std::string& status) {
+    const std::string text = readFile(status);
+    const std::string name = "\nvoluntary_ctxt_switches:";
+    const std::size_t at = text.find(name);
+    return at == std::string::npos ? -1 : std::stol(text.substr(at + name.size()));
+}
+
+// The lock goes while SQLite pauses between two tries for it.
 TEST_F(LockedFile, IsOpenedWhenTheLockGoesInTime) {
     makeOldDatabase();
     const std::unique_ptr<ChildProcess> holder = lock("lock");
-    std::thread releaser([&holder] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    const std::string opener = "/proc/self/task/" + std::to_string(::gettid()) + "/status";
+    std::thread releaser([&] {
+        EXPECT_TRUE(waitUntil([this] { return isOpenHere(path()); }));
+        const long before = waitsOf(opener);
+        EXPECT_TRUE(waitUntil([&] { return waitsOf(opener) > before + 3; }));
         holder->signal(SIGKILL);
     });
     EXPECT_EQ(Database(path()).open(), 2);
