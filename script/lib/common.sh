@@ -27,6 +27,21 @@ usage_error() {
     exit 2
 }
 
+# unknown_argument WORD ALLOWED...: a usage error that names both.
+unknown_argument() {
+    usage_error "unknown argument \"$1\"; allowed: ${*:2}"
+}
+
+# The presets of CMakePresets.json that can be built.
+known_presets() {
+    awk '
+        /"configurePresets"/ { inside = 1 }
+        /"buildPresets"/ { inside = 0 }
+        inside && match($0, /"name": "[^"]*"/) { name = substr($0, RSTART + 9, RLENGTH - 10) }
+        inside && /"hidden": true/ { name = "" }
+        inside && /^    }/ && name != "" { print name }' "$ORVANE_ROOT/CMakePresets.json"
+}
+
 # print_help FILE: the comment block at the top of a script is its help text.
 print_help() {
     sed -n '2,/^[^#]/{/^#/{s/^# \{0,1\}//;p}}' "$1"
