@@ -1,7 +1,5 @@
-"""Programs that run side by side: their output line by line, their end, and stopping all of them.
-
-One thread waits for everything. Used by schedule.py for the steps of script/test and by run_tests.py
-for test programs.
+"""Programs that run side by side: their output line by line, their end, and stopping all of them. One
+thread waits for everything.
 """
 
 import ctypes
@@ -86,7 +84,7 @@ class Child:
     """One program in a session of its own. Ended when `status` is no longer None."""
 
     def __init__(self, command, on_line, **options):
-        self.on_line, self.rest, self.status, self.cpu_seconds = on_line, b"", None, 0.0
+        self.on_line, self.rest, self.status = on_line, b"", None
         self.began = time.monotonic()
         self.process = subprocess.Popen(
             command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
@@ -112,22 +110,14 @@ class Child:
     def reap(self):
         """True once it has ended. A process that it left behind may still hold its output open."""
         if self.status is None:
-            process, status, usage = os.wait4(self.process.pid, os.WNOHANG)
+            process, status = os.waitpid(self.process.pid, os.WNOHANG)
             if process == 0:
                 return False
             self.read()
             if self.rest:
                 self.on_line(self.rest.decode(errors="replace"))
             self.status = self.process.returncode = os.waitstatus_to_exitcode(status)
-            self.cpu_seconds = usage.ru_utime + usage.ru_stime
         return True
-
-    def kill(self):
-        """With everything in its session that did not start one of its own."""
-        try:
-            os.killpg(self.process.pid, signal.SIGKILL)
-        except ProcessLookupError:
-            pass
 
 
 class Children:

@@ -1,14 +1,18 @@
 """The parts of script/test. A new one is one entry of PARTS.
 
-A part has a name, what it proves, the groups of packages that it needs (options of script/bootstrap),
-and its steps, each of which needs the one before. Steps of the same name are the same step: it runs
-once, whichever parts ask for it. schedule.py says what the steps' marks mean.
+A part has a name, what it proves, its steps, each of which needs the one before, perhaps a second such
+sequence beside it that starts first, and the groups of packages that it needs (options of script/bootstrap). Steps of
+the same name are the same step: it runs once, whichever parts ask for it. schedule.py says what the
+steps' marks mean.
 """
 
 import dataclasses
+import os
 
 from schedule import Step
 
+PROCESSORS = os.cpu_count() or 1
+TESTS_PER_PROCESSOR = 2  # they mostly wait
 DAEMON_TESTS = (
     "agent_test", "store_test", "first_tree_test", "requests_test", "service_test",
     "worker_copies_test", "log_line_memory_test", "main_test", "main_in_process_test",
@@ -17,6 +21,10 @@ REDFISH_TESTS = (
     "redfish_model_test", "redfish_service_test", "redfish_server_test", "redfish_end_to_end_test")
 RELEASE_TESTS = (*DAEMON_TESTS, *REDFISH_TESTS, "benchmarks_test")
 RELEASE_TARGETS = ("orvane-webgui", "orvanectl", "cooling-unit-sim", "benchmarks", *RELEASE_TESTS)
+# Most of the tests' time. They are built first, so that they wait while the rest is built.
+SLOW_TESTS = (
+    "fault_sweep_test", "end_to_end_test", "outages_test", "orvanectl_test", "settings_database_test",
+    "settings_database_power_cut_test", "redfish_end_to_end_test", "storms_test")
 # Single-threaded and slow: nothing for the thread sanitizer to find.
 ONE_THREAD_TESTS = (
     "fault_sweep_test", "settings_database_power_cut_test", "settings_database_memory_test",
@@ -28,6 +36,7 @@ class Part:
     name: str
     proves: str
     steps: tuple
+    beside: tuple = ()
     packages: tuple = ("--all",)
     default: bool = False
     in_all: bool = True
@@ -44,29 +53,43 @@ def wrapper_of(preset):
     return ("setarch", "--addr-no-randomize") if preset == "tsan" else ()
 
 
-def build(preset, *targets):
-    return Step(f"{preset}-build",
+def build(preset, *targets, name="build"):
+    return Step(f"{preset}-{name}",
                 (*wrapper_of(preset), "script/build", "--keep-going", preset, *targets),
-                locks=(f"build/{preset}",), preset=preset)
+                locks=(f"build/{preset}",), preset=preset, wrapper=wrapper_of(preset))
 
 
-def tests(name, preset, *selection):
-    return Step(name, (*wrapper_of(preset), "/usr/bin/python3", "-B", "script/lib/run_tests.py",
-                       preset, *selection), waits=True)
+def tests(name, preset, *selection, **marks):
+    """Verbose, because only then the log has everything and a skipped test tells why."""
+    command = (*wrapper_of(preset), "ctest", "--test-dir", f"build/{preset}", "--verbose", "--no-tests=error",
+               "-j", str(TESTS_PER_PROCESSOR * PROCESSORS), *selection)
+    return Step(name, command, waits=True, preset=preset, wrapper=wrapper_of(preset), **marks)
 
 
 def script(name, *arguments, **marks):
     return Step(name, (f"script/{arguments[0]}", *arguments[1:]), **marks)
 
 
+def clean_root(name, *arguments):
+    """In a clean root of a release; what it prints inside is shown as its own."""
+    return script(name, "clean-root", *arguments, waits=True)
+
+
+SLOW_TESTS_BUILD = build("asan-ubsan", *SLOW_TESTS, name="first-build")
+
 PARTS = (
     Part("sources", "format, house rules and shell scripts, without running anything",
          (script("sources", "lint", "format", "house", "shell",
                  waits=True, cores=1, locks=("build/debug",)),),
-         default=True),
+         packages=("--test",), default=True),
     Part("tests", "every test but the long ones, under the address, leak and undefined-behaviour sanitizers",
-         (build("asan-ubsan"), tests("tests", "asan-ubsan", "--label-exclude", "^long$")),
-         default=True),
+         (build("asan-ubsan"),
+          tests("tests", "asan-ubsan", "--label-exclude", "^long$", "--exclude-regex", names_of(SLOW_TESTS),
+                cores=PROCESSORS)),
+         beside=(SLOW_TESTS_BUILD,
+                 tests("slow-tests", "asan-ubsan", "--label-exclude", "^long$",
+                       "--tests-regex", names_of(SLOW_TESTS), cores=PROCESSORS)),
+         packages=("--test",), default=True),
     Part("page", "sources and unit tests of the page, without a browser",
          (script("page", "web", "--unit", waits=True, cores=1, locks=("web",)),),
          packages=("--page",), default=True),
@@ -87,11 +110,13 @@ PARTS = (
           script("stack", "web", "--stack", waits=True, cores=1, locks=("web", "build/release"))),
          packages=("--web", "--run")),
     Part("coverage", "the tests reach every line and branch of the daemon, and 90 % of the rest",
-         (script("coverage", "coverage", waits=True, locks=("build/coverage",)),)),
+         (script("coverage-build", "coverage", "--build", locks=("build/coverage",)),
+          script("coverage", "coverage", waits=True, locks=("build/coverage",)))),
     Part("fuzz", "half a minute of hostile input for every target",
          (script("fuzz", "fuzz", "--seconds", "30", locks=("build/fuzz",)),)),
     Part("armhf", "the unit tests with four-byte pointers, emulated",
-         (script("armhf", "armhf", waits=True, locks=("build/armhf",)),),
+         (script("armhf-build", "armhf", "--build", locks=("build/armhf",)),
+          script("armhf", "armhf", waits=True, locks=("build/armhf",))),
          packages=("--armhf",)),
     Part("debug", "every test, in a build for the debugger; neither by default nor in --all",
          (build("debug"), tests("debug", "debug")), in_all=False),

@@ -1,85 +1,93 @@
 """How far a step is and what failed in it, read from its output; and how that is shown.
 
-Understood are ninja's `[12/507] ...` with its `FAILED:`, ctest's `12/507 Test #3: ...`, and the lines
-of our own scripts:
+Understood are ninja's `[12/507] ...` and `FAILED: ...`, what `ctest --verbose` prints, and the line of
+our own scripts (common.sh):
 
-    progress: 12/921 WHAT           so much of so much is done; before WHAT may stand "7% ", the share
-                                    of the work if that is known better than by counting
-    skipped: NAME: WHY              a test that was not run
-    failed: NAME (WHY)              then its output, indented by four blanks, and
-    repeat: COMMAND                 what runs it again
+    progress: 12/507 WHAT
 """
 
 import re
+import shlex
 import shutil
 import time
 
 SHOWN_LINES = 60
 PLAIN_LINE_SECONDS, LIVE_LINE_SECONDS = 30, 0.2
-COUNTED = re.compile(r"(?:\[(\d+)/(\d+)\]|progress: (\d+)/(\d+)|\s*(\d+)/(\d+) Test +#\d+:) ?(?:(\d+)% )?(.*)")
+COUNTED = re.compile(r"(?:\[|progress: )(\d+)/(\d+)\]? ?(.*)")
+# Tests run side by side: each line of their output begins with the test's number.
+OUTPUT = re.compile(r"(\d+): (.*)")
+RESULT = re.compile(r" *(\d+)/(\d+) Test +#(\d+): (.+?) \.*\s*(?:Passed|\*\*\*(.+?)) +[\d.]+ sec")
+OF_CTEST = re.compile(r"Test command: |Working Directory: |Environment variables: |Test timeout computed ")
+PYTHON_SKIPPED = re.compile(r"OK \(skipped=(\d+)\)")
 
 
 class Failure:
-    """lines: its output, but for as many first ones as are to be left out."""
-
-    def __init__(self, name, repeat="", left_out=0):
-        self.name, self.repeat, self.left_out, self.lines = name, repeat, left_out, []
-
-    def add(self, line):
-        if self.left_out > 0:
-            self.left_out -= 1
-        else:
-            self.lines.append(line)
+    def __init__(self, name, repeat, lines=()):
+        self.name, self.repeat, self.lines = name, repeat, list(lines)
 
 
 class Progress:
-    """What the output of one step has told so far."""
+    """What the output of one step has told so far. preset and wrapper are for the commands that repeat
+    a failure."""
 
-    def __init__(self, preset=""):
-        self.preset = preset  # what ninja's failures are repeated with
+    def __init__(self, preset="", wrapper=()):
+        self.build = shlex.join([*wrapper, "script/build", preset])
+        self.ctest = shlex.join([*wrapper, "ctest", "--test-dir", f"build/{preset}", "--output-on-failure", "-R"])
         self.count = self.total = 0
-        self.share, self.what = 0.0, ""
+        self.what, self.even = "", True  # even: what is counted takes about the same time each
         self.failures, self.skipped = [], []
-        self.open = None  # the failure whose output is being read
+        self.compiling = None  # the failure of ninja whose output is being read
+        self.output = {}  # of the tests that run now, by their number
 
     def line(self, text):
         """Returns a failure once its output is complete."""
-        if self.open is not None and not self._ends_failure(text):
+        if match := OUTPUT.match(text):
+            self.output.setdefault(match[1], []).append(match[2])
             return None
-        complete, self.open = self.open, None
+        if match := RESULT.match(text):
+            return self._test_ended(*match.groups())
+        if self.compiling is not None and not COUNTED.match(text) and not text.startswith(("ninja: ", "FAILED: ")):
+            self.compiling.lines.append(text)
+            return None
+        complete = self.end()
         if match := COUNTED.match(text):
-            numbers = [int(group) for group in match.groups()[:6] if group]
-            self.count, self.total, self.what = *numbers, match[8]
-            self.share = int(match[7]) / 100 if match[7] else self.count / max(self.total, 1)
-        elif text.startswith("failed: "):
-            self.open = Failure(text[8:])
-        elif text.startswith("FAILED: "):  # ninja's; the next line is the compiler's whole command
+            self.count, self.total, self.what = int(match[1]), int(match[2]), match[3]
+        elif text.startswith("FAILED: "):
             target = text[8:].split()[0]
-            self.open = Failure(target, f"script/build {self.preset} {target}", left_out=1)
-        elif text.startswith("skipped: "):
-            self.skipped.append(text[9:])
+            self.compiling = Failure(target, f"{self.build} {target}")
+        return complete
+
+    def end(self):
+        """The failure whose output has ended now, if there is one."""
+        complete, self.compiling = self.compiling, None
         if complete is not None:
+            del complete.lines[:1]  # the compiler's whole command
             self.failures.append(complete)
         return complete
 
-    def _ends_failure(self, text):
-        if self.open.repeat:  # ninja's: until ninja goes on
-            if COUNTED.match(text) or text.startswith(("ninja: ", "FAILED: ")):
-                return True
-            self.open.add(text)
-        elif text.startswith("repeat: "):
-            self.open.repeat = text[8:]
-            return True
-        else:
-            self.open.add(text.removeprefix("    "))
-        return False
+    def _test_ended(self, count, total, number, name, trouble):
+        self.count, self.total, self.what, self.even = int(count), int(total), name, False
+        output = [line for line in self.output.pop(number, []) if not OF_CTEST.match(line)]
+        if trouble is None or trouble == "Skipped":
+            if reason := skip_reason(output, trouble):
+                self.skipped.append((name, reason))
+            return None
+        program = name.partition(".")[0] if any(line.startswith("[====") for line in output) else ""
+        pattern = shlex.quote(f"^{re.escape(name)}$")
+        failure = Failure(f"{name} ({trouble})", f"{self.build} {program}".rstrip() + f" && {self.ctest} {pattern}",
+                          output)
+        self.failures.append(failure)
+        return failure
 
-    def end(self):
-        """The failure in which the output ended, if it did."""
-        if self.open is not None:
-            self.failures.append(self.open)
-        last, self.open = self.open, None
-        return last
+
+def skip_reason(output, trouble):
+    """GoogleTest writes "FILE:LINE: Skipped" and the reason below, Python only how many."""
+    for line, below in zip(output, [*output[1:], ""]):
+        if line.endswith(": Skipped"):
+            return below.strip() or "no reason given"
+        if match := PYTHON_SKIPPED.match(line):
+            return f"{match[1]} of its tests; run it with --verbose"
+    return "no reason given" if trouble else None
 
 
 def duration(seconds):
@@ -95,16 +103,15 @@ def about(seconds):
     return f"about {round(seconds / 60)} min left"
 
 
-def seconds_left(elapsed, share, last):
-    """From the pace so far and from the last run's time, by how much of the step the pace has seen."""
-    by_pace = elapsed / share if share >= 0.05 and elapsed >= 5 else None
-    if by_pace is None and last is None:
-        return None
-    if by_pace is None or last is None:
-        whole = by_pace or last
-    else:
-        whole = share * by_pace + (1 - share) * last
-    return whole - elapsed
+def seconds_left(elapsed, progress, last):
+    """From the pace so far or from the last run's time; None if neither tells it. What a build has to do
+    differs from run to run: its pace comes first. CTest begins with the longest tests: its pace tells
+    nothing for long, and the last run comes first."""
+    share = progress.count / progress.total if progress.total else 0.0
+    by_pace = elapsed / share - elapsed if elapsed >= 5 and share >= (0.05 if progress.even else 0.6) else None
+    by_last = last - elapsed if last is not None and last > elapsed else None
+    first, second = (by_pace, by_last) if progress.even else (by_last, by_pace)
+    return first if first is not None else second
 
 
 class Display:

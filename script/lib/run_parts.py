@@ -14,12 +14,13 @@ import time
 
 import child
 import progress
-from parts import PARTS
+from parts import PARTS, PROCESSORS
 from schedule import Schedule, seconds_left
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 LOGS = ROOT / "build" / "test-logs"
 KILL_AFTER_SECONDS = 3
+NOT_RUN = 77  # the status of a script that cannot run here and says why
 
 
 def chosen(arguments):
@@ -66,7 +67,7 @@ def list_parts(times):
     print("The parts, what each proves, and how long its steps took last. Without arguments run those")
     print("with a *; --all runs all but debug. Steps of several parts run side by side.\n")
     for part in PARTS:
-        runs = [times.steps.get(step.name) for step in part.steps]
+        runs = [times.steps.get(name) for name in {step.name for step in part.steps + part.beside}]
         if all(runs):
             last = progress.duration(sum(run["seconds"] for run in runs))
             passed = all(run["passed"] for run in runs)
@@ -88,21 +89,26 @@ class Run:
     """One run of some parts."""
 
     def __init__(self, parts, times, display):
-        self.schedule = Schedule([part.steps for part in parts], os.cpu_count() or 1)
+        sequences = [steps for part in parts for steps in (part.beside, part.steps)]
+        self.schedule = Schedule(sequences, PROCESSORS)
         self.steps = len(self.schedule.waiting)
         self.times, self.display = times, display
         self.children = child.Children()
         self.active = {}  # child -> (step, progress, log file)
-        self.failures, self.skipped, self.tests = [], [], 0
+        self.failures, self.skipped, self.not_run = [], [], []
+        # Started by a script/test outside, which reads everything itself.
+        self.inside = os.environ.get("ORVANE_PROGRESS") == "lines"
 
     def start(self, step):
         log = (LOGS / f"{step.name}.log").open("w", encoding="utf-8")
-        read = progress.Progress(step.preset)
+        read = progress.Progress(step.preset, step.wrapper)
         # Builds leave the processors to the tests.
         command = step.command if step.waits else ("nice", "-n", "10", *step.command)
 
         def on_line(text):
             log.write(text + "\n")
+            if self.inside:
+                print(text, flush=True)
             self.report(step, read.line(text))
 
         environment = {**os.environ, "ORVANE_PROGRESS": "lines"}
@@ -112,23 +118,29 @@ class Run:
             self.display.say(f"begins  {step.name}")
 
     def report(self, step, failure):
-        if failure is not None:
+        # Two builds of one preset may fail at the same source.
+        if failure is not None and all(failure.repeat != known.repeat for _, known in self.failures):
             self.failures.append((step.name, failure))
-            self.display.failure(step.name, failure, log_of(step))
+            if not self.inside:
+                self.display.failure(step.name, failure, log_of(step))
 
     def end(self, ended):
         step, read, log = self.active.pop(ended)
-        passed = ended.status == 0
+        passed = ended.status in (0, NOT_RUN)
         self.report(step, read.end())
         log.close()
         if not passed and not read.failures:
-            failure = progress.Failure(f"status {ended.status}", shlex.join(step.command))
-            failure.lines = findings((LOGS / f"{step.name}.log").read_text(encoding="utf-8").splitlines())
-            self.report(step, failure)
-        self.times.note(step.name, ended.seconds(), passed)
+            lines = (ROOT / log_of(step)).read_text(encoding="utf-8").splitlines()
+            self.report(step, progress.Failure(
+                f"status {ended.status}", shlex.join(step.command), findings(lines)))
+        if ended.status == NOT_RUN:
+            self.not_run.append((step.name, last_line(log_of(step))))
+        else:
+            self.times.note(step.name, ended.seconds(), passed)
         self.skipped += read.skipped
         counted = f"  {read.count}/{read.total}" if read.total else ""
-        self.display.say(f"{'ok    ' if passed else 'FAILED'}  {step.name:18} "
+        word = "not run" if ended.status == NOT_RUN else "ok" if passed else "FAILED"
+        self.display.say(f"{word:7} {step.name:18} "
                          f"{progress.duration(ended.seconds()):>6}{counted}")
         self.schedule.end(step, passed)
 
@@ -136,7 +148,7 @@ class Run:
         left = {step.name: self.times.seconds(step.name) for step in self.schedule.waiting}
         lines = []
         for running, (step, read, _) in self.active.items():
-            rest = progress.seconds_left(running.seconds(), read.share, self.times.seconds(step.name))
+            rest = progress.seconds_left(running.seconds(), read, self.times.seconds(step.name))
             left[step.name] = rest
             lines.append((step.name, running.began, read, rest))
         done = self.steps - len(self.schedule.waiting) - len(self.active)
@@ -157,6 +169,8 @@ class Run:
         """Prints it and returns the exit status."""
         for reason, names in by_reason(self.skipped).items():
             print(f"{len(names)} skipped: {reason}: {', '.join(names)}")
+        for name, reason in self.not_run:
+            print(f"not run: {name}: {reason}")
         for step in self.schedule.dropped:
             print(f"not run: {step.name}, because a step before it failed")
         if self.failures:
@@ -172,13 +186,17 @@ class Run:
 
 
 def log_of(step):
-    return f"build/test-logs/{step.name}.log"
+    return f"{LOGS.relative_to(ROOT)}/{step.name}.log"
+
+
+def last_line(log):
+    lines = (ROOT / log).read_text(encoding="utf-8").splitlines()
+    return lines[-1] if lines else "no reason given"
 
 
 def by_reason(skipped):
     reasons = {}
-    for text in skipped:
-        name, _, reason = text.partition(": ")
+    for name, reason in skipped:
         reasons.setdefault(reason, []).append(name)
     return reasons
 

@@ -2,8 +2,8 @@
 
 There are two kinds of steps. Builds and analyses keep processors busy; they run at low priority and
 fill what the others leave. Tests mostly wait for something and have time limits, so nothing may get
-in their way: they run at normal priority. Each kind has all processors to share out, so that one build
-(which takes them all) runs beside the tests of the build before it.
+in their way: they run at normal priority. Each kind has its own room, builds that of all processors,
+tests that of twice as many because they wait: so one build runs beside the tests of the build before.
 """
 
 import dataclasses
@@ -14,8 +14,9 @@ class Step:
     """One command, run in the repository's folder; its log has the step's name.
 
     waits  it is of the kind that mostly waits
-    cores  how many processors it keeps busy; 0: all
+    cores  how many processors it keeps busy; 0: the whole room of its kind
     locks  no two steps with one of these in common run at the same time, e.g. a build's folder
+    preset, wrapper  what progress.Progress needs
     """
     name: str
     command: tuple
@@ -23,6 +24,7 @@ class Step:
     cores: int = 0
     locks: tuple = ()
     preset: str = ""
+    wrapper: tuple = ()
 
 
 class Schedule:
@@ -31,7 +33,7 @@ class Schedule:
     def __init__(self, sequences, cores):
         """sequences: lists of steps; each step needs the one before it. A step that several of them
         contain runs once."""
-        self.cores = cores
+        self.cores, self.room = cores, {False: cores, True: 2 * cores}
         self.waiting, self.needs = [], {}
         for sequence in sequences:
             for before, step in zip([None, *sequence], sequence):
@@ -55,7 +57,7 @@ class Schedule:
             if any(set(step.locks) & set(other.locks) for other in self.running):
                 continue
             used = sum(self._cores(other) for other in self.running if other.waits == step.waits)
-            if used and used + self._cores(step) > self.cores:
+            if used and used + self._cores(step) > self.room[step.waits]:
                 blocked.add(step.waits)
                 continue
             self.waiting.remove(step)
@@ -75,7 +77,7 @@ class Schedule:
                 self.dropped.append(waiting)
 
     def _cores(self, step):
-        return min(step.cores or self.cores, self.cores)
+        return min(step.cores or self.room[step.waits], self.room[step.waits])
 
 
 def seconds_left(schedule, left):

@@ -35,12 +35,12 @@ class Table(unittest.TestCase):
     def test_steps_of_one_name_are_the_same_step(self):
         by_name = {}
         for part in parts.PARTS:
-            for step in part.steps:
+            for step in part.steps + part.beside:
                 self.assertEqual(by_name.setdefault(step.name, step), step)
 
     def test_every_command_exists(self):
         for part in parts.PARTS:
-            for step in part.steps:
+            for step in part.steps + part.beside:
                 for word in step.command:
                     if word.startswith("script/"):
                         self.assertTrue(os.access(os.path.join(ROOT, word), os.R_OK), word)
@@ -79,6 +79,7 @@ class Running(unittest.TestCase):
     def setUp(self):
         folder = tempfile.TemporaryDirectory()
         self.addCleanup(folder.cleanup)
+        os.environ.pop("ORVANE_PROGRESS", None)  # set by the script/test that runs this
         self.logs = pathlib.Path(folder.name)
         self.addCleanup(setattr, run_parts, "LOGS", run_parts.LOGS)
         self.addCleanup(setattr, run_parts, "ROOT", run_parts.ROOT)
@@ -104,6 +105,16 @@ class Running(unittest.TestCase):
         self.assertIn("ok      s1", text)
         self.assertIn("  s0: status 4\n      sh -c", text)
 
+    def test_what_cannot_run_here_is_no_failure_and_tells_why(self):
+        status, text = self.run_steps(["sh", "-c", "echo this needs root; exit 77"])
+        self.assertEqual(status, 0)
+        self.assertIn("not run: s0: this needs root\n", text)
+        self.assertIsNone(self.times.seconds("s0"))
+
+    def test_two_builds_that_fail_at_one_source_are_one_failure(self):
+        broken = ["sh", "-c", "echo 'FAILED: a.o'; exit 1"]
+        self.assertIn("1 failed; each", self.run_steps(broken, broken)[1])
+
     def test_the_whole_output_is_in_the_log(self):
         self.run_steps(["sh", "-c", "seq 1000; printf 'no end of line'"])
         self.assertEqual((run_parts.LOGS / "s0.log").read_text().split(),
@@ -116,14 +127,15 @@ class Running(unittest.TestCase):
         self.assertGreaterEqual(known["s0"]["seconds"], 0)
 
     def test_a_failed_test_within_a_step_is_what_is_listed(self):
-        script = "echo 'failed: a_test.A.B'; echo '    oh no'; echo 'repeat: ctest -R A.B'; exit 1"
-        _, text = self.run_steps(["sh", "-c", script])
-        self.assertIn("FAILED in s0: a_test.A.B\n    oh no\n", text)
-        self.assertIn("1 failed; each with what repeats it:\n  s0: a_test.A.B\n      ctest -R A.B\n", text)
+        result = "1/1 Test #7: a_test.A.B ...***Failed  0.1 sec"
+        _, text = self.run_steps(["sh", "-c", f"echo '7: oh no'; echo '{result}'; exit 8"])
+        self.assertIn("FAILED in s0: a_test.A.B (Failed)\n    oh no\n", text)
+        self.assertIn("1 failed; each with what repeats it:\n  s0: a_test.A.B (Failed)\n      script/build", text)
 
     def test_skipped_tests_are_counted_by_their_reason(self):
-        _, text = self.run_steps(["printf", "skipped: a.A: no X\\nskipped: a.B: no X\\n"])
-        self.assertIn("2 skipped: no X: a.A, a.B\n", text)
+        results = "".join(f"{n}: a.cpp:1: Skipped\\n{n}: no X\\n{n}/2 Test #{n}: a.T{n} ...***Skipped 0.1 sec\\n" for n in (1, 2))
+        _, text = self.run_steps(["printf", results])
+        self.assertIn("2 skipped: no X: a.T1, a.T2\n", text)
 
     def test_list_tells_what_ran_and_what_never_did(self):
         self.times.note("sources", 75, True)

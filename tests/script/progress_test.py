@@ -21,19 +21,35 @@ FAILED: dir/d.cpp.o
 d.cpp:7:1: error: nor this
 ninja: build stopped: cannot make progress due to previous errors."""
 
-OURS = """progress: 1/3 a_test.A.B
-    [ RUN      ] A.B
-progress: 2/3 a_test.A.C
-failed: a_test.A.C (status 1)
-    progress: 9/9 this is output of the test
-    oh no
-repeat: ctest -R A.C
-progress: 3/3 a_test.A.D
-skipped: a_test.A.D: no X server"""
+CTEST = """test 7
+      Start  7: a_test.A.B
+7: Test command: /build/tests/a_test "--gtest_filter=A.B"
+7: Working Directory: /build/tests
+7: Test timeout computed to be: 60
+test 9
+      Start  9: a_test.A.C
+7: [==========] Running 1 test from 1 test suite.
+9: [==========] Running 1 test from 1 test suite.
+7: [ RUN      ] A.B
+9: [ RUN      ] A.C
+7: 9/9 Test #9: this is output of the test ...   Passed    0.01 sec
+7: oh no
+1/5 Test  #9: a_test.A.C .......................   Passed    0.44 sec
+2/5 Test  #7: a_test.A.B .......................***Failed    0.06 sec
+3: a.cpp:1: Skipped
+3: no X server
+3/5 Test  #3: a_test.P/A.D/0  # GetParam() = 0 ..***Skipped   0.00 sec
+4: OK (skipped=2)
+4/5 Test  #4: python_test.all ..................   Passed    1.06 sec
+5: half of its output
+5/5 Test  #5: python_test.more .................***Timeout  60.01 sec
+
+60% tests passed, 2 tests failed out of 5"""
 
 
-def read(text, preset=""):
-    result = progress.Progress(preset)
+def read(text, *arguments):
+    """The whole, and what would be shown at once."""
+    result = progress.Progress(*arguments)
     shown = [failure for line in text.splitlines() if (failure := result.line(line))]
     return result, shown + [last for last in [result.end()] if last]
 
@@ -46,44 +62,64 @@ class Reading(unittest.TestCase):
         self.assertEqual(shown[0].repeat, "script/build debug dir/b.cpp.o")
         self.assertEqual((result.count, result.total), (2, 3))
 
-    def test_a_failed_test_is_shown_with_its_output_and_what_repeats_it(self):
-        result, shown = read(OURS)
-        self.assertEqual(len(shown), 1)
-        self.assertEqual(shown[0].name, "a_test.A.C (status 1)")
-        self.assertEqual(shown[0].lines, ["progress: 9/9 this is output of the test", "oh no"])
-        self.assertEqual(shown[0].repeat, "ctest -R A.C")
-        self.assertEqual((result.count, result.total, result.what), (3, 3, "a_test.A.D"))
-        self.assertEqual(result.skipped, ["a_test.A.D: no X server"])
-
     def test_a_failure_in_which_the_output_ends_is_not_lost(self):
-        result, shown = read("failed: a_test.A.C\n    half of its out")
-        self.assertEqual([each.name for each in shown], ["a_test.A.C"])
+        result, shown = read(NINJA[:NINJA.index("ninja:")], "debug")
+        self.assertEqual(len(shown), 2)
         self.assertEqual(result.failures, shown)
 
-    def test_a_share_of_the_work_is_known_better_than_by_counting(self):
-        self.assertEqual(read("progress: 10/100 some test")[0].share, 0.1)
-        result, _ = read("progress: 10/100 40% some test")
-        self.assertEqual((result.count, result.share, result.what), (10, 0.4, "some test"))
+    def test_a_failed_test_is_shown_with_its_own_output(self):
+        result, shown = read(CTEST, "debug")
+        self.assertEqual([each.name for each in shown], ["a_test.A.B (Failed)", "python_test.more (Timeout)"])
+        self.assertEqual(shown[0].lines, [
+            "[==========] Running 1 test from 1 test suite.", "[ RUN      ] A.B",
+            "9/9 Test #9: this is output of the test ...   Passed    0.01 sec", "oh no"])
+        self.assertEqual(shown[1].lines, ["half of its output"])
+        self.assertEqual((result.count, result.total, result.what), (5, 5, "python_test.more"))
 
-    def test_ctest_counts_too(self):
-        result, _ = read("   12/921 Test   #3: store_test.A.B ......   Passed    0.06 sec")
-        self.assertEqual((result.count, result.total), (12, 921))
+    def test_one_command_builds_and_repeats_a_failed_test(self):
+        _, shown = read(CTEST, "debug")
+        self.assertEqual(shown[0].repeat, "script/build debug a_test && ctest --test-dir build/debug "
+                                          "--output-on-failure -R '^a_test\\.A\\.B$'")
+        self.assertTrue(shown[1].repeat.startswith("script/build debug && ctest "), shown[1].repeat)
+
+    def test_the_command_has_the_wrapper_of_the_preset(self):
+        _, shown = read(CTEST, "tsan", ("setarch", "--addr-no-randomize"))
+        self.assertTrue(shown[0].repeat.startswith(
+            "setarch --addr-no-randomize script/build tsan a_test && setarch --addr-no-randomize ctest "))
+
+    def test_a_skipped_test_tells_why(self):
+        self.assertEqual(read(CTEST)[0].skipped, [
+            ("a_test.P/A.D/0  # GetParam() = 0", "no X server"),
+            ("python_test.all", "2 of its tests; run it with --verbose")])
+
+    def test_the_line_of_our_own_scripts_counts_too(self):
+        result, _ = read("progress: 12/507 release")
+        self.assertEqual((result.count, result.total, result.what), (12, 507, "release"))
 
 
 class SecondsLeft(unittest.TestCase):
+    def left(self, elapsed, count, last, even=True):
+        """Of 100."""
+        now = progress.Progress()
+        now.count, now.total, now.even = count, 100, even
+        return progress.seconds_left(elapsed, now, last)
+
     def test_nothing_is_known_at_first(self):
-        self.assertIsNone(progress.seconds_left(3, 0.01, None))
+        self.assertIsNone(self.left(3, 1, None))
         self.assertEqual(progress.about(None), "")
 
-    def test_the_last_run_counts_until_there_is_a_pace(self):
-        self.assertEqual(progress.seconds_left(3, 0.0, 60), 57)
+    def test_the_last_run_counts_until_a_build_has_a_pace(self):
+        self.assertEqual(self.left(3, 1, 60), 57)
+        self.assertEqual(self.left(10, 25, 60), 30)
 
-    def test_the_pace_counts_if_there_was_no_last_run(self):
-        self.assertEqual(progress.seconds_left(10, 0.25, None), 30)
+    def test_the_last_run_of_the_tests_counts_as_long_as_it_can(self):
+        self.assertEqual(self.left(10, 2, 60, even=False), 50)
+        self.assertIsNone(self.left(61, 50, 60, even=False))
+        self.assertEqual(self.left(90, 90, 60, even=False), 10)
 
-    def test_the_further_it_is_the_more_the_pace_counts(self):
-        self.assertEqual(progress.seconds_left(50, 0.5, 200), 0.5 * 100 + 0.5 * 200 - 50)
-        self.assertEqual(progress.about(200), "about 3 min left")
+    def test_it_is_told_in_round_figures(self):
+        self.assertEqual([progress.about(seconds) for seconds in (4, 89, 200)],
+                         ["", "about 89 s left", "about 3 min left"])
 
 
 class OnATerminal(io.StringIO):
@@ -117,7 +153,7 @@ class Showing(unittest.TestCase):
 
     def test_the_rest_of_a_long_output_is_in_the_log(self):
         stream = io.StringIO()
-        failure = progress.Failure("a_test.A.B")
+        failure = progress.Failure("a_test.A.B", "ctest")
         failure.lines = [str(number) for number in range(100)]
         progress.Display(stream).failure("tests", failure, "build/test-logs/tests.log")
         self.assertIn("    59\n    ... 40 more lines in build/test-logs/tests.log\n", stream.getvalue())

@@ -40,9 +40,9 @@ class WhatMayStart(unittest.TestCase):
         end(schedule, "t1")
         self.assertEqual(start_all(schedule), ["t2"])
 
-    def test_steps_of_one_processor_run_side_by_side(self):
-        schedule = Schedule([[tests("a", 1)], [tests("b", 1)], [tests("c", 1)]], 2)
-        self.assertEqual(start_all(schedule), ["a", "b"])
+    def test_steps_that_leave_room_run_side_by_side(self):
+        schedule = Schedule([[tests("a", 1)], [tests("b", 2)], [tests("c", 1)], [tests("d", 1)]], 2)
+        self.assertEqual(start_all(schedule), ["a", "b", "c"])
 
     def test_a_small_step_does_not_overtake_a_large_one_of_its_kind(self):
         schedule = Schedule([[tests("small", 1)], [tests("large")], [tests("later", 1)]], 2)
