@@ -87,7 +87,8 @@ private:
     Clock::time_point exhaustMemory();
     Clock::time_point exhaustConnections();
     Clock::time_point silence(const test::ChildProcess& device);
-    Clock::time_point slowDown(std::chrono::milliseconds delay, std::chrono::milliseconds time);
+    void waitUntilGivenUp() const; // until a command has taken longer than the libraries wait
+    Clock::time_point quickenUp();
     Allowance allowanceOf(Fault fault) const;
 
     void forgetOutput() const;
