@@ -1,20 +1,26 @@
 # The tour of script/run: each command as a newcomer can repeat it, with its output. Requests to the
-# daemon must be answered "Success"; the other steps show where the change has arrived. No colours
-# and no pauses, because the output is also a log.
+# daemon must be answered "Success"; the other steps show where the change has arrived. No pauses, and
+# colours only on a terminal, because the output is also a log.
 # shellcheck shell=bash
 
 # The cooling unit's register as mbpoll counts it (docs/devices.md).
 readonly UNIT_STATION=1 UNIT_REGISTER=101
 
+BOLD='' COMMAND_COLOUR='' PLAIN=''
+if [[ -t 1 && -z ${NO_COLOR-} ]]; then
+    BOLD=$'\e[1m' COMMAND_COLOUR=$'\e[36m' PLAIN=$'\e[0m'
+fi
+readonly BOLD COMMAND_COLOUR PLAIN
+
 chapter() {
-    printf '\n== %s\n' "$1"
+    printf '\n%s== %s%s\n' "$BOLD" "$1" "$PLAIN"
 }
 
 # show COMMAND: prints the command as typed in the repository's folder, and its output; a failure ends
 # the tour.
 show() {
     local output status=0
-    printf '$ %s\n' "$1"
+    printf '%s$ %s%s\n' "$COMMAND_COLOUR" "$1" "$PLAIN"
     output=$(cd "$ORVANE_ROOT" && bash -c "$1" 2>&1) || status=$?
     [[ -z $output ]] || printf '%s\n' "$output"
     ((status == 0)) || fail_with_log "$LOGS/daemon.log" "the tour failed (status $status) at: $1"

@@ -38,6 +38,7 @@ FURTHER = (
     ("mutate", ("store/nosuch.cpp",), "store/nosuch.cpp"),
     ("mutate", ("--only",), "--only"),
     ("package", ("release", "i386"), "i386"),
+    ("pictures", ("page", "cat"), "cat"),
     ("private-view", ("folder", "ls"), "folder ls"),
     ("run", ("--no-tour", "x"), "x"),
     ("soak", ("5x",), "5x"),
