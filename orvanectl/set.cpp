@@ -48,7 +48,9 @@ void addSet(CLI::App& app, Command& chosen) {
         app.add_subcommand("set", "Change settings; all others keep their values");
     const auto options = std::make_shared<SetOptions>();
     options->user = "orvanectl";
-    command->add_option("NAME=VALUE", options->assignments, "Settings and their new values")
+    // Not named "NAME=VALUE": CLI11 2.4 takes no name with a "=".
+    command->add_option("SETTING", options->assignments, "Settings and their new values")
+        ->type_name("NAME=VALUE")
         ->required();
     command->add_flag("--force", options->force, "Send the values without checking them");
     command

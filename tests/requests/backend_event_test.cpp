@@ -16,10 +16,9 @@ using testing::IsEmpty;
 
 class BackendEvent : public RequestTest {
 protected:
-    static const doubles::RecordedEvent& send(const std::string& type = "ResourceUpdated",
-                                              const std::string& origin = kInstance, int number = 0,
-                                              const std::string& prefix = "WebGUI",
-                                              int argument = 0) {
+    static doubles::RecordedEvent send(const std::string& type = "ResourceUpdated",
+                                       const std::string& origin = kInstance, int number = 0,
+                                       const std::string& prefix = "WebGUI", int argument = 0) {
         WebGUI_RedfishSendBackendUpdatedEvent(context(), type, origin, number, prefix, argument);
         return doubles::events().back();
     }
@@ -32,7 +31,7 @@ bool isZeroFrom(const char (&field)[Size], std::size_t from) {
 }
 
 TEST_F(BackendEvent, CarriesTheTextsOfAnUpdate) {
-    const doubles::RecordedEvent& event = send();
+    const doubles::RecordedEvent event = send();
     EXPECT_EQ(event.source, "Zolan Event");
     EXPECT_EQ(event.kind, 0);
     EXPECT_STREQ(event.record.eventType, "ResourceUpdated");
@@ -94,10 +93,10 @@ TEST_F(BackendEvent, CutsTheEventTypeTo255Characters) {
 
 TEST_F(BackendEvent, FormatsTheNumbersInDecimalWithLeadingZeros) {
     hexStream();
-    const doubles::RecordedEvent& event = send("ResourceUpdated", kInstance, 12, "WebGUI", 3);
+    const doubles::RecordedEvent event = send("ResourceUpdated", kInstance, 12, "WebGUI", 3);
     EXPECT_STREQ(event.record.messageId, "Orvane.1.0.Msg012");
     EXPECT_THAT(event.arguments, ElementsAre("WebGUI03"));
-    const doubles::RecordedEvent& wide = send("ResourceUpdated", kInstance, 1234, "WebGUI", 123);
+    const doubles::RecordedEvent wide = send("ResourceUpdated", kInstance, 1234, "WebGUI", 123);
     EXPECT_STREQ(wide.record.messageId, "Orvane.1.0.Msg1234");
     EXPECT_THAT(wide.arguments, ElementsAre("WebGUI123"));
 }

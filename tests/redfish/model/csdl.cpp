@@ -17,6 +17,15 @@ std::string withoutPrefix(const std::string& name) {
     return colon == std::string::npos ? name : name.substr(colon + 1);
 }
 
+// From 2.9 on, expat calls the only one that Debian 12 has deprecated.
+std::string currentLine(XML_Parser parser) {
+#if XML_MAJOR_VERSION > 2 || (XML_MAJOR_VERSION == 2 && XML_MINOR_VERSION >= 9)
+    return std::to_string(XML_GetCurrentLineNumber64(parser));
+#else
+    return std::to_string(XML_GetCurrentLineNumber(parser));
+#endif
+}
+
 struct Builder {
     Element root;
     std::vector<Element*> open{&root};
@@ -112,8 +121,8 @@ std::unique_ptr<Element> parseXml(std::string_view text) {
     XML_SetCharacterDataHandler(parser.get(), Builder::text);
     if (XML_Parse(parser.get(), text.data(), static_cast<int>(text.size()), XML_TRUE) !=
         XML_STATUS_OK) {
-        throw std::runtime_error("line " + std::to_string(XML_GetCurrentLineNumber(parser.get())) +
-                                 ": " + XML_ErrorString(XML_GetErrorCode(parser.get())));
+        throw std::runtime_error("line " + currentLine(parser.get()) + ": " +
+                                 XML_ErrorString(XML_GetErrorCode(parser.get())));
     }
     return std::move(builder.root.children.front());
 }

@@ -283,7 +283,8 @@ private:
         const Element* const allowed = property.annotation("Validation.AllowedValues");
         if (allowed != nullptr) {
             const auto values = valuesIn(*allowed, "Value");
-            if (std::find(values.begin(), values.end(), value) == values.end()) {
+            const auto isValue = [&value](const std::string& each) { return value == json(each); };
+            if (std::none_of(values.begin(), values.end(), isValue)) {
                 report(place, value.dump() + " is not among the allowed values");
             }
         }
