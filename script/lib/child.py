@@ -56,15 +56,16 @@ def descendants():
 
 
 def kill_descendants(seconds):
-    """SIGTERM, and SIGKILL for what is still there after these seconds."""
+    """SIGTERM, and SIGKILL for what is still there after these seconds. What belongs to another user is
+    given up after as long again."""
     end, number, asked = time.monotonic() + seconds, signal.SIGTERM, set()
-    while found := descendants():
+    while (found := descendants()) and time.monotonic() < end + seconds:
         if time.monotonic() >= end:
             asked, number = set(), signal.SIGKILL
         for process in found - asked:
             try:
                 os.kill(process, number)
-            except ProcessLookupError:
+            except (ProcessLookupError, PermissionError):
                 pass
         asked |= found
         reap_all()

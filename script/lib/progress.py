@@ -18,7 +18,7 @@ COUNTED = re.compile(r"(?:\[|progress: )(\d+)/(\d+)\]? ?(.*)")
 OUTPUT = re.compile(r"(\d+): (.*)")
 RESULT = re.compile(r" *(\d+)/(\d+) Test +#(\d+): (.+?) \.*\s*(?:Passed|\*\*\*(.+?)) +[\d.]+ sec")
 OF_CTEST = re.compile(r"Test command: |Working Directory: |Environment variables: |Test timeout computed ")
-PYTHON_SKIPPED = re.compile(r"OK \(skipped=(\d+)\)")
+PYTHON_SKIPPED = re.compile(r".*\.\.\. skipped ['\"](.*)['\"]$")
 
 
 class Failure:
@@ -81,12 +81,13 @@ class Progress:
 
 
 def skip_reason(output, trouble):
-    """GoogleTest writes "FILE:LINE: Skipped" and the reason below, Python only how many."""
+    """GoogleTest writes "FILE:LINE: Skipped" and the reason below, Python (with -v) "TEST ... skipped
+    'REASON'"."""
     for line, below in zip(output, [*output[1:], ""]):
         if line.endswith(": Skipped"):
             return below.strip() or "no reason given"
         if match := PYTHON_SKIPPED.match(line):
-            return f"{match[1]} of its tests; run it with --verbose"
+            return match[1]
     return "no reason given" if trouble else None
 
 

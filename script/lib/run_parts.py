@@ -95,12 +95,12 @@ class Run:
         self.times, self.display = times, display
         self.children = child.Children()
         self.active = {}  # child -> (step, progress, log file)
-        self.failures, self.skipped, self.not_run = [], [], []
+        self.failures, self.skipped, self.not_run, self.tests = [], [], [], 0
         # Started by a script/test outside, which reads everything itself.
         self.inside = os.environ.get("ORVANE_PROGRESS") == "lines"
 
     def start(self, step):
-        log = (LOGS / f"{step.name}.log").open("w", encoding="utf-8")
+        log = (LOGS / f"{step.name}.log").open("w", encoding="utf-8", buffering=1)
         read = progress.Progress(step.preset, step.wrapper)
         # Builds leave the processors to the tests.
         command = step.command if step.waits else ("nice", "-n", "10", *step.command)
@@ -138,6 +138,7 @@ class Run:
         else:
             self.times.note(step.name, ended.seconds(), passed)
         self.skipped += read.skipped
+        self.tests += 0 if read.even else read.total
         counted = f"  {read.count}/{read.total}" if read.total else ""
         word = "not run" if ended.status == NOT_RUN else "ok" if passed else "FAILED"
         self.display.say(f"{word:7} {step.name:18} "
@@ -180,8 +181,9 @@ class Run:
         usage = resource.getrusage(resource.RUSAGE_CHILDREN)
         passed = not self.failures and not self.schedule.failed
         names = sorted(self.schedule.passed if passed else self.schedule.failed)
-        print(f"test: {'passed' if passed else 'FAILED'}: {' '.join(names)} ({progress.duration(seconds)}; "
-              f"processors {progress.duration(usage.ru_utime + usage.ru_stime)}; logs: {LOGS.relative_to(ROOT)})")
+        print(f"test: {'passed' if passed else 'FAILED'}: {' '.join(names)} ({self.tests} tests; "
+              f"{progress.duration(seconds)}, processors {progress.duration(usage.ru_utime + usage.ru_stime)}; "
+              f"logs: {LOGS.relative_to(ROOT)})")
         return 0 if passed else 1
 
 
@@ -203,7 +205,9 @@ def by_reason(skipped):
 
 def main(arguments):
     times = Times(LOGS / "times.json")
-    if arguments == ["--list"]:
+    if arguments[:1] == ["--list"]:
+        if arguments[1:]:
+            usage_error(f"--list stands alone; leave out {arguments[1]}")
         list_parts(times)
         return 0
     if arguments[:1] == ["--packages"]:

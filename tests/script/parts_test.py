@@ -10,6 +10,7 @@ import sys
 import tempfile
 import time
 import unittest
+import unittest.mock
 
 ROOT = os.path.realpath(os.path.join(os.path.dirname(__file__), "..", ".."))
 sys.path.insert(0, os.path.join(ROOT, "script", "lib"))
@@ -131,6 +132,13 @@ class Running(unittest.TestCase):
         _, text = self.run_steps(["sh", "-c", f"echo '7: oh no'; echo '{result}'; exit 8"])
         self.assertIn("FAILED in s0: a_test.A.B (Failed)\n    oh no\n", text)
         self.assertIn("1 failed; each with what repeats it:\n  s0: a_test.A.B (Failed)\n      script/build", text)
+
+    def test_inside_another_run_that_one_shows_the_failure(self):
+        result = "1/1 Test #7: a_test.A.B ...***Failed  0.1 sec"
+        with unittest.mock.patch.dict(os.environ, ORVANE_PROGRESS="lines"):
+            _, text = self.run_steps(["sh", "-c", f"echo '7: oh no'; echo '{result}'; exit 8"])
+        self.assertIn(f"7: oh no\n{result}\n", text)
+        self.assertNotIn("FAILED in", text)
 
     def test_skipped_tests_are_counted_by_their_reason(self):
         results = "".join(f"{n}: a.cpp:1: Skipped\\n{n}: no X\\n{n}/2 Test #{n}: a.T{n} ...***Skipped 0.1 sec\\n" for n in (1, 2))

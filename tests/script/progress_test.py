@@ -39,7 +39,7 @@ test 9
 3: a.cpp:1: Skipped
 3: no X server
 3/5 Test  #3: a_test.P/A.D/0  # GetParam() = 0 ..***Skipped   0.00 sec
-4: OK (skipped=2)
+4: test_two (__main__.Two.test_two) ... skipped 'nginx is missing'
 4/5 Test  #4: python_test.all ..................   Passed    1.06 sec
 5: half of its output
 5/5 Test  #5: python_test.more .................***Timeout  60.01 sec
@@ -90,7 +90,7 @@ class Reading(unittest.TestCase):
     def test_a_skipped_test_tells_why(self):
         self.assertEqual(read(CTEST)[0].skipped, [
             ("a_test.P/A.D/0  # GetParam() = 0", "no X server"),
-            ("python_test.all", "2 of its tests; run it with --verbose")])
+            ("python_test.all", "nginx is missing")])
 
     def test_the_line_of_our_own_scripts_counts_too(self):
         result, _ = read("progress: 12/507 release")
