@@ -13,6 +13,10 @@ LOCKED = ("E: Could not get lock /var/lib/apt/lists/lock. It is held by process 
           "E: Unable to lock directory /var/lib/apt/lists/\n")
 # Prints a prepared answer for each call, then succeeds; records its words.
 APT_GET = """#!/bin/bash
+if [[ $* == *--simulate* ]]; then
+    cat "$STAND_INS/simulation"
+    exit 0
+fi
 echo "apt-get $*" >>"$STAND_INS/calls"
 answer=$(ls "$STAND_INS/answers" | head -n 1)
 [[ $answer ]] || exit 0
@@ -32,6 +36,7 @@ class Bootstrap(unittest.TestCase):
         (self.top / "answers").mkdir()
         self.commands.mkdir()
         (self.top / "calls").touch()
+        (self.top / "simulation").write_text("1 upgraded, 2 newly installed, 0 to remove and 3 not upgraded.\n")
         shutil.copytree(os.path.join(ROOT, "script"), self.checkout / "script",
                         ignore=shutil.ignore_patterns("__pycache__"))
         self.command("apt-get", APT_GET)
@@ -96,6 +101,17 @@ class Bootstrap(unittest.TestCase):
         self.assertIn("shows it with: mbpoll\n", done.stdout)
         self.assertEqual(self.calls(), ["apt-get -q update",
                                         "apt-get -q -y --no-install-recommends install ccache mbpoll"])
+
+    def test_waits_for_the_disk_only_if_something_is_replaced(self):
+        self.command("sudo", '#!/bin/sh\n[ "$1" = -- ] && shift\nexec "$@"\n')
+        for counts, careless in (("0 upgraded, 2 newly installed, 0 to remove", True),
+                                 ("1 upgraded, 2 newly installed, 0 to remove", False),
+                                 ("0 upgraded, 2 newly installed, 1 to remove", False),
+                                 ("10 upgraded, 2 newly installed, 0 to remove", False)):
+            with self.subTest(counts):
+                (self.top / "simulation").write_text(f"{counts} and 3 not upgraded.\n")
+                self.assertEqual(self.run_it("--build", without=("ccache",)).returncode, 0)
+                self.assertEqual("--force-unsafe-io" in self.calls()[-1], careless)
 
     def test_without_root_and_sudo_it_names_the_command(self):
         done = self.run_it("--build", without=("ccache",), as_nobody=True, path=self.without_sudo())
