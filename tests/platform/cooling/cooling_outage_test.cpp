@@ -23,7 +23,7 @@ using testing::HasSubstr;
 
 // Connecting and receiving the answer takes at most 250 ms, and a dead kept connection as much
 // again before that; the rest allows for a busy machine.
-constexpr milliseconds kBound{800};
+constexpr milliseconds kBound{1000};
 // Forty calls, each of which would otherwise wait for 250 ms.
 constexpr milliseconds kAtOnce{800};
 
@@ -134,7 +134,7 @@ TEST_F(CoolingOutage, IsTriedAgainAfterASecondAndNotBefore) {
 }
 
 TEST_F(CoolingOutage, DoesNotComeOfASlowUnit) {
-    EXPECT_EQ(unit_.tell("slow 100").status, 0);
+    EXPECT_EQ(unit_.tell("slow 50").status, 0);
     EXPECT_EQ(read(), 0);
     EXPECT_EQ(write(), 0);
     EXPECT_EQ(unit_.readRegister(), "0");
@@ -167,10 +167,14 @@ TEST_F(CoolingOutage, IsNoneWhenTheUnitRefuses) {
     ASSERT_EQ(read(), 0);
     EXPECT_EQ(unit_.tell("exception 4").status, 0);
     testing::internal::CaptureStderr();
-    for (int i = 0; i < 3; ++i) {
-        EXPECT_LT(timeOf([] { EXPECT_NE(read(), 0); }), kAtOnce);
-        EXPECT_LT(timeOf([] { EXPECT_NE(write(), 0); }), kAtOnce);
-    }
+    // At once: none of the six waits for its 250 ms.
+    EXPECT_LT(timeOf([] {
+                  for (int i = 0; i < 3; ++i) {
+                      EXPECT_NE(read(), 0);
+                      EXPECT_NE(write(), 0);
+                  }
+              }),
+              6 * milliseconds(250));
     const std::string unit = "]: cooling unit " + unit_.address();
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "[CoolGetTempScale" + unit + " refuses: Slave device or server failure\n" +
