@@ -21,14 +21,16 @@ class Interrupted(Exception):
 
 
 def raise_when_interrupted():
-    """Also gives the children the default action of SIGINT, which a background shell ignores."""
+    """What a shell in the background ignores, SIGINT, goes on to be ignored here; the children get its
+    default action all the same, as with every signal that has a handler."""
     def interrupt(number, _frame):
         for each in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
             signal.signal(each, lambda *_: None)  # what stops the children must not be interrupted
         raise Interrupted(number)
 
     for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
-        signal.signal(number, interrupt)
+        ignored = signal.getsignal(number) == signal.SIG_IGN
+        signal.signal(number, (lambda *_: None) if ignored else interrupt)
 
 
 def adopt_orphans():

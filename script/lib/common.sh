@@ -109,8 +109,13 @@ build_shown() {
     return "$status"
 }
 
-# show_progress NAME: reads a build's output and shows its `[12/507]` or `[ 12%]`: one live line on a
-# terminal, for another script "progress: 12/507 NAME", otherwise a line at most every 30 s.
+# count_lines ALL: turns each line of its input into a step for show_progress.
+count_lines() {
+    awk -v all="$1" '{ printf "[%d/%d] %s\n", NR, all, $0; fflush() }'
+}
+
+# show_progress NAME: reads the output of a build or of ctest and shows its `[12/507]`, `[ 12%]` or
+# `12/507 Test`: one live line on a terminal, for another script "progress: 12/507 NAME", otherwise a line at most every 30 s.
 show_progress() {
     local name=$1 line part='' count=0 all=0 next=0 status live=no
     local -r began=$EPOCHSECONDS
@@ -123,7 +128,7 @@ show_progress() {
             break
         else
             line=$part$line part=
-            [[ $line =~ ^\[\ *([0-9]+)(/([0-9]+)|%)\]\  ]] || continue
+            [[ $line =~ ^\[?\ *([0-9]+)(/([0-9]+)|%)(\]|\ Test)\  ]] || continue
             count=${BASH_REMATCH[1]} all=${BASH_REMATCH[3]:-100}
             if [[ ${ORVANE_PROGRESS-} == lines ]]; then
                 printf 'progress: %d/%d %s\n' "$count" "$all" "$name"

@@ -11,7 +11,7 @@ import os
 
 from schedule import Step
 
-PROCESSORS = os.cpu_count() or 1
+PROCESSORS = len(os.sched_getaffinity(0))
 TESTS_PER_PROCESSOR = 2  # they mostly wait
 DAEMON_TESTS = (
     "agent_test", "store_test", "first_tree_test", "requests_test", "service_test",
@@ -59,20 +59,23 @@ def build(preset, *targets, name="build"):
                 locks=(f"build/{preset}",), preset=preset, wrapper=wrapper_of(preset))
 
 
-def tests(name, preset, *selection, **marks):
+def tests(name, preset, *selection):
     """Verbose, because only then the log has everything and a skipped test tells why."""
     command = (*wrapper_of(preset), "ctest", "--test-dir", f"build/{preset}", "--verbose", "--no-tests=error",
                "-j", str(TESTS_PER_PROCESSOR * PROCESSORS), *selection)
-    return Step(name, command, waits=True, preset=preset, wrapper=wrapper_of(preset), **marks)
+    return Step(name, command, waits=True, cores=PROCESSORS, preset=preset, wrapper=wrapper_of(preset))
 
 
 def script(name, *arguments, **marks):
     return Step(name, (f"script/{arguments[0]}", *arguments[1:]), **marks)
 
 
-def clean_root(name, *arguments):
-    """In a clean root of a release; what it prints inside is shown as its own."""
-    return script(name, "clean-root", *arguments, waits=True)
+def clean_root(release, part="debug"):
+    """A part whose name is that of its preset, in a clean root of a release. What it prints there is shown
+    as its own, and repeated there."""
+    inside = ("script/clean-root", release)
+    return Step(f"{release}-{part}", (*inside, "script/test", part), waits=True, cores=PROCESSORS, preset=part,
+                wrapper=inside)
 
 
 SLOW_TESTS_BUILD = build("asan-ubsan", *SLOW_TESTS, name="first-build")
@@ -84,11 +87,10 @@ PARTS = (
          packages=("--test",), default=True),
     Part("tests", "every test but the long ones, under the address, leak and undefined-behaviour sanitizers",
          (build("asan-ubsan"),
-          tests("tests", "asan-ubsan", "--label-exclude", "^long$", "--exclude-regex", names_of(SLOW_TESTS),
-                cores=PROCESSORS)),
+          tests("tests", "asan-ubsan", "--label-exclude", "^long$", "--exclude-regex", names_of(SLOW_TESTS))),
          beside=(SLOW_TESTS_BUILD,
                  tests("slow-tests", "asan-ubsan", "--label-exclude", "^long$",
-                       "--tests-regex", names_of(SLOW_TESTS), cores=PROCESSORS)),
+                       "--tests-regex", names_of(SLOW_TESTS))),
          packages=("--test",), default=True),
     Part("page", "sources and unit tests of the page, without a browser",
          (script("page", "web", "--unit", waits=True, cores=1, locks=("web",)),),
@@ -111,12 +113,12 @@ PARTS = (
          packages=("--web", "--run")),
     Part("coverage", "the tests reach every line and branch of the daemon, and 90 % of the rest",
          (script("coverage-build", "coverage", "--build", locks=("build/coverage",)),
-          script("coverage", "coverage", waits=True, locks=("build/coverage",)))),
+          script("coverage", "coverage", waits=True, cores=PROCESSORS, locks=("build/coverage",)))),
     Part("fuzz", "half a minute of hostile input for every target",
          (script("fuzz", "fuzz", "--seconds", "30", locks=("build/fuzz",)),)),
     Part("armhf", "the unit tests with four-byte pointers, emulated",
          (script("armhf-build", "armhf", "--build", locks=("build/armhf",)),
-          script("armhf", "armhf", waits=True, locks=("build/armhf",))),
+          script("armhf", "armhf", waits=True, cores=PROCESSORS, locks=("build/armhf",))),
          packages=("--armhf",)),
     Part("debug", "every test, in a build for the debugger; neither by default nor in --all",
          (build("debug"), tests("debug", "debug")), in_all=False),

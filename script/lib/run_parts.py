@@ -4,6 +4,7 @@
 """
 
 import datetime
+import fcntl
 import json
 import os
 import pathlib
@@ -43,38 +44,48 @@ def usage_error(text):
 
 
 class Times:
-    """How long each step took last, whether it passed and when; kept from run to run."""
+    """When each step began last, how long it took and whether it passed; kept from run to run."""
 
     def __init__(self, file):
         self.file = file
         try:
-            self.steps = json.loads(file.read_text())
-        except (OSError, ValueError):
+            known = json.loads(file.read_text())
+            self.steps = {name: run for name, run in known.items() if {"began", "seconds", "passed"} <= set(run)}
+        except (OSError, ValueError, AttributeError, TypeError):
             self.steps = {}
 
     def seconds(self, name):
         return self.steps.get(name, {}).get("seconds")
 
     def note(self, name, seconds, passed):
-        when = datetime.datetime.now().astimezone().isoformat(timespec="minutes")
-        self.steps[name] = {"seconds": round(seconds, 1), "passed": passed, "when": when}
+        """It has ended just now."""
+        self.steps[name] = {"began": round(time.time() - seconds, 1), "seconds": round(seconds, 1), "passed": passed}
         temporary = self.file.with_suffix(".new")
         temporary.write_text(json.dumps(self.steps, indent=1) + "\n")
         temporary.replace(self.file)
 
 
 def list_parts(times):
-    print("The parts, what each proves, and how long its steps took last. Without arguments run those")
-    print("with a *; --all runs all but debug. Steps of several parts run side by side.\n")
+    print("The parts, what each proves, and how long it took last, without waiting for other parts. Without")
+    print("arguments run those with a *; --all runs all but debug.\n")
     for part in PARTS:
         runs = [times.steps.get(name) for name in {step.name for step in part.steps + part.beside}]
         if all(runs):
-            last = progress.duration(sum(run["seconds"] for run in runs))
-            passed = all(run["passed"] for run in runs)
-            last += f", {'passed' if passed else 'FAILED'}, {max(run['when'] for run in runs)[:16].replace('T', ' ')}"
+            word = "passed" if all(run["passed"] for run in runs) else "FAILED"
+            when = datetime.datetime.fromtimestamp(max(run["began"] for run in runs))
+            last = f"{progress.duration(busy_seconds(runs))}, {word}, {when:%Y-%m-%d %H:%M}"
         else:
-            last = "never run here" if not any(runs) else "never run to its end here"
+            last = "never run to its end here" if any(runs) else "never run here"
         print(f"{'*' if part.default else ' '} {part.name:10} {part.proves}\n{'':13}{last}")
+
+
+def busy_seconds(runs):
+    """While at least one of them ran."""
+    total = end = 0
+    for run in sorted(runs, key=lambda run: run["began"]):
+        total += max(0, run["began"] + run["seconds"] - max(run["began"], end))
+        end = max(end, run["began"] + run["seconds"])
+    return total
 
 
 def findings(lines):
@@ -215,6 +226,12 @@ def main(arguments):
         return 0
     parts = chosen(arguments)
     LOGS.mkdir(parents=True, exist_ok=True)
+    lock = (LOGS / "lock").open("w", encoding="utf-8")
+    try:
+        fcntl.flock(lock, fcntl.LOCK_EX | fcntl.LOCK_NB)
+    except BlockingIOError:
+        print("test: another script/test runs in this checkout; wait for it, or stop it", file=sys.stderr)
+        return 1
     child.adopt_orphans()
     display = progress.Display(sys.stdout)
     run, began = Run(parts, times, display), time.monotonic()

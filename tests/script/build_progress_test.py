@@ -62,6 +62,12 @@ class BuildShown(unittest.TestCase):
         self.run_build(GOOD)
         self.assertEqual(self.log.read_text(), GOOD.replace("\\n", "\n"))
 
+    def test_tests_of_ctest_are_counted_too(self):
+        result = self.run_build(" 7/40 Test  #3: a_test.A.B ......   Passed    0.06 sec\\n3: 8/9 of a test\\n",
+                                ORVANE_PROGRESS="lines")
+        self.assertIn("progress: 7/40 release\n", result.stdout)
+        self.assertNotIn("8/9", result.stdout)
+
     def test_a_failure_keeps_its_status_and_shows_the_errors(self):
         result = self.run_build(BAD, status=3)
         self.assertEqual(result.returncode, 3)

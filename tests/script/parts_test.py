@@ -1,5 +1,6 @@
 # Tests of script/lib/parts.py, the table, and of script/lib/run_parts.py, which runs parts: here small ones.
 import contextlib
+import fcntl
 import io
 import os
 import pathlib
@@ -127,6 +128,11 @@ class Running(unittest.TestCase):
         self.assertEqual([known[name]["passed"] for name in ("s0", "s1")], [True, False])
         self.assertGreaterEqual(known["s0"]["seconds"], 0)
 
+    def test_a_damaged_or_older_file_of_times_is_no_failure(self):
+        for text in ("", "[]", '{"s0": 7}', '{"s0": {"seconds": 1, "when": "now"}}'):
+            (run_parts.LOGS / "times.json").write_text(text)
+            self.assertEqual(run_parts.Times(run_parts.LOGS / "times.json").steps, {})
+
     def test_a_failed_test_within_a_step_is_what_is_listed(self):
         result = "1/1 Test #7: a_test.A.B ...***Failed  0.1 sec"
         _, text = self.run_steps(["sh", "-c", f"echo '7: oh no'; echo '{result}'; exit 8"])
@@ -140,10 +146,21 @@ class Running(unittest.TestCase):
         self.assertIn(f"7: oh no\n{result}\n", text)
         self.assertNotIn("FAILED in", text)
 
+    def test_a_second_run_in_the_same_checkout_is_refused(self):
+        errors = io.StringIO()
+        with (run_parts.LOGS / "lock").open("w") as lock, contextlib.redirect_stderr(errors):
+            fcntl.flock(lock, fcntl.LOCK_EX)
+            self.assertEqual(run_parts.main(["sources"]), 1)
+        self.assertIn("another script/test runs", errors.getvalue())
+
     def test_skipped_tests_are_counted_by_their_reason(self):
         results = "".join(f"{n}: a.cpp:1: Skipped\\n{n}: no X\\n{n}/2 Test #{n}: a.T{n} ...***Skipped 0.1 sec\\n" for n in (1, 2))
         _, text = self.run_steps(["printf", results])
         self.assertIn("2 skipped: no X: a.T1, a.T2\n", text)
+
+    def test_steps_side_by_side_count_once_in_the_time_of_a_part(self):
+        runs = [{"began": began, "seconds": seconds} for began, seconds in ((100, 10), (105, 20), (110, 5), (200, 1))]
+        self.assertEqual(run_parts.busy_seconds(runs), 26)
 
     def test_list_tells_what_ran_and_what_never_did(self):
         self.times.note("sources", 75, True)
@@ -175,6 +192,24 @@ finally:
 
 
 class Stopping(unittest.TestCase):
+    def test_in_the_background_an_interrupt_is_ignored_but_not_by_the_children(self):
+        script = """
+import os, signal, sys
+sys.path.insert(0, sys.argv[1])
+import child
+child.raise_when_interrupted()
+os.kill(os.getpid(), signal.SIGINT)
+children = child.Children()
+children.start(["sh", "-c", "kill -INT $$; echo survived"], print)
+ended = []
+while not ended:
+    ended = children.wait(1)
+print(ended[0].status)"""
+        output = subprocess.run(
+            ["env", "--ignore-signal=INT", sys.executable, "-B", "-c", script, os.path.join(ROOT, "script", "lib")],
+            capture_output=True, text=True, check=True).stdout
+        self.assertEqual(output, f"{-signal.SIGINT}\n")
+
     def test_an_interrupt_leaves_no_process_behind(self):
         process = subprocess.Popen([sys.executable, "-B", "-c", STOPPED, os.path.join(ROOT, "script", "lib")],
                                    stdout=subprocess.PIPE, text=True)
