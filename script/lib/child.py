@@ -10,6 +10,7 @@ import subprocess
 import time
 
 PR_SET_CHILD_SUBREAPER = 36
+GIVE_UP_SECONDS = 10
 
 
 class Interrupted(Exception):
@@ -58,10 +59,10 @@ def descendants():
 
 
 def kill_descendants(seconds):
-    """SIGTERM, and SIGKILL for what is still there after these seconds. What belongs to another user is
-    given up after as long again."""
+    """SIGTERM, and SIGKILL for what is still there after these seconds. What nobody can
+    kill is given up."""
     end, number, asked = time.monotonic() + seconds, signal.SIGTERM, set()
-    while (found := descendants()) and time.monotonic() < end + seconds:
+    while (found := descendants()) and time.monotonic() < end + GIVE_UP_SECONDS:
         if time.monotonic() >= end:
             asked, number = set(), signal.SIGKILL
         for process in found - asked:

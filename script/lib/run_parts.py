@@ -103,7 +103,7 @@ class Run:
         sequences = [steps for part in parts for steps in (part.beside, part.steps)]
         self.schedule = Schedule(sequences, PROCESSORS)
         self.steps = len(self.schedule.waiting)
-        self.times, self.display = times, display
+        self.parts, self.times, self.display = parts, times, display
         self.children = child.Children()
         self.active = {}  # child -> (step, progress, log file)
         self.failures, self.skipped, self.not_run, self.tests = [], [], [], 0
@@ -191,7 +191,8 @@ class Run:
                 print(f"  {step}: {failure.name}\n      {failure.repeat}")
         usage = resource.getrusage(resource.RUSAGE_CHILDREN)
         passed = not self.failures and not self.schedule.failed
-        names = sorted(self.schedule.passed if passed else self.schedule.failed)
+        names = [part.name for part in self.parts
+                 if passed != bool({step.name for step in part.steps + part.beside} - self.schedule.passed)]
         print(f"test: {'passed' if passed else 'FAILED'}: {' '.join(names)} ({self.tests} tests; "
               f"{progress.duration(seconds)}, processors {progress.duration(usage.ru_utime + usage.ru_stime)}; "
               f"logs: {LOGS.relative_to(ROOT)})")

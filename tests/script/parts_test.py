@@ -105,6 +105,7 @@ class Running(unittest.TestCase):
         self.assertEqual(status, 1)
         self.assertIn("FAILED in s0: status 4\n    x.cpp:1: error: bad\n", text)
         self.assertIn("ok      s1", text)
+        self.assertIn("test: FAILED: p0 (0 tests; ", text)
         self.assertIn("  s0: status 4\n      sh -c", text)
 
     def test_what_cannot_run_here_is_no_failure_and_tells_why(self):
