@@ -2,6 +2,7 @@
 #include "platform/cooling.h"
 #include "platform/lcd_panel.h"
 #include "tests/platform/contract/side.h"
+#include "tests/support/succeeds_soon.h"
 
 #include <algorithm>
 #include <array>
@@ -27,7 +28,8 @@ TEST_F(Panel, TakesTheBrightnessLevelsOneToSeven) {
 
 TEST_F(Panel, TakesATimeOutOfZeroOrMoreSeconds) {
     for (const int seconds : {60, 120, 180, 240, 300, 32767, 0}) {
-        EXPECT_EQ(LCDBlankTimeOutSet(seconds), 0) << seconds;
+        EXPECT_TRUE(test::succeedsSoon([seconds] { return LCDBlankTimeOutSet(seconds); }))
+            << seconds;
     }
     for (const int seconds : {-1, 32768, INT_MIN, INT_MAX}) {
         EXPECT_NE(LCDBlankTimeOutSet(seconds), 0) << seconds;
@@ -35,8 +37,8 @@ TEST_F(Panel, TakesATimeOutOfZeroOrMoreSeconds) {
 }
 
 TEST_F(Panel, GoesDarkAndLight) {
-    EXPECT_EQ(LCDBlank(0), 0);
-    EXPECT_EQ(LCDBlank(1), 0);
+    EXPECT_TRUE(test::succeedsSoon([] { return LCDBlank(0); }));
+    EXPECT_TRUE(test::succeedsSoon([] { return LCDBlank(1); }));
     for (const int mode : {2, -1, INT_MIN, INT_MAX}) {
         EXPECT_NE(LCDBlank(mode), 0) << mode;
     }
