@@ -22,7 +22,7 @@ function(orvane_device_library name)
   add_library(${name} SHARED ${LIB_SOURCES})
   add_library(orvane::${name} ALIAS ${name})
   set_target_properties(${name} PROPERTIES
-    CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
+    CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON UNITY_BUILD OFF)
   target_link_libraries(${name} PUBLIC orvane_include PRIVATE ${LIB_LIBRARIES})
   install(TARGETS ${name} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/orvane-webgui COMPONENT platform)
   orvane_strip(${name})

@@ -24,7 +24,7 @@ namespace {
 
 constexpr std::string_view kStateKey = "temperature-scale ";
 
-[[noreturn]] void fail(const std::string& what) {
+[[noreturn]] void failAt(const std::string& what) {
     throw std::system_error(errno, std::generic_category(), what);
 }
 
@@ -49,7 +49,7 @@ void writeAndSync(const std::string& path, const std::string& text) {
     if (!file.isOpen() ||
         ::write(file.number(), text.data(), text.size()) != static_cast<ssize_t>(text.size()) ||
         ::fsync(file.number()) != 0) {
-        fail(path);
+        failAt(path);
     }
 }
 
@@ -57,7 +57,7 @@ void syncFolderOf(const std::string& path) {
     const std::filesystem::path folder = std::filesystem::absolute(path).parent_path();
     const Descriptor opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!opened.isOpen() || ::fsync(opened.number()) != 0) {
-        fail(folder);
+        failAt(folder);
     }
 }
 
@@ -117,7 +117,7 @@ void Unit::store(std::uint16_t scale) const {
     const std::string fresh = stateFile_ + ".new";
     writeAndSync(fresh, std::string(kStateKey) + std::to_string(scale) + '\n');
     if (::rename(fresh.c_str(), stateFile_.c_str()) != 0) {
-        fail(stateFile_);
+        failAt(stateFile_);
     }
     syncFolderOf(stateFile_);
 }

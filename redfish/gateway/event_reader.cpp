@@ -10,7 +10,7 @@ namespace redfish {
 
 namespace {
 
-constexpr std::chrono::milliseconds kRetryPause{500};
+constexpr std::chrono::milliseconds kReconnectPause{500};
 // More than the store keeps, which is about a thousand.
 constexpr int kMaxKept = 2000;
 
@@ -31,7 +31,7 @@ void EventReader::run() {
         try {
             readOn(store);
         } catch (const std::exception&) {
-            client::pauseUntil(client::Clock::now() + kRetryPause, &stop_);
+            client::pauseUntil(client::Clock::now() + kReconnectPause, &stop_);
         }
     }
 }

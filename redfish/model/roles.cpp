@@ -15,41 +15,41 @@ constexpr std::array kAdministrator{Privilege::login, Privilege::configureManage
                                     Privilege::configureSelf};
 constexpr std::array kOperator{Privilege::login, Privilege::configureComponents,
                                Privilege::configureSelf};
-constexpr std::array kReadOnly{Privilege::login, Privilege::configureSelf};
+constexpr std::array kReaderPrivileges{Privilege::login, Privilege::configureSelf};
 
-constexpr std::array kRoles{
+constexpr std::array kTable{
     RoleEntry{Role::administrator, "Administrator",
               "Reads and changes everything, accounts included.", kAdministrator},
     RoleEntry{Role::operatorRole, "Operator",
               "Reads everything, changes settings and its own password.", kOperator},
     RoleEntry{Role::readOnly, "ReadOnly", "Reads everything, changes only its own password.",
-              kReadOnly},
+              kReaderPrivileges},
 };
 
-constexpr bool rowsAreInOrder() {
-    for (std::size_t i = 0; i < kRoles.size(); ++i) {
-        if (static_cast<std::size_t>(kRoles.at(i).role) != i) {
+constexpr bool rolesAreInOrder() {
+    for (std::size_t i = 0; i < kTable.size(); ++i) {
+        if (static_cast<std::size_t>(kTable.at(i).role) != i) {
             return false;
         }
     }
     return true;
 }
-static_assert(rowsAreInOrder(), "a row that is not where its enumerator says");
+static_assert(rolesAreInOrder(), "a row that is not where its enumerator says");
 
 const RoleEntry& entryOf(Role role) {
-    return kRoles.at(static_cast<std::size_t>(role));
+    return kTable.at(static_cast<std::size_t>(role));
 }
 
 } // namespace
 
 std::span<const RoleEntry> roles() {
-    return kRoles;
+    return kTable;
 }
 
 const RoleEntry* findRole(std::string_view id) {
-    const auto* const row = std::find_if(kRoles.begin(), kRoles.end(),
+    const auto* const row = std::find_if(kTable.begin(), kTable.end(),
                                          [id](const RoleEntry& each) { return each.id == id; });
-    return row == kRoles.end() ? nullptr : row;
+    return row == kTable.end() ? nullptr : row;
 }
 
 std::string_view nameOf(Role role) {

@@ -10,7 +10,8 @@ namespace redfish::model {
 
 namespace {
 
-constexpr std::array<std::string_view, 4> kReadOnly{"Actions", "Description", "Id", "Name"};
+constexpr std::array<std::string_view, 4> kReadOnlyProperties{"Actions", "Description", "Id",
+                                                              "Name"};
 
 std::int64_t numberIn(std::string_view text) {
     std::int64_t number = 0;
@@ -33,7 +34,7 @@ Rule ruleFor(const client::Setting& setting) {
 
 std::vector<Rule> rules() {
     std::vector<Rule> all{{"Oem", Rule::Kind::group}};
-    for (const std::string_view name : kReadOnly) {
+    for (const std::string_view name : kReadOnlyProperties) {
         all.push_back({name, Rule::Kind::readOnly});
     }
     for (const client::Setting* const setting : writableSettings()) {

@@ -16,7 +16,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr char kInstance[] = "80000000-0000-0000-0000-008000000000";
+constexpr char kLockedInstance[] = "80000000-0000-0000-0000-008000000000";
 
 // How long a thread gets to run past a lock that it should wait for. Only a defect depends on it.
 constexpr auto kLongEnough = 100ms;
@@ -56,7 +56,7 @@ int update(AgentUpdateHandler handler, const std::vector<std::string>& values) {
     FieldValuePair* data = records.data();
     int count = static_cast<int>(values.size());
     ReturnMessage answer = kSuccessTemplate;
-    const int result = handler(g_context, kInstance, &data, &count, &answer);
+    const int result = handler(g_context, kLockedInstance, &data, &count, &answer);
     freeReturnMessage(&answer);
     return result;
 }
@@ -78,17 +78,19 @@ int updateBoot() {
 int read() {
     bool flag = false;
     ReturnMessage answer = kSuccessTemplate;
-    return OrvaneWebGUI_Agent_UPDATE_00001(g_context, kInstance, &answer, &flag);
+    return OrvaneWebGUI_Agent_UPDATE_00001(g_context, kLockedInstance, &answer, &flag);
 }
 
 int turnOffLcd() {
     ReturnMessage answer = kSuccessTemplate;
-    return OrvaneWebGUI_Agent_ACTION_TurnOffLCD(g_context, kInstance, nullptr, &answer, nullptr);
+    return OrvaneWebGUI_Agent_ACTION_TurnOffLCD(g_context, kLockedInstance, nullptr, &answer,
+                                                nullptr);
 }
 
 int guiReady() {
     ReturnMessage answer = kSuccessTemplate;
-    return OrvaneWebGUI_Agent_ACTION_GUIReady(g_context, kInstance, nullptr, &answer, nullptr);
+    return OrvaneWebGUI_Agent_ACTION_GUIReady(g_context, kLockedInstance, nullptr, &answer,
+                                              nullptr);
 }
 
 class HandlerLock : public agent_test::AgentTest {
@@ -96,7 +98,7 @@ protected:
     HandlerLock() {
         G_ManagingMode = 0;
         g_context = doubles::context();
-        doubles::hashes()[kInstance] = {{"MeasurementSystem", "Metric"}};
+        doubles::hashes()[kLockedInstance] = {{"MeasurementSystem", "Metric"}};
         start();
     }
     ~HandlerLock() override { G_ManagingMode = 2; }

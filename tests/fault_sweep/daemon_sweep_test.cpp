@@ -15,16 +15,16 @@ namespace {
 
 using service_test::Lines;
 
-constexpr char kWebGUI[] = "80000000-0000-0000-0000-008000000000";
+constexpr char kDefinitionTarget[] = "80000000-0000-0000-0000-008000000000";
 
 Lines script() {
-    const std::string target = std::string(" OriginalObjID=") + kWebGUI;
+    const std::string target = std::string(" OriginalObjID=") + kDefinitionTarget;
     return {"provision",
             "hash Request:2" + target,
             "hash Request:2 Language=Deutsch",
             "hash Request:0" + target,
             "hash Request:0 Action=WebGUI.TurnOffLCD",
-            std::string("request 00001 ") + kWebGUI + " Reply:1",
+            std::string("request 00001 ") + kDefinitionTarget + " Reply:1",
             "request 00002 Request:2 Reply:2",
             "request 00000 Request:0 Reply:3",
             "request 00009 Request:0 Reply:4"};

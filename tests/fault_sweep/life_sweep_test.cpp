@@ -18,7 +18,7 @@ namespace fault_sweep {
 
 namespace {
 
-constexpr char kWebGUI[] = "80000000-0000-0000-0000-008000000000";
+constexpr char kDefinition[] = "80000000-0000-0000-0000-008000000000";
 constexpr char kCollection[] = "collection";
 
 // Serves a read and an update without faults while the daemon waits for requests, and notes the
@@ -27,8 +27,8 @@ void serveRequests() {
     leaveOut();
     doubles::pauseFailures(true);
     doubles::recordAllocations(false);
-    doubles::hashes()["Request:1"] = {{"InitialBoot", "true"}, {"OriginalObjID", kWebGUI}};
-    doubles::callHook("00001", kWebGUI, "Reply:1");
+    doubles::hashes()["Request:1"] = {{"InitialBoot", "true"}, {"OriginalObjID", kDefinition}};
+    doubles::callHook("00001", kDefinition, "Reply:1");
     doubles::callHook("00004", "Request:1", "Reply:2");
     doubles::runWorkers();
     for (const std::string& call : doubles::calls()) {
@@ -74,7 +74,7 @@ void buildTree() {
 
 void removeTree(const Life& life) {
     if (life.course == Course::deletion) {
-        OrvaneWebGUI_Delete(G_Plugin.m_redis, kWebGUI, kCollection);
+        OrvaneWebGUI_Delete(G_Plugin.m_redis, kDefinition, kCollection);
     } else {
         OrvaneWebGUI_Clean(G_Plugin.m_redis);
     }
@@ -96,7 +96,7 @@ void live(const Life& life, const Plan& plan) {
     if (life.course == Course::cleanEmptyStore) {
         doubles::lists().clear();
     } else if (life.collectionIsSet) {
-        doubles::sets()[kCollection] = {kWebGUI};
+        doubles::sets()[kCollection] = {kDefinition};
     }
     goOn();
     arm(plan);

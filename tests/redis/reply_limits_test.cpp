@@ -50,7 +50,7 @@ const std::vector<std::string>& greedyHeaders() {
     return headers;
 }
 
-void feed(ReplyReader& reader, std::string_view bytes) {
+void feedInto(ReplyReader& reader, std::string_view bytes) {
     while (!bytes.empty()) {
         const std::span<char> room = reader.room();
         const std::size_t count = bytes.copy(room.data(), room.size());
@@ -64,7 +64,7 @@ TEST(ReplyLimits, RefuseWhatAHeaderAnnouncesBeforeItTakesMemory) {
         EXPECT_LT(memoryTakenBy([&] {
                       ReplyReader reader;
                       Reply reply;
-                      feed(reader, header);
+                      feedInto(reader, header);
                       EXPECT_EQ(reader.next(reply), Found::nonsense) << header;
                   }),
                   kLittle)
@@ -77,7 +77,7 @@ TEST(ReplyLimits, LetMemoryGrowWithWhatArrivesOnly) {
         EXPECT_LT(memoryTakenBy([&] {
                       ReplyReader reader;
                       Reply reply;
-                      feed(reader, header);
+                      feedInto(reader, header);
                       EXPECT_EQ(reader.next(reply), Found::incomplete) << header;
                   }),
                   kLittle)
@@ -89,11 +89,11 @@ TEST(ReplyLimits, HoldForTheReplyAsAWhole) {
     const std::string text = "$1048576\r\n" + std::string(1'048'576, 't') + "\r\n";
     ReplyReader reader;
     Reply reply;
-    feed(reader, "*1000\r\n");
+    feedInto(reader, "*1000\r\n");
     Found found = Found::incomplete;
     int texts = 0;
     while (found == Found::incomplete && texts < 1000) {
-        feed(reader, text);
+        feedInto(reader, text);
         found = reader.next(reply);
         ++texts;
     }
@@ -105,9 +105,9 @@ TEST(ReplyLimits, HoldForTheReplyAsAWhole) {
 TEST(ReplyLimits, HoldForALineWithoutEnd) {
     ReplyReader reader;
     Reply reply;
-    feed(reader, "+" + std::string(65'000, 'x'));
+    feedInto(reader, "+" + std::string(65'000, 'x'));
     EXPECT_EQ(reader.next(reply), Found::incomplete);
-    feed(reader, std::string(1'000, 'x'));
+    feedInto(reader, std::string(1'000, 'x'));
     EXPECT_EQ(reader.next(reply), Found::nonsense);
 }
 

@@ -12,12 +12,12 @@ using testing::ElementsAreArray;
 using testing::IsEmpty;
 
 constexpr const char* kNames[] = {"Language"};
-constexpr UpdateHandlerEntry kRow{"00002", 1, 1, kNames, updateHandler};
+constexpr UpdateHandlerEntry kCreateRow{"00002", 1, 1, kNames, updateHandler};
 
 // NOLINTBEGIN(cert-err58-cpp): without memory for them the test fails, as it should
 const std::string kNew = "11111111-2222-3333-4444-555555555555";
-const std::string kInputCall = "osselHashGetAll(ctx, \"Request:1\")";
-const std::string kHandlerCall = "handler(\"" + kNew + "\")";
+const std::string kCreateInputCall = "osselHashGetAll(ctx, \"Request:1\")";
+const std::string kCreateHandlerCall = "handler(\"" + kNew + "\")";
 const std::string kHashCall = "osselCreateHashTable(ctx, \"" + kNew + "\", [Language=German], 1)";
 const std::string kTtlCall = "osselHashAppendTTLObject(ctx, \"" + kNew + "\", 1)";
 const std::string kPushCall = "osselListRightPush(ctx, \"collection\", \"" + kNew + "\")";
@@ -26,7 +26,7 @@ const std::string kPushCall = "osselListRightPush(ctx, \"collection\", \"" + kNe
 class Create : public RequestTest {
 protected:
     Create() { doubles::hashes()[kRequest] = {{"OriginalObjID", kNew}, {"Language", "German"}}; }
-    void createNew(const UpdateHandlerEntry& row = kRow,
+    void createNew(const UpdateHandlerEntry& row = kCreateRow,
                    const std::string& collection = "collection") {
         create(context(), row, kRequest, kChannel, "schema-type", collection, keys_);
     }
@@ -34,9 +34,9 @@ protected:
 
 TEST_F(Create, CreatesTheInstanceAndAnswersSuccessWithoutAnEvent) {
     createNew();
-    EXPECT_THAT(doubles::calls(), ElementsAreArray(followedBy(
-                                      {kInputCall, kHandlerCall, kHashCall, kTtlCall, kPushCall},
-                                      answerCalls("Success"))));
+    EXPECT_THAT(doubles::calls(), ElementsAreArray(followedBy({kCreateInputCall, kCreateHandlerCall,
+                                                               kHashCall, kTtlCall, kPushCall},
+                                                              answerCalls("Success"))));
     EXPECT_THAT(doubles::events(), IsEmpty());
     EXPECT_EQ(output(), "");
 }
@@ -61,10 +61,10 @@ TEST_F(Create, JoinsASetWhereTheCollectionIsOne) {
 }
 
 TEST_F(Create, JoinsNothingWithAnEmptyCollectionKey) {
-    createNew(kRow, "");
-    EXPECT_THAT(doubles::calls(),
-                ElementsAreArray(followedBy({kInputCall, kHandlerCall, kHashCall, kTtlCall},
-                                            answerCalls("Success"))));
+    createNew(kCreateRow, "");
+    EXPECT_THAT(doubles::calls(), ElementsAreArray(followedBy(
+                                      {kCreateInputCall, kCreateHandlerCall, kHashCall, kTtlCall},
+                                      answerCalls("Success"))));
 }
 
 TEST_F(Create, SetsNoTimeToLiveForARowWithTtlZero) {
@@ -75,8 +75,8 @@ TEST_F(Create, SetsNoTimeToLiveForARowWithTtlZero) {
 TEST_F(Create, AnswersInvalidObjectForAnEmptyRequestObject) {
     doubles::hashes().clear();
     createNew();
-    EXPECT_THAT(doubles::calls(),
-                ElementsAreArray(followedBy({kInputCall}, answerCalls("InvalidObject", kRequest))));
+    EXPECT_THAT(doubles::calls(), ElementsAreArray(followedBy(
+                                      {kCreateInputCall}, answerCalls("InvalidObject", kRequest))));
     EXPECT_EQ(output(),
               "[getInputData]: Failed to call osselHashGetAll( Request:1 ). uiCount is 0.\n"
               "[create]: Failed to call getCreateProperties().\n");
@@ -87,7 +87,7 @@ TEST_F(Create, AnswersInternalErrorWithoutMemoryForTheValues) {
     createNew();
     doubles::failAllocation(0);
     EXPECT_THAT(doubles::calls(),
-                ElementsAreArray(followedBy({kInputCall}, answerCalls("InternalError"))));
+                ElementsAreArray(followedBy({kCreateInputCall}, answerCalls("InternalError"))));
     EXPECT_EQ(output(), "[getInputData]: Failed to call malloc() for *data.\n"
                         "[create]: Failed to call getCreateProperties().\n");
 }
@@ -96,7 +96,8 @@ TEST_F(Create, AnswersSuccessWithoutAnInstanceWhenTheAgentRefusesWithoutAnAnswer
     script.result = 1;
     createNew();
     EXPECT_THAT(doubles::calls(),
-                ElementsAreArray(followedBy({kInputCall, kHandlerCall}, answerCalls("Success"))));
+                ElementsAreArray(
+                    followedBy({kCreateInputCall, kCreateHandlerCall}, answerCalls("Success"))));
     EXPECT_EQ(output(), "[create]: Failed to call fnAgentCreate().\n");
 }
 
@@ -118,8 +119,9 @@ TEST_F(Create, SendsTheAnswerOfARefusingAgent) {
 TEST_F(Create, AnswersInternalErrorWhenTheInstanceCannotBeCreated) {
     doubles::fail("osselCreateHashTable");
     createNew();
-    EXPECT_THAT(doubles::calls(), ElementsAreArray(followedBy({kInputCall, kHandlerCall, kHashCall},
-                                                              answerCalls("InternalError"))));
+    EXPECT_THAT(doubles::calls(),
+                ElementsAreArray(followedBy({kCreateInputCall, kCreateHandlerCall, kHashCall},
+                                            answerCalls("InternalError"))));
     EXPECT_EQ(output(), "[createInstance]: Failed to call osselCreateHashTable( " + kNew +
                             ", ..., 1 ).\n"
                             "[create]: Failed to call createInstance().\n");

@@ -13,12 +13,12 @@ using testing::IsEmpty;
 
 constexpr ActionHandlerEntry kActions[] = {{"WebGUI.TurnOffLCD", 0, nullptr, actionHandler},
                                            {"WebGUI.GUIReady", 0, nullptr, otherActionHandler}};
-constexpr const char* kNames[] = {"Language"};
-constexpr UpdateHandlerEntry kCreations[] = {{"00002", 1, 1, kNames, updateHandler},
-                                             {"00003", 1, 1, kNames, otherUpdateHandler}};
+constexpr const char* kDispatchNames[] = {"Language"};
+constexpr UpdateHandlerEntry kCreations[] = {{"00002", 1, 1, kDispatchNames, updateHandler},
+                                             {"00003", 1, 1, kDispatchNames, otherUpdateHandler}};
 
 // NOLINTBEGIN(cert-err58-cpp): without memory for them the test fails, as it should
-const std::string kId = kInstance;
+const std::string kDispatchId = kInstance;
 const std::string kActionCall = "osselGetHashField(ctx, \"Request:1\", \"Action\")";
 // NOLINTEND(cert-err58-cpp)
 
@@ -36,18 +36,19 @@ protected:
 
 TEST_F(Dispatch, RunsTheActionThatTheRequestNames) {
     dispatchAction("WebGUI.TurnOffLCD");
-    EXPECT_THAT(doubles::calls(),
-                ElementsAreArray(followedBy(
-                    {kActionCall, "osselHashGetAll(ctx, \"Request:1\")", "handler(\"" + kId + "\")",
-                     "osselCreateHashTable(ctx, \"Request:1\", [HasRespData=No], 1)"},
-                    answerCalls("Success"))));
-    EXPECT_THAT(script.invocations, ElementsAre("action " + kId + " none"));
+    EXPECT_THAT(
+        doubles::calls(),
+        ElementsAreArray(followedBy(
+            {kActionCall, "osselHashGetAll(ctx, \"Request:1\")", "handler(\"" + kDispatchId + "\")",
+             "osselCreateHashTable(ctx, \"Request:1\", [HasRespData=No], 1)"},
+            answerCalls("Success"))));
+    EXPECT_THAT(script.invocations, ElementsAre("action " + kDispatchId + " none"));
     EXPECT_EQ(output(), "");
 }
 
 TEST_F(Dispatch, FindsEachActionRow) {
     dispatchAction("WebGUI.GUIReady");
-    EXPECT_THAT(script.invocations, ElementsAre("other row", "action " + kId + " none"));
+    EXPECT_THAT(script.invocations, ElementsAre("other row", "action " + kDispatchId + " none"));
 }
 
 TEST_F(Dispatch, RefusesAnActionWithoutARow) {
@@ -125,13 +126,13 @@ TEST_F(Dispatch, DoesNotAnswerAgainWhenTheActionHasFailedAndAnswered) {
 TEST_F(Dispatch, CreatesWithTheRowThatServesUpdatesOfTheSameId) {
     dispatch("00002");
     EXPECT_THAT(doubles::calls(),
-                ElementsAreArray(
-                    followedBy({"osselHashGetAll(ctx, \"Request:1\")", "handler(\"" + kId + "\")",
-                                "osselCreateHashTable(ctx, \"" + kId + "\", [Language=German], 1)",
-                                "osselHashAppendTTLObject(ctx, \"" + kId + "\", 1)",
-                                "osselListRightPush(ctx, \"collection\", \"" + kId + "\")"},
-                               answerCalls("Success"))));
-    EXPECT_THAT(script.invocations, ElementsAre("update " + kId + " Language=German"));
+                ElementsAreArray(followedBy(
+                    {"osselHashGetAll(ctx, \"Request:1\")", "handler(\"" + kDispatchId + "\")",
+                     "osselCreateHashTable(ctx, \"" + kDispatchId + "\", [Language=German], 1)",
+                     "osselHashAppendTTLObject(ctx, \"" + kDispatchId + "\", 1)",
+                     "osselListRightPush(ctx, \"collection\", \"" + kDispatchId + "\")"},
+                    answerCalls("Success"))));
+    EXPECT_THAT(script.invocations, ElementsAre("update " + kDispatchId + " Language=German"));
     EXPECT_EQ(output(), "");
 }
 

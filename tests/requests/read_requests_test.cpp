@@ -14,8 +14,9 @@ using testing::IsEmpty;
 constexpr ReadHandlerEntry kRows[] = {{"00001", 1, readHandler}, {"00009", 20, readHandler}};
 
 // NOLINTBEGIN(cert-err58-cpp): without memory for them the test fails, as it should
-const std::string kHandlerCall = "handler(\"" + std::string(kInstance) + "\")";
-const std::string kTtlCall = "osselHashAppendTTLObject(ctx, \"" + std::string(kInstance) + "\", 1)";
+const std::string kReadHandlerCall = "handler(\"" + std::string(kInstance) + "\")";
+const std::string kReadTtlCall =
+    "osselHashAppendTTLObject(ctx, \"" + std::string(kInstance) + "\", 1)";
 const std::string kETagCall = "osselClearETagCache(ctx, \"" + std::string(kInstance) + "\")";
 // NOLINTEND(cert-err58-cpp)
 
@@ -28,8 +29,8 @@ protected:
 
 TEST_F(ReadObject, AnswersSuccessAfterTheHandlerAndTheTimeToLive) {
     readInstance();
-    EXPECT_THAT(doubles::calls(),
-                ElementsAreArray(followedBy({kHandlerCall, kTtlCall}, answerCalls("Success"))));
+    EXPECT_THAT(doubles::calls(), ElementsAreArray(followedBy({kReadHandlerCall, kReadTtlCall},
+                                                              answerCalls("Success"))));
     EXPECT_EQ(output(), "");
 }
 
@@ -98,7 +99,7 @@ TEST_F(ReadObject, AnswersSuccessWhenTheHandlerFailsWithoutAnAnswer) {
     script.clearETag = true;
     readInstance();
     EXPECT_THAT(doubles::calls(),
-                ElementsAreArray(followedBy({kHandlerCall}, answerCalls("Success"))));
+                ElementsAreArray(followedBy({kReadHandlerCall}, answerCalls("Success"))));
     EXPECT_EQ(output(), "[read]: Failed to call fnAgentRead().\n");
 }
 
@@ -113,16 +114,17 @@ TEST_F(ReadObject, SendsTheAnswerOfAFailedHandler) {
     script.result = -4;
     script.answerId = "InternalError";
     readInstance();
-    EXPECT_THAT(doubles::calls(),
-                ElementsAreArray(followedBy({kHandlerCall}, answerCalls("InternalError", "why"))));
+    EXPECT_THAT(doubles::calls(), ElementsAreArray(followedBy(
+                                      {kReadHandlerCall}, answerCalls("InternalError", "why"))));
 }
 
 TEST_F(ReadObject, AnswersInternalErrorWhenTheTimeToLiveFailsAndStillClearsTheETag) {
     script.clearETag = true;
     doubles::fail("osselHashAppendTTLObject");
     readInstance();
-    EXPECT_THAT(doubles::calls(), ElementsAreArray(followedBy({kHandlerCall, kTtlCall, kETagCall},
-                                                              answerCalls("InternalError"))));
+    EXPECT_THAT(doubles::calls(),
+                ElementsAreArray(followedBy({kReadHandlerCall, kReadTtlCall, kETagCall},
+                                            answerCalls("InternalError"))));
 }
 
 TEST_F(ReadObject, ShowsTheTtlInDecimalWhateverTheStream) {
@@ -142,8 +144,9 @@ TEST_F(ReadObject, ShowsTheTtlInDecimalWhateverTheStream) {
 TEST_F(ReadObject, ClearsTheETagOnlyWhenTheHandlerAsks) {
     script.clearETag = true;
     readInstance();
-    EXPECT_THAT(doubles::calls(), ElementsAreArray(followedBy({kHandlerCall, kTtlCall, kETagCall},
-                                                              answerCalls("Success"))));
+    EXPECT_THAT(doubles::calls(),
+                ElementsAreArray(followedBy({kReadHandlerCall, kReadTtlCall, kETagCall},
+                                            answerCalls("Success"))));
     EXPECT_EQ(output(), "");
 }
 

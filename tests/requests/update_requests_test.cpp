@@ -12,53 +12,55 @@ using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::IsEmpty;
 
-constexpr const char* kNames[] = {"Language", "Theme"};
-constexpr UpdateHandlerEntry kRows[] = {{"00002", 1, 2, kNames, updateHandler},
-                                        {"00003", 5, 1, kNames, otherUpdateHandler}};
+constexpr const char* kUpdateNames[] = {"Language", "Theme"};
+constexpr UpdateHandlerEntry kUpdateRows[] = {{"00002", 1, 2, kUpdateNames, updateHandler},
+                                              {"00003", 5, 1, kUpdateNames, otherUpdateHandler}};
 
 // NOLINTBEGIN(cert-err58-cpp): without memory for them the test fails, as it should
-const std::string kId = kInstance;
-const std::string kInputCall = "osselHashGetAll(ctx, \"Request:1\")";
-const std::string kHandlerCall = "handler(\"" + kId + "\")";
+const std::string kUpdateId = kInstance;
+const std::string kUpdateInputCall = "osselHashGetAll(ctx, \"Request:1\")";
+const std::string kUpdateHandlerCall = "handler(\"" + kUpdateId + "\")";
 const std::string kWriteCall =
-    "osselCreateHashTable(ctx, \"" + kId + "\", [Language=German, Theme=], 2)";
-const std::string kTtlCall = "osselHashAppendTTLObject(ctx, \"" + kId + "\", 1)";
-const std::string kETagCall = "osselClearETagCache(ctx, \"" + kId + "\")";
+    "osselCreateHashTable(ctx, \"" + kUpdateId + "\", [Language=German, Theme=], 2)";
+const std::string kUpdateTtlCall = "osselHashAppendTTLObject(ctx, \"" + kUpdateId + "\", 1)";
+const std::string kUpdateETagCall = "osselClearETagCache(ctx, \"" + kUpdateId + "\")";
 const std::string kEventCall =
     "osselCreateEventObject(ctx, \"Zolan Event\", 0, [{eventType=ResourceUpdated, kind=MESSAGE, "
     "message=Resource updated, messageId=Orvane.1.0.Msg000, arguments=[WebGUI00], origin=" +
-    kId + "}], 1)";
+    kUpdateId + "}], 1)";
 // NOLINTEND(cert-err58-cpp)
 
 class UpdateObject : public RequestTest {
 protected:
     void updateInstance(const std::string& messageId = "00002", int count = 2) {
-        updateObject(context(), messageId, kRequest, kChannel, count, kRows, keys_);
+        updateObject(context(), messageId, kRequest, kChannel, count, kUpdateRows, keys_);
     }
 };
 
 TEST_F(UpdateObject, WritesTheInstanceThenSendsOneEventThenAnswersSuccess) {
     updateInstance();
-    EXPECT_THAT(doubles::calls(), ElementsAreArray(followedBy({kInputCall, kHandlerCall, kWriteCall,
-                                                               kTtlCall, kETagCall, kEventCall},
-                                                              answerCalls("Success"))));
+    EXPECT_THAT(doubles::calls(),
+                ElementsAreArray(followedBy({kUpdateInputCall, kUpdateHandlerCall, kWriteCall,
+                                             kUpdateTtlCall, kUpdateETagCall, kEventCall},
+                                            answerCalls("Success"))));
     EXPECT_EQ(output(), "");
 }
 
 TEST_F(UpdateObject, PassesTheTargetAndTheNamedValuesToTheRowsHandler) {
     updateInstance();
-    EXPECT_THAT(script.invocations, ElementsAre("update " + kId + " Language=German Theme="));
+    EXPECT_THAT(script.invocations, ElementsAre("update " + kUpdateId + " Language=German Theme="));
 }
 
 TEST_F(UpdateObject, PicksTheRowByItsId) {
     updateInstance("00003");
-    EXPECT_THAT(script.invocations, ElementsAre("other row", "update " + kId + " Language=German"));
+    EXPECT_THAT(script.invocations,
+                ElementsAre("other row", "update " + kUpdateId + " Language=German"));
     EXPECT_EQ(doubles::freshness()[kInstance], 5);
 }
 
 TEST_F(UpdateObject, TakesTheFirstMatchingRow) {
-    const UpdateHandlerEntry rows[] = {{"00002", 1, 1, kNames, otherUpdateHandler},
-                                       {"00002", 1, 1, kNames, updateHandler}};
+    const UpdateHandlerEntry rows[] = {{"00002", 1, 1, kUpdateNames, otherUpdateHandler},
+                                       {"00002", 1, 1, kUpdateNames, updateHandler}};
     updateObject(context(), "00002", kRequest, kChannel, 2, rows, keys_);
     EXPECT_EQ(script.invocations.front(), "other row");
 }
@@ -95,8 +97,9 @@ TEST_F(UpdateObject, AnswersInvalidObjectForAnEmptyRequestObject) {
         doubles::reset();
         hexadecimal ? hexStream() : decimalStream();
         updateInstance();
-        EXPECT_THAT(doubles::calls(), ElementsAreArray(followedBy(
-                                          {kInputCall}, answerCalls("InvalidObject", kRequest))));
+        EXPECT_THAT(doubles::calls(),
+                    ElementsAreArray(
+                        followedBy({kUpdateInputCall}, answerCalls("InvalidObject", kRequest))));
         EXPECT_EQ(output(), "[getInputData]: Failed to call osselHashGetAll( Request:1 ). uiCount "
                             "is 0.\n"
                             "[update]: Failed to call getUpdateProperties().\n");
@@ -110,7 +113,7 @@ TEST_F(UpdateObject, AnswersInternalErrorWithoutMemoryForTheValues) {
     ASSERT_TRUE(doubles::allocationFailed());
     doubles::failAllocation(0);
     EXPECT_THAT(doubles::calls(),
-                ElementsAreArray(followedBy({kInputCall}, answerCalls("InternalError"))));
+                ElementsAreArray(followedBy({kUpdateInputCall}, answerCalls("InternalError"))));
     EXPECT_EQ(output(), "[getInputData]: Failed to call malloc() for *data.\n"
                         "[update]: Failed to call getUpdateProperties().\n");
 }
@@ -121,8 +124,9 @@ TEST_F(UpdateObject, AnswersInvalidObjectWithTheRequestsKeyForAnUnknownTarget) {
         doubles::reset();
         doubles::hashes()[kRequest] = {{"OriginalObjID", target}, {"Language", "German"}};
         updateInstance();
-        EXPECT_THAT(doubles::calls(), ElementsAreArray(followedBy(
-                                          {kInputCall}, answerCalls("InvalidObject", kRequest))));
+        EXPECT_THAT(doubles::calls(),
+                    ElementsAreArray(
+                        followedBy({kUpdateInputCall}, answerCalls("InvalidObject", kRequest))));
     }
     EXPECT_THAT(script.invocations, IsEmpty());
     EXPECT_EQ(output(), "");
@@ -131,15 +135,16 @@ TEST_F(UpdateObject, AnswersInvalidObjectWithTheRequestsKeyForAnUnknownTarget) {
 TEST_F(UpdateObject, AnswersInvalidObjectWhenTheRequestNamesNoTarget) {
     doubles::hashes()[kRequest] = {{"Language", "German"}};
     updateInstance();
-    EXPECT_THAT(doubles::calls(),
-                ElementsAreArray(followedBy({kInputCall}, answerCalls("InvalidObject", kRequest))));
+    EXPECT_THAT(doubles::calls(), ElementsAreArray(followedBy(
+                                      {kUpdateInputCall}, answerCalls("InvalidObject", kRequest))));
 }
 
 TEST_F(UpdateObject, AnswersSuccessWhenTheAgentRefusesWithoutAnAnswer) {
     script.result = 1;
     updateInstance();
     EXPECT_THAT(doubles::calls(),
-                ElementsAreArray(followedBy({kInputCall, kHandlerCall}, answerCalls("Success"))));
+                ElementsAreArray(
+                    followedBy({kUpdateInputCall, kUpdateHandlerCall}, answerCalls("Success"))));
     EXPECT_EQ(output(), "[update]: Failed to call fnAgentUpdate().\n");
     EXPECT_EQ(doubles::field(kInstance, "Language"), "English");
 }
@@ -156,17 +161,17 @@ TEST_F(UpdateObject, SendsTheAnswerOfARefusingAgent) {
     script.answerId = "InternalError";
     updateInstance();
     EXPECT_THAT(doubles::calls(),
-                ElementsAreArray(
-                    followedBy({kInputCall, kHandlerCall}, answerCalls("InternalError", "why"))));
+                ElementsAreArray(followedBy({kUpdateInputCall, kUpdateHandlerCall},
+                                            answerCalls("InternalError", "why"))));
 }
 
 TEST_F(UpdateObject, AnswersInternalErrorWithoutAnEventWhenTheInstanceCannotBeWritten) {
     doubles::fail("osselCreateHashTable", 3);
     updateInstance();
     EXPECT_THAT(doubles::calls(),
-                ElementsAreArray(followedBy({kInputCall, kHandlerCall, kWriteCall},
+                ElementsAreArray(followedBy({kUpdateInputCall, kUpdateHandlerCall, kWriteCall},
                                             answerCalls("InternalError"))));
-    EXPECT_EQ(output(), "[updateInstance]: Failed to call osselCreateHashTable( " + kId +
+    EXPECT_EQ(output(), "[updateInstance]: Failed to call osselCreateHashTable( " + kUpdateId +
                             ", ..., 2 ).\n"
                             "[update]: Failed to call updateInstance().\n");
 }
@@ -174,10 +179,11 @@ TEST_F(UpdateObject, AnswersInternalErrorWithoutAnEventWhenTheInstanceCannotBeWr
 TEST_F(UpdateObject, AnswersInternalErrorWhenTheETagCannotBeCleared) {
     doubles::fail("osselClearETagCache");
     updateInstance();
-    EXPECT_THAT(doubles::calls(), ElementsAreArray(followedBy(
-                                      {kInputCall, kHandlerCall, kWriteCall, kTtlCall, kETagCall},
-                                      answerCalls("InternalError"))));
-    EXPECT_EQ(output(), "[updateInstance]: Failed to call osselClearETagCache(" + kId +
+    EXPECT_THAT(doubles::calls(),
+                ElementsAreArray(followedBy({kUpdateInputCall, kUpdateHandlerCall, kWriteCall,
+                                             kUpdateTtlCall, kUpdateETagCall},
+                                            answerCalls("InternalError"))));
+    EXPECT_EQ(output(), "[updateInstance]: Failed to call osselClearETagCache(" + kUpdateId +
                             ").\n"
                             "[update]: Failed to call updateInstance().\n");
     EXPECT_EQ(doubles::field(kInstance, "Language"), "German");
@@ -186,11 +192,12 @@ TEST_F(UpdateObject, AnswersInternalErrorWhenTheETagCannotBeCleared) {
 TEST_F(UpdateObject, AnswersSuccessWhenTheTimeToLiveFails) {
     doubles::fail("osselHashAppendTTLObject");
     updateInstance();
-    EXPECT_THAT(doubles::calls(), ElementsAreArray(followedBy({kInputCall, kHandlerCall, kWriteCall,
-                                                               kTtlCall, kETagCall, kEventCall},
-                                                              answerCalls("Success"))));
-    EXPECT_EQ(output(),
-              "[updateInstance]: Failed to call osselHashAppendTTLObject( " + kId + ", 1 ).\n");
+    EXPECT_THAT(doubles::calls(),
+                ElementsAreArray(followedBy({kUpdateInputCall, kUpdateHandlerCall, kWriteCall,
+                                             kUpdateTtlCall, kUpdateETagCall, kEventCall},
+                                            answerCalls("Success"))));
+    EXPECT_EQ(output(), "[updateInstance]: Failed to call osselHashAppendTTLObject( " + kUpdateId +
+                            ", 1 ).\n");
 }
 
 TEST_F(UpdateObject, KeepsTheAnswerWhenTheEventFails) {
@@ -214,8 +221,9 @@ TEST_F(UpdateObject, LogsUnderTheNameOfUpdateWhenTheAnswerCannotBeSent) {
 TEST_F(UpdateObject, WritesAsManyRecordsAsTheHandlerLeaves) {
     script.newCount = 1;
     updateInstance();
-    EXPECT_THAT(doubles::callsOf("osselCreateHashTable"),
-                ElementsAre("osselCreateHashTable(ctx, \"" + kId + "\", [Language=German], 1)"));
+    EXPECT_THAT(
+        doubles::callsOf("osselCreateHashTable"),
+        ElementsAre("osselCreateHashTable(ctx, \"" + kUpdateId + "\", [Language=German], 1)"));
 }
 
 TEST_F(UpdateObject, WritesAndFreesTheBlockThatTheHandlerLeaves) {
@@ -223,13 +231,13 @@ TEST_F(UpdateObject, WritesAndFreesTheBlockThatTheHandlerLeaves) {
     script.newCount = 1;
     updateInstance();
     EXPECT_THAT(doubles::callsOf("osselCreateHashTable"),
-                ElementsAre("osselCreateHashTable(ctx, \"" + kId + "\", [Other=], 1)"));
+                ElementsAre("osselCreateHashTable(ctx, \"" + kUpdateId + "\", [Other=], 1)"));
 }
 
 TEST_F(UpdateObject, ServesARowWithoutProperties) {
     const UpdateHandlerEntry row{"00002", 1, 0, nullptr, updateHandler};
     updateObject(context(), "00002", kRequest, kChannel, 1, &row, keys_);
-    EXPECT_THAT(script.invocations, ElementsAre("update " + kId + " none"));
+    EXPECT_THAT(script.invocations, ElementsAre("update " + kUpdateId + " none"));
 }
 
 TEST_F(UpdateObject, ShowsTheCountInTheBaseOfTheStream) {
@@ -239,7 +247,7 @@ TEST_F(UpdateObject, ShowsTheCountInTheBaseOfTheStream) {
         stream();
         doubles::fail("osselCreateHashTable");
         updateObject(context(), "00003", kRequest, kChannel, 1, &row, keys_);
-        EXPECT_EQ(output(), "[updateInstance]: Failed to call osselCreateHashTable( " + kId +
+        EXPECT_EQ(output(), "[updateInstance]: Failed to call osselCreateHashTable( " + kUpdateId +
                                 ", ..., " + shown +
                                 " ).\n"
                                 "[update]: Failed to call updateInstance().\n");

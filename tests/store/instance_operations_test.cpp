@@ -382,8 +382,8 @@ class FieldNames : public StoreTest {};
 
 TEST_F(FieldNames, AreWrittenIntoTheFirstRecords) {
     std::array<FieldValuePair, 3> records{fieldOf("x", "1"), fieldOf("y", "2"), fieldOf("z", "3")};
-    constexpr std::array<const char*, 2> kNames{"A", "B"};
-    fillFieldNames(records.data(), kNames.data(), 2);
+    constexpr std::array<const char*, 2> kFields{"A", "B"};
+    fillFieldNames(records.data(), kFields.data(), 2);
     EXPECT_STREQ(records[0].name, "A");
     EXPECT_STREQ(records[0].value, "1");
     EXPECT_STREQ(records[1].name, "B");
@@ -399,10 +399,10 @@ TEST_F(FieldNames, AreCutTo1023Characters) {
 }
 
 TEST_F(FieldNames, AreNotWrittenWithoutRecordsOrCount) {
-    constexpr std::array<const char*, 1> kNames{"A"};
-    fillFieldNames(nullptr, kNames.data(), 1);
+    constexpr std::array<const char*, 1> kFields{"A"};
+    fillFieldNames(nullptr, kFields.data(), 1);
     FieldValuePair record = fieldOf("x", "");
-    fillFieldNames(&record, kNames.data(), 0);
+    fillFieldNames(&record, kFields.data(), 0);
     EXPECT_STREQ(record.name, "x");
 }
 

@@ -9,7 +9,7 @@ namespace {
 using testing::ElementsAre;
 using testing::Pair;
 
-constexpr const char* kEnd = nullptr;
+constexpr const char* kNoMore = nullptr;
 
 class NullArguments : public ObjectStore {
 protected:
@@ -34,7 +34,7 @@ protected:
 TEST_F(NullArguments, InPlaceOfTheConnectionFail) {
     redisContext* const none = nullptr;
     EXPECT_NE(osselGenerateUUID(none, text_.data()), 0);
-    EXPECT_NE(osselCreateReturnMessage(none, "hash", "Id", kEnd), 0);
+    EXPECT_NE(osselCreateReturnMessage(none, "hash", "Id", kNoMore), 0);
     EXPECT_NE(osselPublishToChannel(none, "channel", "text"), 0);
     EXPECT_NE(osselCreateHashTable(none, "hash", &pair_, 1), 0);
     EXPECT_NE(osselDeleteHash(none, "hash"), 0);
@@ -58,8 +58,8 @@ TEST_F(NullArguments, InPlaceOfTheConnectionFail) {
 
 TEST_F(NullArguments, InPlaceOfATextFail) {
     redisContext* const context = connection();
-    EXPECT_NE(osselCreateReturnMessage(context, nullptr, "Id", kEnd), 0);
-    EXPECT_NE(osselCreateReturnMessage(context, "hash", nullptr, kEnd), 0);
+    EXPECT_NE(osselCreateReturnMessage(context, nullptr, "Id", kNoMore), 0);
+    EXPECT_NE(osselCreateReturnMessage(context, "hash", nullptr, kNoMore), 0);
     EXPECT_NE(osselPublishToChannel(context, nullptr, "text"), 0);
     EXPECT_NE(osselPublishToChannel(context, "channel", nullptr), 0);
     EXPECT_NE(osselCreateHashTable(context, nullptr, &pair_, 1), 0);

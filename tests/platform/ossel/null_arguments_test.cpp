@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr const char* kNoMore = nullptr;
+constexpr const char* kEndOfArguments = nullptr;
 
 // One call of each function with all arguments given; `wrong` names the argument that is null
 // instead (0: the context). True when the function reports failure.
@@ -37,7 +37,8 @@ std::vector<NullCase> cases() {
          }},
         {"osselCreateReturnMessage", 2,
          [](redisContext* c, int w) {
-             return osselCreateReturnMessage(c, text(1, w), text(2, w), "argument", kNoMore) != 0;
+             return osselCreateReturnMessage(c, text(1, w), text(2, w), "argument",
+                                             kEndOfArguments) != 0;
          }},
         {"osselPublishToChannel", 2,
          [](redisContext* c, int w) {

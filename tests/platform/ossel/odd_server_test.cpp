@@ -18,7 +18,7 @@ using test::OddServer;
 using testing::HasSubstr;
 using testing::SizeIs;
 
-constexpr const char* kNoMore = nullptr;
+constexpr const char* kNoArgument = nullptr;
 
 using Clock = std::chrono::steady_clock;
 
@@ -67,7 +67,7 @@ std::vector<Call> repeatable() {
     return {
         {"osselCreateReturnMessage",
          [](redisContext* c) {
-             return osselCreateReturnMessage(c, "uuid", "Id", "a", kNoMore) == 0;
+             return osselCreateReturnMessage(c, "uuid", "Id", "a", kNoArgument) == 0;
          }},
         {"osselCreateHashTable", [](redisContext* c) { return createHash(c) == 0; }},
         {"osselDeleteHash", [](redisContext* c) { return osselDeleteHash(c, "key") == 0; }},

@@ -11,16 +11,16 @@ using test::HttpAnswer;
 using testing::HasSubstr;
 using testing::Not;
 
-const std::string kAccounts(redfish::model::kAccounts);
-const std::string kJane = kAccounts + "/jane";
-const std::string kSessions(redfish::model::kSessions);
+const std::string kAllAccounts(redfish::model::kAccounts);
+const std::string kJane = kAllAccounts + "/jane";
+const std::string kAllSessions(redfish::model::kSessions);
 const std::string kSessionService(redfish::model::kSessionService);
 const std::string kPassword = "Kept-Secret-1";
 
 class TheAccounts : public testing::Test {
 protected:
     TheAccounts() {
-        const HttpAnswer made = service.send("POST", kAccounts,
+        const HttpAnswer made = service.send("POST", kAllAccounts,
                                              R"({"UserName":"jane","Password":")" + kPassword +
                                                  R"(","RoleId":"Operator"})");
         EXPECT_EQ(made.status, 201);
@@ -40,14 +40,14 @@ protected:
 
 TEST_F(TheAccounts, AreVisibleToTheirOwnersAndToAdministrators) {
     const std::vector<std::string> token = signIn();
-    EXPECT_THAT(service.ask("GET", kAccounts).body, HasSubstr("Accounts/admin"));
-    EXPECT_THAT(asJane(token, kAccounts).body, Not(HasSubstr("Accounts/admin")));
+    EXPECT_THAT(service.ask("GET", kAllAccounts).body, HasSubstr("Accounts/admin"));
+    EXPECT_THAT(asJane(token, kAllAccounts).body, Not(HasSubstr("Accounts/admin")));
     EXPECT_THAT(asJane(token, kJane).body, HasSubstr(R"("RoleId":"Operator")"));
-    EXPECT_EQ(asJane(token, kAccounts + "/admin").status, 404);
-    EXPECT_EQ(service.ask("GET", kAccounts + "/nobody").status, 404);
-    EXPECT_THAT(service.ask("GET", kAccounts + "?$expand=*").body,
+    EXPECT_EQ(asJane(token, kAllAccounts + "/admin").status, 404);
+    EXPECT_EQ(service.ask("GET", kAllAccounts + "/nobody").status, 404);
+    EXPECT_THAT(service.ask("GET", kAllAccounts + "?$expand=*").body,
                 HasSubstr(R"("UserName":"jane")"));
-    EXPECT_THAT(service.ask("GET", kSessions + "?$expand=*").body,
+    EXPECT_THAT(service.ask("GET", kAllSessions + "?$expand=*").body,
                 HasSubstr(R"("UserName":"jane")"));
     EXPECT_THAT(service.ask("GET", std::string(redfish::model::kServiceRoot) + "?$expand=*").body,
                 HasSubstr(R"("SessionTimeout")"));
@@ -81,7 +81,7 @@ TEST_F(TheAccounts, AreSignedOutWhenDisabledOrRemoved) {
 TEST_F(TheAccounts, StayUnchangedIfAChangeIsRefused) {
     const std::string before = service.ask("GET", kJane).body;
     EXPECT_EQ(service.send("PATCH", kJane, R"({"RoleId":"King"})").status, 400);
-    EXPECT_EQ(service.send("PATCH", kAccounts + "/nobody", R"({"Enabled":false})").status, 404);
+    EXPECT_EQ(service.send("PATCH", kAllAccounts + "/nobody", R"({"Enabled":false})").status, 404);
     EXPECT_EQ(service
                   .send("PATCH", kJane, R"({"Enabled":false})",
                         {"--header", "If-Match: \"of-another-time\""})
@@ -94,9 +94,9 @@ TEST_F(TheAccounts, HaveSessionsThatEndAfterTheConfiguredTime) {
     EXPECT_EQ(service.send("PATCH", kSessionService, R"({"SessionTimeout":600})").status, 200);
     EXPECT_THAT(service.ask("GET", kSessionService).body, HasSubstr(R"("SessionTimeout":600)"));
     EXPECT_EQ(service.send("PATCH", kSessionService, R"({"SessionTimeout":"long"})").status, 400);
-    EXPECT_EQ(service.ask("GET", kSessions + "/unknown").status, 404);
-    EXPECT_EQ(service.ask("DELETE", kSessions + "/unknown").status, 404);
-    EXPECT_EQ(service.send("POST", kSessions, R"({"UserName":1})").status, 400);
+    EXPECT_EQ(service.ask("GET", kAllSessions + "/unknown").status, 404);
+    EXPECT_EQ(service.ask("DELETE", kAllSessions + "/unknown").status, 404);
+    EXPECT_EQ(service.send("POST", kAllSessions, R"({"UserName":1})").status, 400);
 }
 
 } // namespace

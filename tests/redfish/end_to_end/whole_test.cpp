@@ -10,7 +10,7 @@ namespace {
 
 using testing::HasSubstr;
 
-const std::string kWebGui(redfish::model::kWebGui);
+const std::string kSettings(redfish::model::kWebGui);
 
 class TheWhole : public test::EndToEndWithDevices {
 protected:
@@ -31,7 +31,7 @@ protected:
 };
 
 TEST_F(TheWhole, IsReadChangedAndActedOnByRedfishtool) {
-    const test::Finished read = redfishtool({"raw", "GET", kWebGui});
+    const test::Finished read = redfishtool({"raw", "GET", kSettings});
     EXPECT_EQ(read.status, 0) << read.error;
     EXPECT_THAT(read.output, HasSubstr("\"ScreenBrightness\": 5"));
     const test::Finished changed =
@@ -44,7 +44,7 @@ TEST_F(TheWhole, IsReadChangedAndActedOnByRedfishtool) {
         redfishtool({"raw", "POST", std::string(redfish::model::kTurnOffLcdTarget), "-d", "{}"});
     EXPECT_EQ(acted.status, 0) << acted.error;
     EXPECT_TRUE(isBlank());
-    EXPECT_EQ(redfishtool({"-A", "Session", "raw", "GET", kWebGui}).status, 0);
+    EXPECT_EQ(redfishtool({"-A", "Session", "raw", "GET", kSettings}).status, 0);
     EXPECT_EQ(redfishtool({"Managers"}).status, 0);
     EXPECT_NE(redfishtool({"raw", "PATCH", kWebGui, "-d", R"({"ScreenBrightness": 9})"}).status, 0);
 }
@@ -55,7 +55,7 @@ TEST_F(TheWhole, ShowsTheNewValuesRightAfterAChange) {
             "PATCH", kWebGui, R"({"ScreenBrightness":)" + brightness + R"(,"Language":"Deutsch"})");
         EXPECT_EQ(changed.status, 200);
         EXPECT_THAT(changed.body, HasSubstr("\"ScreenBrightness\":" + brightness));
-        EXPECT_THAT(service->ask("GET", kWebGui).body,
+        EXPECT_THAT(service->ask("GET", kSettings).body,
                     HasSubstr("\"ScreenBrightness\":" + brightness));
     }
 }
@@ -71,17 +71,17 @@ TEST_F(TheWhole, LosesNoneOfTwoChangesAtTheSameMoment) {
     const auto other = patch(R"({"HiLoPeriod":"12 Hours"})");
     EXPECT_EQ(one->wait(), 0);
     EXPECT_EQ(other->wait(), 0);
-    const std::string body = service->ask("GET", kWebGui).body;
+    const std::string body = service->ask("GET", kSettings).body;
     EXPECT_THAT(body, HasSubstr(R"("DateFormat":"DD.MM.YYYY")"));
     EXPECT_THAT(body, HasSubstr(R"("HiLoPeriod":"12 Hours")"));
 }
 
 TEST_F(TheWhole, AnswersUnavailableUntilTheDaemonIsBack) {
-    EXPECT_EQ(service->ask("GET", kWebGui).status, 200);
+    EXPECT_EQ(service->ask("GET", kSettings).status, 200);
     EXPECT_EQ(stopDaemon(), 0);
-    EXPECT_EQ(service->ask("GET", kWebGui).status, 503);
+    EXPECT_EQ(service->ask("GET", kSettings).status, 503);
     startDaemon();
-    EXPECT_EQ(service->ask("GET", kWebGui).status, 200);
+    EXPECT_EQ(service->ask("GET", kSettings).status, 200);
 }
 
 } // namespace

@@ -17,7 +17,7 @@ bool isLowerCase(std::string_view name) {
                                         [](char each) { return each >= 'a' && each <= 'z'; });
 }
 
-constexpr AccountRules kRules{8, 12, isLowerCase};
+constexpr AccountRules kAccountRules{8, 12, isLowerCase};
 
 TEST(NewSession, TakesUserAndPassword) {
     const auto checked = checkNewSession(R"({"UserName":"admin","Password":"x","@odata.id":""})");
@@ -39,29 +39,30 @@ TEST(NewSession, RefusesMissingWrongAndUnknownMembers) {
 }
 
 TEST(NewAccount, TakesWhatAnAccountNeeds) {
-    auto checked =
-        checkNewAccount(R"({"UserName":"joe","Password":"12345678","RoleId":"Operator"})", kRules);
+    auto checked = checkNewAccount(
+        R"({"UserName":"joe","Password":"12345678","RoleId":"Operator"})", kAccountRules);
     EXPECT_THAT(linesOf(checked.problems), IsEmpty());
     EXPECT_EQ(checked.value.userName, "joe");
     EXPECT_EQ(checked.value.password, "12345678");
     EXPECT_EQ(checked.value.roleId, "Operator");
     EXPECT_TRUE(checked.value.isEnabled);
     checked = checkNewAccount(
-        R"({"UserName":"joe","Password":"12345678","RoleId":"Operator","Enabled":false})", kRules);
+        R"({"UserName":"joe","Password":"12345678","RoleId":"Operator","Enabled":false})",
+        kAccountRules);
     EXPECT_FALSE(checked.value.isEnabled);
 }
 
 TEST(NewAccount, ReportsEveryProblem) {
     EXPECT_THAT(
         linesOf(checkNewAccount(R"({"UserName":"J O","Password":"short","RoleId":"Root","Id":"x"})",
-                                kRules)
+                                kAccountRules)
                     .problems),
         UnorderedElementsAre("PropertyValueFormatError [\"J O\"] [UserName] #/UserName",
                              "PasswordLength [8] [12] #/Password",
                              "PropertyValueNotInList [\"Root\"] [RoleId] #/RoleId",
                              "PropertyNotWritable [Id] #/Id"));
-    EXPECT_THAT(linesOf(checkNewAccount("{}", kRules).problems), testing::SizeIs(3));
-    EXPECT_THAT(linesOf(checkNewAccount("[]", kRules).problems),
+    EXPECT_THAT(linesOf(checkNewAccount("{}", kAccountRules).problems), testing::SizeIs(3));
+    EXPECT_THAT(linesOf(checkNewAccount("[]", kAccountRules).problems),
                 ElementsAre("UnrecognizedRequestBody"));
 }
 
@@ -79,7 +80,7 @@ TEST(NewAccount, CountsTheCharactersOfAPassword) {
     };
     for (const auto& each : cases) {
         const Json body{{"UserName", "joe"}, {"Password", each.password}, {"RoleId", "ReadOnly"}};
-        const auto lines = linesOf(checkNewAccount(body.dump(), kRules).problems);
+        const auto lines = linesOf(checkNewAccount(body.dump(), kAccountRules).problems);
         if (each.line == nullptr) {
             EXPECT_THAT(lines, IsEmpty()) << body;
         } else {
@@ -89,13 +90,14 @@ TEST(NewAccount, CountsTheCharactersOfAPassword) {
 }
 
 TEST(AccountPatch, ReportsTheRequestedChanges) {
-    auto change = checkAccountPatch(R"({"Password":"12345678"})", kRules).value;
+    auto change = checkAccountPatch(R"({"Password":"12345678"})", kAccountRules).value;
     EXPECT_EQ(change.password, "12345678");
     EXPECT_EQ(change.roleId, std::nullopt);
     EXPECT_EQ(change.isEnabled, std::nullopt);
     EXPECT_FALSE(change.unlocks);
     change =
-        checkAccountPatch(R"({"RoleId":"ReadOnly","Enabled":false,"Locked":false})", kRules).value;
+        checkAccountPatch(R"({"RoleId":"ReadOnly","Enabled":false,"Locked":false})", kAccountRules)
+            .value;
     EXPECT_EQ(change.password, std::nullopt);
     EXPECT_EQ(change.roleId, "ReadOnly");
     EXPECT_EQ(change.isEnabled, false);
@@ -119,7 +121,8 @@ TEST(AccountPatch, RefusesWhatCannotBeChanged) {
         {R"({})", "EmptyJSON"},
     };
     for (const auto& each : cases) {
-        EXPECT_THAT(linesOf(checkAccountPatch(each.body, kRules).problems), ElementsAre(each.line))
+        EXPECT_THAT(linesOf(checkAccountPatch(each.body, kAccountRules).problems),
+                    ElementsAre(each.line))
             << each.body;
     }
 }

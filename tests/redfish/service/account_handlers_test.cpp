@@ -14,7 +14,7 @@ using redfish::Request;
 using redfish::Response;
 using redfish::model::Role;
 
-const std::string kAll(redfish::model::kAccounts);
+const std::string kAllAccounts(redfish::model::kAccounts);
 
 class TheAccountHandlers : public test::HandlersFixture {
 protected:
@@ -22,7 +22,7 @@ protected:
         return ask(handlers.routes(), Method::get, path, as(user));
     }
     Response post(const std::string& name, const std::string& password = "a-new-password") {
-        return send(handlers.routes(), Method::post, kAll, as("admin"),
+        return send(handlers.routes(), Method::post, kAllAccounts, as("admin"),
                     R"({"UserName":")" + name + R"(","Password":")" + password +
                         R"(","RoleId":"Operator"})");
     }
@@ -31,10 +31,10 @@ protected:
         Request request;
         request.body = body;
         request.ifMatch = ifMatch;
-        return ask(handlers.routes(), Method::patch, kAll + "/" + name, identity, request);
+        return ask(handlers.routes(), Method::patch, kAllAccounts + "/" + name, identity, request);
     }
     Response remove(const std::string& name) {
-        return ask(handlers.routes(), Method::remove, kAll + "/" + name, as("admin"));
+        return ask(handlers.routes(), Method::remove, kAllAccounts + "/" + name, as("admin"));
     }
     bool isPassword(const std::string& name, const std::string& password) {
         return redfish::isPasswordOf(password, accounts.find(name)->hash);
@@ -44,18 +44,18 @@ protected:
 };
 
 TEST_F(TheAccountHandlers, ShowAUserHisOwnAndAnAdministratorAll) {
-    EXPECT_EQ(test::jsonOf(get(kAll, "worker"))["Members@odata.count"], 1);
-    EXPECT_EQ(get(kAll + "/worker", "worker").status, 200U);
-    EXPECT_EQ(get(kAll + "/admin", "worker").status, 404U);
-    EXPECT_EQ(test::jsonOf(get(kAll, "admin"))["Members@odata.count"], 3);
-    EXPECT_EQ(test::jsonOf(get(kAll + "/worker", "admin"))["RoleId"], "Operator");
-    EXPECT_EQ(get(kAll + "/none", "admin").status, 404U);
+    EXPECT_EQ(test::jsonOf(get(kAllAccounts, "worker"))["Members@odata.count"], 1);
+    EXPECT_EQ(get(kAllAccounts + "/worker", "worker").status, 200U);
+    EXPECT_EQ(get(kAllAccounts + "/admin", "worker").status, 404U);
+    EXPECT_EQ(test::jsonOf(get(kAllAccounts, "admin"))["Members@odata.count"], 3);
+    EXPECT_EQ(test::jsonOf(get(kAllAccounts + "/worker", "admin"))["RoleId"], "Operator");
+    EXPECT_EQ(get(kAllAccounts + "/none", "admin").status, 404U);
 }
 
 TEST_F(TheAccountHandlers, CreateAnAccountWithAHashedPassword) {
     const Response response = post("joe");
     EXPECT_EQ(response.status, 201U);
-    EXPECT_EQ(test::headerOf(response, "Location"), kAll + "/joe");
+    EXPECT_EQ(test::headerOf(response, "Location"), kAllAccounts + "/joe");
     ASSERT_NE(accounts.find("joe"), nullptr);
     EXPECT_EQ(accounts.find("joe")->role, Role::operatorRole);
     EXPECT_TRUE(isPassword("joe", "a-new-password"));
@@ -137,7 +137,7 @@ TEST_F(TheAccountHandlers, KeepTheLastAdministrator) {
 }
 
 TEST_F(TheAccountHandlers, ChangeOnlyTheStateThatIfMatchNames) {
-    const std::string tag = test::headerOf(get(kAll + "/worker", "admin"), "ETag");
+    const std::string tag = test::headerOf(get(kAllAccounts + "/worker", "admin"), "ETag");
     EXPECT_EQ(patch("worker", R"({"Enabled":false})", as("admin"), "\"other\"").status, 412U);
     EXPECT_EQ(patch("worker", R"({"Enabled":false})", as("admin"), "W/" + tag).status, 412U);
     EXPECT_EQ(patch("worker", R"({"Enabled":false})", as("admin"), tag).status, 200U);

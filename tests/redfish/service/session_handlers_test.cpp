@@ -9,19 +9,19 @@ using redfish::Method;
 using redfish::Response;
 using redfish::model::kSessions;
 
-const std::string kAll(kSessions);
+const std::string kAllSessions(kSessions);
 
 class TheSessionHandlers : public test::HandlersFixture {
 protected:
     Response post(const std::string& name, const std::string& password) {
-        return send(handlers.routes(), Method::post, kAll, {},
+        return send(handlers.routes(), Method::post, kAllSessions, {},
                     R"({"UserName":")" + name + R"(","Password":")" + password + "\"}");
     }
     Response get(const std::string& path, const std::string& user) {
         return ask(handlers.routes(), Method::get, path, as(user));
     }
     Response remove(const std::string& id, const std::string& user) {
-        return ask(handlers.routes(), Method::remove, kAll + "/" + id, as(user));
+        return ask(handlers.routes(), Method::remove, kAllSessions + "/" + id, as(user));
     }
     Response patchService(std::string_view body) {
         return send(handlers.routes(), Method::patch, std::string(redfish::model::kSessionService),
@@ -43,7 +43,7 @@ TEST_F(TheSessionHandlers, SignInWithTheRightPassword) {
     const auto* const session =
         sessions.use(test::headerOf(response, "X-Auth-Token"), redfish::Clock::now());
     ASSERT_NE(session, nullptr);
-    EXPECT_EQ(kAll + "/" + session->id, location);
+    EXPECT_EQ(kAllSessions + "/" + session->id, location);
 }
 
 TEST_F(TheSessionHandlers, RefuseWrongPasswordsAndStrangersAlike) {
@@ -56,7 +56,7 @@ TEST_F(TheSessionHandlers, RefuseWrongPasswordsAndStrangersAlike) {
 
 TEST_F(TheSessionHandlers, RefuseABodyWithoutAPassword) {
     const Response response =
-        send(handlers.routes(), Method::post, kAll, {}, R"({"UserName":"a"})");
+        send(handlers.routes(), Method::post, kAllSessions, {}, R"({"UserName":"a"})");
     EXPECT_EQ(response.status, 400U);
     EXPECT_EQ(test::messageOf(response), "PropertyMissing");
 }
@@ -73,12 +73,12 @@ TEST_F(TheSessionHandlers, RefuseASessionTooMany) {
 TEST_F(TheSessionHandlers, ShowAUserOnlyHisOwn) {
     const auto own = signIn("worker");
     const auto other = signIn("looker");
-    EXPECT_EQ(test::jsonOf(get(kAll, "worker"))["Members@odata.count"], 1);
-    EXPECT_EQ(get(kAll + "/" + own.id, "worker").status, 200U);
-    EXPECT_EQ(get(kAll + "/" + other.id, "worker").status, 404U);
-    EXPECT_EQ(test::jsonOf(get(kAll, "admin"))["Members@odata.count"], 2);
-    EXPECT_EQ(get(kAll + "/" + other.id, "admin").status, 200U);
-    EXPECT_EQ(get(kAll + "/none", "admin").status, 404U);
+    EXPECT_EQ(test::jsonOf(get(kAllSessions, "worker"))["Members@odata.count"], 1);
+    EXPECT_EQ(get(kAllSessions + "/" + own.id, "worker").status, 200U);
+    EXPECT_EQ(get(kAllSessions + "/" + other.id, "worker").status, 404U);
+    EXPECT_EQ(test::jsonOf(get(kAllSessions, "admin"))["Members@odata.count"], 2);
+    EXPECT_EQ(get(kAllSessions + "/" + other.id, "admin").status, 200U);
+    EXPECT_EQ(get(kAllSessions + "/none", "admin").status, 404U);
 }
 
 TEST_F(TheSessionHandlers, EndOwnSessionsAndForTheAdministratorAll) {
@@ -103,9 +103,9 @@ TEST_F(TheSessionHandlers, ChangeHowLongASessionMayBeIdle) {
 
 TEST_F(TheSessionHandlers, FindDocumentsForExpansion) {
     const auto own = signIn("worker");
-    EXPECT_TRUE(handlers.document(as("worker"), kAll));
-    EXPECT_TRUE(handlers.document(as("worker"), kAll + "/" + own.id));
-    EXPECT_FALSE(handlers.document(as("looker"), kAll + "/" + own.id));
+    EXPECT_TRUE(handlers.document(as("worker"), kAllSessions));
+    EXPECT_TRUE(handlers.document(as("worker"), kAllSessions + "/" + own.id));
+    EXPECT_FALSE(handlers.document(as("looker"), kAllSessions + "/" + own.id));
     EXPECT_FALSE(handlers.document(as("worker"), redfish::model::kAccounts));
 }
 
