@@ -59,6 +59,10 @@ void WebGUIAgent::setTheme(std::string value) noexcept {
     } catch (const std::runtime_error&) {
         logErrorLine(kName, "Stopped due to failed to update Theme data ");
         return;
+    } catch (...) {
+        // Not left to noexcept: unoptimised, GCC 14 loses the exception while the statement is
+        // destroyed, and the process ends by SIGSEGV instead of with the exception's name.
+        std::terminate();
     }
     theme_ = std::move(value);
 }
