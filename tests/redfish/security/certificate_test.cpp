@@ -9,6 +9,7 @@
 namespace {
 
 using redfish::CertificateFiles;
+using testing::ContainsRegex;
 using testing::HasSubstr;
 
 class TheCertificate : public testing::Test {
@@ -27,7 +28,8 @@ TEST_F(TheCertificate, IsCreatedForTheGivenNames) {
     const CertificateFiles files = redfish::ensureCertificate(
         folder.path(), {"unit.example", "localhost", "127.0.0.1", "::1"});
     const std::string text = asText(files);
-    EXPECT_THAT(text, HasSubstr("CN = unit.example"));
+    // The later openssl prints no blanks here.
+    EXPECT_THAT(text, ContainsRegex("CN ?= ?unit\\.example"));
     EXPECT_THAT(text, HasSubstr("DNS:unit.example, DNS:localhost, IP Address:127.0.0.1"));
     EXPECT_THAT(text, HasSubstr("ASN1 OID: prime256v1"));
     EXPECT_THAT(text, HasSubstr("CA:FALSE"));
