@@ -110,6 +110,7 @@ protected:
         std::future<int> first = std::async(std::launch::async, holder);
         pause.waitUntilReached();
         std::vector<std::future<int>> all;
+        all.reserve(others.size());
         for (int (*const other)() : others) {
             all.push_back(std::async(std::launch::async, other));
         }
