@@ -11,6 +11,7 @@ import time
 
 PR_SET_CHILD_SUBREAPER = 36
 GIVE_UP_SECONDS = 10
+LOW_PRIORITY = 10
 
 
 class Interrupted(Exception):
@@ -87,13 +88,23 @@ def reap_all():
 class Child:
     """One program in a session of its own. Ended when `status` is no longer None."""
 
-    def __init__(self, command, on_line, **options):
+    def __init__(self, command, on_line, gives_way=False, **options):
+        """gives_way: at low priority."""
+        if gives_way:
+            command = ("nice", "-n", str(LOW_PRIORITY), *command)
         self.on_line, self.rest, self.status = on_line, b"", None
         self.began = time.monotonic()
         self.process = subprocess.Popen(
             command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
             start_new_session=True, **options)
         os.set_blocking(self.process.stdout.fileno(), False)
+        if gives_way:
+            # Where the kernel shares processors out by sessions, nice counts only inside of one.
+            try:
+                with open(f"/proc/{self.process.pid}/autogroup", "w", encoding="ascii") as file:
+                    file.write(str(LOW_PRIORITY))
+            except OSError:
+                pass  # it does not, or the program has ended
 
     def seconds(self):
         return time.monotonic() - self.began

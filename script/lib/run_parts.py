@@ -113,9 +113,6 @@ class Run:
     def start(self, step):
         log = (LOGS / f"{step.name}.log").open("w", encoding="utf-8", buffering=1)
         read = progress.Progress(step.preset, step.wrapper)
-        # Builds leave the processors to the tests.
-        command = step.command if step.waits else ("nice", "-n", "10", *step.command)
-
         def on_line(text):
             log.write(text + "\n")
             if self.inside:
@@ -123,7 +120,8 @@ class Run:
             self.report(step, read.line(text))
 
         environment = {**os.environ, "ORVANE_PROGRESS": "lines"}
-        started = self.children.start(command, on_line, cwd=ROOT, env=environment)
+        # Builds leave the processors to the tests.
+        started = self.children.start(step.command, on_line, gives_way=not step.waits, cwd=ROOT, env=environment)
         self.active[started] = (step, read, log)
         if not self.display.live:
             self.display.say(f"begins  {step.name}")
