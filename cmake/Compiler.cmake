@@ -20,10 +20,15 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_SIZEOF_VOID_P EQUAL 8)
   add_compile_options(-Wuseless-cast)
 endif()
 
-# No path of this checkout is in an object: two checkouts give the same bytes, and share a compiler's
-# cache. Coverage finds the sources by their paths.
-if(NOT ORVANE_COVERAGE)
-  add_compile_options(-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.)
+# What goes on a board does not know where it was built: two checkouts give the same bytes. For a
+# debugger: set substitute-path /usr/src/orvane-webgui CHECKOUT. The compiler's cache passes relative
+# paths, hence the second.
+if(CMAKE_BUILD_TYPE STREQUAL "Release")
+  file(RELATIVE_PATH upwards ${CMAKE_BINARY_DIR} ${PROJECT_SOURCE_DIR})
+  string(REGEX REPLACE "/$" "" upwards "${upwards}")
+  foreach(path IN ITEMS ${PROJECT_SOURCE_DIR} ${upwards})
+    add_compile_options(-ffile-prefix-map=${path}=/usr/src/orvane-webgui)
+  endforeach()
 endif()
 
 # Optimised, with debug information; orvane_strip() below splits it off.

@@ -120,6 +120,9 @@ PARTS = (
          (script("armhf-build", "armhf", "--build", locks=("build/armhf",)),
           script("armhf", "armhf", waits=True, cores=PROCESSORS, locks=("build/armhf",))),
          packages=("--armhf",)),
+    Part("same-bytes", "programs and packages of two checkouts are the same byte by byte",
+         (script("same-bytes", "same-bytes", locks=("build/same-bytes",)),),
+         packages=("--package",)),
     Part("debug", "every test, in a build for the debugger; neither by default nor in --all",
          (build("debug"), tests("debug", "debug")), in_all=False),
 )
