@@ -35,6 +35,7 @@ constexpr auto kAwait = asio::as_tuple(asio::use_awaitable_t<Executor>{});
 // Up to this size head and body go out together, in one TLS record.
 constexpr std::size_t kJoined = 16'384;
 constexpr std::chrono::seconds kGoodbye{1};
+constexpr std::size_t kMaxDiscarded = 1'048'576;
 constexpr std::string_view kKeepAliveComment = ":\n\n";
 constexpr std::string_view kContinue = "HTTP/1.1 100 Continue\r\n\r\n";
 
@@ -114,6 +115,27 @@ private:
         co_return;
     }
 
+    // Closed with input unread, the system would reset the connection, and the client might lose
+    // the answer. So what a refused request goes on to say is read, until the client is done or has
+    // had its time.
+    Awaitable<void> discardInput() {
+        if constexpr (!kIsTls) {
+            error_code ignored;
+            stream_.shutdown(Socket::shutdown_send, ignored);
+        }
+        allow(kGoodbye);
+        std::array<char, 4096> waste{};
+        std::size_t sum = 0;
+        while (sum < kMaxDiscarded) {
+            const auto [failure, count] =
+                co_await stream_.async_read_some(asio::buffer(waste), kAwait);
+            if (failure) {
+                break;
+            }
+            sum += count;
+        }
+    }
+
     // False if the connection must close.
     Awaitable<bool> serveOne() {
         RequestReader reader(buffer_, context_.limits.headerBytes, context_.limits.bodyBytes);
@@ -128,7 +150,10 @@ private:
         isBusy_ = true;
         if (reader.failedStatus() != 0) {
             Response response = context_.errors(reader.failedStatus());
-            co_await respond(response, false, false);
+            const bool isSent = co_await respond(response, false, false);
+            if (isSent) {
+                co_await discardInput();
+            }
             co_return false;
         }
         Request request = reader.request();

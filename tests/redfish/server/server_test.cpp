@@ -39,8 +39,10 @@ public:
     Client(const Client&) = delete;
     Client& operator=(const Client&) = delete;
 
-    void send(std::string_view text) const {
-        ::send(socket_, text.data(), text.size(), MSG_NOSIGNAL);
+    // False once the server has reset the connection.
+    bool send(std::string_view text) const {
+        return ::send(socket_, text.data(), text.size(), MSG_NOSIGNAL) ==
+               static_cast<ssize_t>(text.size());
     }
     // Receives up to and including `end`, or up to the end of the connection.
     std::string receive(const std::string& end) {
@@ -206,6 +208,17 @@ TEST_F(TheServer, RefusesWhatItCannotReadAndCloses) {
         client.send(request);
         EXPECT_THAT(client.receive("refused"), StartsWith(status));
         EXPECT_TRUE(client.isClosed());
+    }
+}
+
+TEST_F(TheServer, LetsARefusedClientFinishWhatItSays) {
+    start({.headerBytes = 256, .bodyBytes = 16});
+    Client client = connect();
+    client.send("POST / HTTP/1.1\r\nContent-Length: 40000\r\n\r\n");
+    EXPECT_THAT(client.receive("refused"), StartsWith("HTTP/1.1 413 "));
+    EXPECT_TRUE(client.isClosed()) << "for what comes from the server";
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_TRUE(client.send(std::string(10'000, 'x'))) << i;
     }
 }
 
