@@ -35,7 +35,7 @@ TEST_F(TheWhole, IsReadChangedAndActedOnByRedfishtool) {
     EXPECT_EQ(read.status, 0) << read.error;
     EXPECT_THAT(read.output, HasSubstr("\"ScreenBrightness\": 5"));
     const test::Finished changed =
-        redfishtool({"raw", "PATCH", kWebGui, "-d", R"({"ScreenBrightness": 2})"});
+        redfishtool({"raw", "PATCH", kSettings, "-d", R"({"ScreenBrightness": 2})"});
     EXPECT_EQ(changed.status, 0) << changed.error;
     EXPECT_EQ(backlight(), std::to_string(2 * kStepsPerLevel));
     EXPECT_EQ(setting("Brightness"), "2");
@@ -46,13 +46,15 @@ TEST_F(TheWhole, IsReadChangedAndActedOnByRedfishtool) {
     EXPECT_TRUE(isBlank());
     EXPECT_EQ(redfishtool({"-A", "Session", "raw", "GET", kSettings}).status, 0);
     EXPECT_EQ(redfishtool({"Managers"}).status, 0);
-    EXPECT_NE(redfishtool({"raw", "PATCH", kWebGui, "-d", R"({"ScreenBrightness": 9})"}).status, 0);
+    EXPECT_NE(redfishtool({"raw", "PATCH", kSettings, "-d", R"({"ScreenBrightness": 9})"}).status,
+              0);
 }
 
 TEST_F(TheWhole, ShowsTheNewValuesRightAfterAChange) {
     for (const std::string brightness : {"1", "7", "3"}) {
-        const test::HttpAnswer changed = service->send(
-            "PATCH", kWebGui, R"({"ScreenBrightness":)" + brightness + R"(,"Language":"Deutsch"})");
+        const test::HttpAnswer changed =
+            service->send("PATCH", kSettings,
+                          R"({"ScreenBrightness":)" + brightness + R"(,"Language":"Deutsch"})");
         EXPECT_EQ(changed.status, 200);
         EXPECT_THAT(changed.body, HasSubstr("\"ScreenBrightness\":" + brightness));
         EXPECT_THAT(service->ask("GET", kSettings).body,
@@ -63,7 +65,7 @@ TEST_F(TheWhole, ShowsTheNewValuesRightAfterAChange) {
 TEST_F(TheWhole, LosesNoneOfTwoChangesAtTheSameMoment) {
     const auto patch = [this](const std::string& body) {
         return std::make_unique<test::ChildProcess>(
-            service->curl("PATCH", kWebGui,
+            service->curl("PATCH", kSettings,
                           {"--header", "Content-Type: application/json", "--data", body, "--output",
                            "/dev/null"}));
     };
