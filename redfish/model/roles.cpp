@@ -15,20 +15,20 @@ constexpr std::array kAdministrator{Privilege::login, Privilege::configureManage
                                     Privilege::configureSelf};
 constexpr std::array kOperator{Privilege::login, Privilege::configureComponents,
                                Privilege::configureSelf};
-constexpr std::array kReaderPrivileges{Privilege::login, Privilege::configureSelf};
+constexpr std::array kReader{Privilege::login, Privilege::configureSelf};
 
-constexpr std::array kTable{
+constexpr std::array kEntries{
     RoleEntry{Role::administrator, "Administrator",
               "Reads and changes everything, accounts included.", kAdministrator},
     RoleEntry{Role::operatorRole, "Operator",
               "Reads everything, changes settings and its own password.", kOperator},
     RoleEntry{Role::readOnly, "ReadOnly", "Reads everything, changes only its own password.",
-              kReaderPrivileges},
+              kReader},
 };
 
 constexpr bool rolesAreInOrder() {
-    for (std::size_t i = 0; i < kTable.size(); ++i) {
-        if (static_cast<std::size_t>(kTable.at(i).role) != i) {
+    for (std::size_t i = 0; i < kEntries.size(); ++i) {
+        if (static_cast<std::size_t>(kEntries.at(i).role) != i) {
             return false;
         }
     }
@@ -37,19 +37,19 @@ constexpr bool rolesAreInOrder() {
 static_assert(rolesAreInOrder(), "a row that is not where its enumerator says");
 
 const RoleEntry& entryOf(Role role) {
-    return kTable.at(static_cast<std::size_t>(role));
+    return kEntries.at(static_cast<std::size_t>(role));
 }
 
 } // namespace
 
 std::span<const RoleEntry> roles() {
-    return kTable;
+    return kEntries;
 }
 
 const RoleEntry* findRole(std::string_view id) {
-    const auto* const row = std::find_if(kTable.begin(), kTable.end(),
+    const auto* const row = std::find_if(kEntries.begin(), kEntries.end(),
                                          [id](const RoleEntry& each) { return each.id == id; });
-    return row == kTable.end() ? nullptr : row;
+    return row == kEntries.end() ? nullptr : row;
 }
 
 std::string_view nameOf(Role role) {
