@@ -42,6 +42,8 @@ bool replay(const fs::path& path) {
 
 } // namespace
 
+// An exception of the target is a finding, and ends the program.
+// NOLINTNEXTLINE(bugprone-exception-escape)
 int main(int argc, char** argv) {
     int inputs = 0;
     for (int i = 1; i < argc; ++i) {
