@@ -5,7 +5,7 @@ Usage: tidy.py CACHE_FOLDER
 Sources of the product, one by one, with every check of .clang-tidy, by the commands of build/debug.
 Tests, up to eight together, with those of tests/.clang-tidy, by the commands of build/lint/tests:
 their cost is the headers, which each of them includes again. Measured for the eight of ossel_test:
-6.4 s of processor time together, 36 s one by one.
+6 s of processor time together, 33 s one by one.
 
 A verdict is kept in the cache folder, by a digest of all that it depends on: the code of the source
 and of each header of ours that it includes, its command, the configuration, the tool and the
