@@ -35,6 +35,7 @@ constexpr auto kAwait = asio::as_tuple(asio::use_awaitable_t<Executor>{});
 // Up to this size head and body go out together, in one TLS record.
 constexpr std::size_t kJoined = 16'384;
 constexpr std::chrono::seconds kGoodbye{1};
+// Of a refused request: more than a client sends before it looks for an answer.
 constexpr std::size_t kMaxDiscarded = 1'048'576;
 constexpr std::string_view kKeepAliveComment = ":\n\n";
 constexpr std::string_view kContinue = "HTTP/1.1 100 Continue\r\n\r\n";
