@@ -61,6 +61,18 @@ class Table(unittest.TestCase):
             [part.name for part in parts.PARTS if part.in_all and not part.default],
             [part.name for part in parts.PARTS if not part.in_all]])
 
+    def test_the_readme_lists_what_all_adds(self):
+        text = pathlib.Path(ROOT, "README.md").read_text()
+        row = next(line for line in text.splitlines() if line.startswith("| `script/test --all`"))
+        self.assertEqual(re.findall(r"`([^`]+)`", row)[1:],
+                         [part.name for part in parts.PARTS if part.in_all and not part.default])
+
+    def test_every_test_program_that_is_named_exists(self):
+        folders = pathlib.Path(ROOT, "tests").rglob("CMakeLists.txt")
+        programs = {name for file in folders for name in re.findall(r"orvane_test\((\w+)", file.read_text())}
+        for named in (parts.RELEASE_TESTS, parts.SLOW_TESTS, parts.ONE_THREAD_TESTS):
+            self.assertEqual(set(named) - programs, set())
+
     def test_what_is_not_by_default_is_in_all_but_debug(self):
         everything = [part.name for part in run_parts.chosen(["--all"])]
         self.assertEqual([part.name for part in parts.PARTS if part.name not in everything], ["debug"])
