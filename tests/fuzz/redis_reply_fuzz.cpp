@@ -59,10 +59,12 @@ void requireHonestAnswer(redisContext* context) {
     require(value.starts_with(std::string_view("honest\0", 7)), "it gets its own answer", value);
 }
 
+// One line whatever the server sent: no control character but the tab, which log lines keep.
 bool isErrorLine(const std::string& line) {
     return line.starts_with("ossel: ") && line.ends_with('\n') &&
            std::ranges::none_of(line.substr(0, line.size() - 1), [](char letter) {
-               return static_cast<unsigned char>(letter) < 0x20;
+               return (static_cast<unsigned char>(letter) < 0x20 && letter != '\t') ||
+                      letter == '\x7f';
            });
 }
 
