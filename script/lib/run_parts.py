@@ -90,6 +90,7 @@ def busy_seconds(runs):
 
 def findings(lines):
     """What to show of a step that failed without saying what failed."""
+    lines = [line for line in lines if not progress.COUNTED.match(line)]
     for index, line in enumerate(lines):
         if "error:" in line or "warning:" in line or "FAILED" in line:
             return lines[max(0, index - 2):]

@@ -33,6 +33,20 @@ def usage_error_of(*arguments):
     return None, ""
 
 
+class Findings(unittest.TestCase):
+    """What is shown of a step that failed without saying what failed."""
+
+    def test_they_are_its_last_lines(self):
+        self.assertEqual(run_parts.findings(["one", "two"]), ["one", "two"])
+
+    def test_they_begin_where_an_error_is(self):
+        self.assertEqual(run_parts.findings(["a", "b", "c", "d.cpp:1: error: e", "f"])[0], "b")
+
+    def test_how_far_it_was_is_left_out(self):
+        lines = ["the reason"] + [f"progress: {count}/100 fuzz" for count in range(100)]
+        self.assertEqual(run_parts.findings(lines), ["the reason"])
+
+
 class Table(unittest.TestCase):
     def test_steps_of_one_name_are_the_same_step(self):
         by_name = {}
