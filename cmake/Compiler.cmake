@@ -70,12 +70,13 @@ if(ORVANE_COVERAGE)
   # Counts our own code except tests, and nothing instantiated from system headers. Inline functions
   # count wherever they were compiled. The two options are in a specs file, because ccache does not
   # know them and would refuse to cache. With ccache, paths of tests are relative: the last pattern.
+  # Counters need no debug information, and compiling it takes a sixth of the time.
   string(REGEX REPLACE "[^A-Za-z0-9/_-]" "." root_pattern "${PROJECT_SOURCE_DIR}")
   file(CONFIGURE OUTPUT coverage.specs CONTENT "*cc1plus:
 + -fprofile-update=atomic -fprofile-exclude-files=^/usr/;^${root_pattern}/tests/;^[.][.]/[.][.]/tests/
 
 ")
-  add_compile_options(--coverage -fprofile-abs-path -specs=${CMAKE_BINARY_DIR}/coverage.specs)
+  add_compile_options(--coverage -g0 -fprofile-abs-path -specs=${CMAKE_BINARY_DIR}/coverage.specs)
   add_link_options(--coverage)
 endif()
 
