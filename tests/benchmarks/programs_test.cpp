@@ -88,6 +88,21 @@ std::string withoutUuids(const std::string& command) {
 template <typename Fixture>
 class WithPrograms : public Fixture {
 protected:
+    // Right after the start. The daemon is up before each of its workers has connected, by a PING
+    // that would be counted as a request's.
+    void waitForWorkers() {
+        constexpr std::size_t kWorkers = 3; // create, read, update
+        EXPECT_TRUE(test::waitUntil([this] {
+            const std::string clients = this->redis().command({"CLIENT", "LIST"});
+            std::size_t idle = 0;
+            for (std::size_t at = 0; (at = clients.find("cmd=ping ", at)) != std::string::npos;
+                 ++at) {
+                ++idle;
+            }
+            return idle == kWorkers;
+        })) << this->redis().command({"CLIENT", "LIST"});
+    }
+
     // Answers on the channel of its name until the test ends.
     void startBare(const std::string& name, const std::vector<std::string>& options) {
         std::vector<std::string> command{
@@ -175,6 +190,7 @@ protected:
     void SetUp() override {
         environment()["ManagingMode"] = "1";
         startDaemon();
+        waitForWorkers();
     }
 };
 
@@ -182,6 +198,11 @@ protected:
 class BenchmarkProgramsWithAUnit : public WithPrograms<test::EndToEndWithDevices> {
 protected:
     BenchmarkProgramsWithAUnit() { environment()["ManagingMode"] = "0"; }
+
+    void SetUp() override {
+        WithPrograms::SetUp();
+        waitForWorkers();
+    }
 };
 
 TEST_F(BenchmarkPrograms, GetOneAnswerToEachRequest) {
