@@ -69,8 +69,7 @@ class Progress:
         self.count, self.total, self.what, self.even = int(count), int(total), name, False
         output = [line for line in self.output.pop(number, []) if not OF_CTEST.match(line)]
         if trouble is None or trouble == "Skipped":
-            if reason := skip_reason(output, trouble):
-                self.skipped.append((name, reason))
+            self.skipped += [(name, reason) for reason in skip_reasons(output, trouble)]
             return None
         program = name.partition(".")[0] if any(line.startswith("[====") for line in output) else ""
         pattern = shlex.quote(f"^{re.escape(name)}$")
@@ -80,15 +79,16 @@ class Progress:
         return failure
 
 
-def skip_reason(output, trouble):
-    """GoogleTest writes "FILE:LINE: Skipped" and the reason below, Python (with -v) "TEST ... skipped
-    'REASON'"."""
+def skip_reasons(output, trouble):
+    """Each once. GoogleTest writes "FILE:LINE: Skipped" and the reason below, Python (with -v) "TEST ...
+    skipped 'REASON'" for each of the tests that CTest counts as one."""
+    reasons = []
     for line, below in zip(output, [*output[1:], ""]):
         if line.endswith(": Skipped"):
-            return below.strip() or "no reason given"
+            reasons.append(below.strip() or "no reason given")
         if match := PYTHON_SKIPPED.match(line):
-            return match[1]
-    return "no reason given" if trouble else None
+            reasons.append(match[1])
+    return list(dict.fromkeys(reasons)) or (["no reason given"] if trouble else [])
 
 
 def duration(seconds):

@@ -40,6 +40,8 @@ test 9
 3: no X server
 3/5 Test  #3: a_test.P/A.D/0  # GetParam() = 0 ..***Skipped   0.00 sec
 4: test_two (__main__.Two.test_two) ... skipped 'nginx is missing'
+4: test_three (__main__.Two.test_three) ... skipped 'wrk is missing'
+4: test_four (__main__.Two.test_four) ... skipped 'nginx is missing'
 4/5 Test  #4: python_test.all ..................   Passed    1.06 sec
 5: half of its output
 5/5 Test  #5: python_test.more .................***Timeout  60.01 sec
@@ -87,10 +89,10 @@ class Reading(unittest.TestCase):
         self.assertTrue(shown[0].repeat.startswith(
             "setarch --addr-no-randomize script/build tsan a_test && setarch --addr-no-randomize ctest "))
 
-    def test_a_skipped_test_tells_why(self):
+    def test_a_skipped_test_tells_each_reason(self):
         self.assertEqual(read(CTEST)[0].skipped, [
             ("a_test.P/A.D/0  # GetParam() = 0", "no X server"),
-            ("python_test.all", "nginx is missing")])
+            ("python_test.all", "nginx is missing"), ("python_test.all", "wrk is missing")])
 
     def test_the_line_of_our_own_scripts_counts_too(self):
         result, _ = read("progress: 12/507 release")
