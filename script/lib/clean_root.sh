@@ -13,16 +13,15 @@ root_refusal() {
 }
 
 # make_root_archive RELEASE FILE LOG PACKAGE...: makes FILE, a root with these packages; a second call
-# with the same packages keeps it.
+# with the same packages keeps it. The caller reports a failure; LOG tells why.
 make_root_archive() {
     local release=$1 archive=$2 log=$3 names
     shift 3
     names=$(IFS=, && echo "$*")
     if [[ ! -f $archive || $(cat "$archive.packages" 2>/dev/null) != "$names" ]]; then
-        have mmdebstrap || "$ORVANE_ROOT/script/bootstrap" --package --quiet
+        have mmdebstrap || "$ORVANE_ROOT/script/bootstrap" --clean-root --quiet || return
         say "making a clean root of $release (log: ${log#"$ORVANE_ROOT"/})"
-        mmdebstrap --variant=minbase --include="$names" "$release" "$archive" >"$log" 2>&1 </dev/null ||
-            die "no clean root; whole output: $log"
+        mmdebstrap --variant=minbase --include="$names" "$release" "$archive" >"$log" 2>&1 </dev/null || return
         echo "$names" >"$archive.packages"
     fi
 }

@@ -51,6 +51,11 @@ have() {
     command -v "$1" >/dev/null 2>&1
 }
 
+# cannot_reach_packages LOG: apt's output in LOG shows that the package server does not answer.
+cannot_reach_packages() {
+    grep -qE 'Temporary failure|Could not resolve|Could not connect|Connection (failed|timed out)|Unable to connect' "$1"
+}
+
 # Prints why the page cannot be built with this machine's Node.js; nothing if it can.
 node_problem() {
     local version
@@ -114,8 +119,9 @@ count_lines() {
     awk -v all="$1" '{ printf "[%d/%d] %s\n", NR, all, $0; fflush() }'
 }
 
-# show_progress NAME: reads the output of a build or of ctest and shows its `[12/507]`, `[ 12%]` or
-# `12/507 Test`: one live line on a terminal, for another script "progress: 12/507 NAME", otherwise a line at most every 30 s.
+# show_progress NAME: reads the output of a build, of ctest or of another script and shows its `[12/507]`,
+# `[ 12%]`, `12/507 Test` or `progress: 12/507`: one live line on a terminal, for another script
+# "progress: 12/507 NAME", otherwise a line at most every 30 s.
 show_progress() {
     local name=$1 line part='' count=0 all=0 next=0 status live=no
     local -r began=$EPOCHSECONDS
@@ -128,7 +134,7 @@ show_progress() {
             break
         else
             line=$part$line part=
-            [[ $line =~ ^\[?\ *([0-9]+)(/([0-9]+)|%)(\]|\ Test)\  ]] || continue
+            [[ $line =~ ^\[?\ *([0-9]+)(/([0-9]+)|%)(\]|\ Test)\  || $line =~ ^progress:\ ([0-9]+)(/([0-9]+))\  ]] || continue
             count=${BASH_REMATCH[1]} all=${BASH_REMATCH[3]:-100}
             if [[ ${ORVANE_PROGRESS-} == lines ]]; then
                 printf 'progress: %d/%d %s\n' "$count" "$all" "$name"

@@ -175,7 +175,7 @@ class Bootstrap(unittest.TestCase):
         self.assertEqual(self.run_it("--build", "--check").returncode, 0)
 
     def test_every_group_of_the_list_has_a_purpose(self):
-        printed = self.run_it("--all", "--bench", "--armhf", "--package", "--web", "--list").stdout
+        printed = self.run_it("--all", "--bench", "--armhf", "--package", "--clean-root", "--web", "--list").stdout
         groups = [line for line in printed.splitlines() if line.startswith("# ") and ": " in line]
         self.assertGreater(len(groups), 10)
         self.assertTrue(printed.startswith("# build: "))

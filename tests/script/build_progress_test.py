@@ -68,6 +68,13 @@ class BuildShown(unittest.TestCase):
         self.assertIn("progress: 7/40 release\n", result.stdout)
         self.assertNotIn("8/9", result.stdout)
 
+    def test_the_lines_of_another_script_are_counted_too(self):
+        lines = "progress: 3/9 packages\\nprogress: none\\n"
+        self.assertIn("  release 3/9, 0:00\n", self.run_build(lines).stdout)
+        counted = self.run_build(lines, ORVANE_PROGRESS="lines").stdout
+        self.assertEqual(counted.count("progress: "), 1)
+        self.assertIn("progress: 3/9 release\n", counted)
+
     def test_a_failure_keeps_its_status_and_shows_the_errors(self):
         result = self.run_build(BAD, status=3)
         self.assertEqual(result.returncode, 3)
