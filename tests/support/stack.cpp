@@ -4,6 +4,7 @@
 #include "tests/support/wait_until.h"
 
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <regex>
 #include <sstream>
@@ -13,6 +14,10 @@
 namespace test {
 
 namespace {
+
+// For each condition. A start under valgrind on a busy machine takes more than the usual 20 s; what
+// has ended is not waited for.
+constexpr std::chrono::seconds kMostForAStart{60};
 
 struct Line {
     std::string name;
@@ -153,7 +158,8 @@ bool StackPart::holds(const std::string& condition, pid_t process) {
 
 bool StackPart::waitUntilUp(ChildProcess& process) {
     for (const std::string& condition : described("ready")) {
-        waitUntil([&] { return holds(condition, process.pid()) || !process.isRunning(); });
+        waitUntil([&] { return holds(condition, process.pid()) || !process.isRunning(); },
+                  kMostForAStart);
         if (!holds(condition, process.pid()) || !process.isRunning()) {
             return false;
         }
