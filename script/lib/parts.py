@@ -59,23 +59,31 @@ def build(preset, *targets, name="build"):
                 locks=(f"build/{preset}",), preset=preset, wrapper=wrapper_of(preset))
 
 
-def tests(name, preset, *selection):
+def tests_command(preset, *selection):
     """Verbose, because only then the log has everything and a skipped test tells why."""
-    command = (*wrapper_of(preset), "ctest", "--test-dir", f"build/{preset}", "--verbose", "--no-tests=error",
-               "-j", str(TESTS_PER_PROCESSOR * PROCESSORS), *selection)
-    return Step(name, command, waits=True, cores=PROCESSORS, preset=preset, wrapper=wrapper_of(preset))
+    return ("ctest", "--test-dir", f"build/{preset}", "--verbose", "--no-tests=error",
+            "-j", str(TESTS_PER_PROCESSOR * PROCESSORS), *selection)
+
+
+def tests(name, preset, *selection):
+    return Step(name, (*wrapper_of(preset), *tests_command(preset, *selection)),
+                waits=True, cores=PROCESSORS, preset=preset, wrapper=wrapper_of(preset))
 
 
 def script(name, *arguments, **marks):
     return Step(name, (f"script/{arguments[0]}", *arguments[1:]), **marks)
 
 
-def clean_root(release, part="debug"):
-    """A part whose name is that of its preset, in a clean root of a release. What it prints there is shown
-    as its own, and repeated there."""
-    inside = ("script/clean-root", release)
-    return Step(f"{release}-{part}", (*inside, "script/test", part), waits=True, cores=PROCESSORS, preset=part,
-                wrapper=inside)
+def on_release(release, proves):
+    """Everything that builds, and every test, in a clean root of a Debian release, which each step may have to
+    make first."""
+    inside, locks = ("script/clean-root", release), (f"build/clean-root/{release}",)
+    marks = {"preset": "portable", "wrapper": inside, "locks": locks}
+    return Part(release, proves,
+                (Step(f"{release}-build", (*inside, "script/build", "--keep-going", "portable"), **marks),
+                 Step(release, (*inside, *tests_command("portable")), waits=True, cores=PROCESSORS, **marks)),
+                beside=(Step(f"{release}-page", (*inside, "script/web", "--unit"), waits=True, cores=1, locks=locks),),
+                packages=("--clean-root",))
 
 
 SLOW_TESTS_BUILD = build("asan-ubsan", *SLOW_TESTS, name="first-build")
@@ -123,6 +131,10 @@ PARTS = (
     Part("same-bytes", "programs and packages of two checkouts are the same byte by byte",
          (script("same-bytes", "same-bytes", locks=("build/same-bytes",)),),
          packages=("--package",)),
+    Part("clang", "everything compiles with clang, and every test passes",
+         (build("clang"), tests("clang", "clang"))),
+    on_release("debian-12", "the same in a clean Debian 12, with GCC 12, and the page's unit tests"),
+    on_release("debian-13", "the same in a clean Debian 13, with GCC 14"),
     Part("debug", "every test, in a build for the debugger; neither by default nor in --all",
          (build("debug"), tests("debug", "debug")), in_all=False),
 )

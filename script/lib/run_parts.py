@@ -190,8 +190,10 @@ class Run:
                 print(f"  {step}: {failure.name}\n      {failure.repeat}")
         usage = resource.getrusage(resource.RUSAGE_CHILDREN)
         passed = not self.failures and not self.schedule.failed
+        # What was not run is neither.
+        counted = self.schedule.passed - {name for name, _ in self.not_run} if passed else self.schedule.passed
         names = [part.name for part in self.parts
-                 if passed != bool({step.name for step in part.steps + part.beside} - self.schedule.passed)]
+                 if passed == ({step.name for step in part.steps + part.beside} <= counted)]
         print(f"test: {'passed' if passed else 'FAILED'}: {' '.join(names)} ({self.tests} tests; "
               f"{progress.duration(seconds)}, processors {progress.duration(usage.ru_utime + usage.ru_stime)}; "
               f"logs: {LOGS.relative_to(ROOT)})")

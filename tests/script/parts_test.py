@@ -61,6 +61,17 @@ class Table(unittest.TestCase):
                     if word.startswith("script/"):
                         self.assertTrue(os.access(os.path.join(ROOT, word), os.R_OK), word)
 
+    def test_what_fails_on_a_release_is_repeated_in_its_root(self):
+        part = next(part for part in parts.PARTS if part.name == "debian-13")
+        for step in part.steps:
+            self.assertEqual(step.command[:2], ("script/clean-root", "debian-13"))
+            read = progress.Progress(step.preset, step.wrapper)
+            read.line("3: [====]")
+            failure = read.line("1/1 Test #3: a_test.A.B ...***Failed  0.1 sec")
+            self.assertEqual(failure.repeat,
+                             "script/clean-root debian-13 script/build portable a_test && script/clean-root debian-13 "
+                             "ctest --test-dir build/portable --output-on-failure -R '^a_test\\.A\\.B$'")
+
     def test_every_group_of_packages_exists(self):
         for group in {group for part in parts.PARTS for group in part.packages}:
             subprocess.run([os.path.join(ROOT, "script", "bootstrap"), group, "--list"], check=True,
@@ -138,6 +149,7 @@ class Running(unittest.TestCase):
         status, text = self.run_steps(["sh", "-c", "echo this needs root; exit 77"])
         self.assertEqual(status, 0)
         self.assertIn("not run: s0: this needs root\n", text)
+        self.assertIn("test: passed:  (0 tests; ", text)
         self.assertIsNone(self.times.seconds("s0"))
 
     def test_two_builds_that_fail_at_one_source_are_one_failure(self):
