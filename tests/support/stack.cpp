@@ -17,7 +17,7 @@ namespace {
 
 // For each condition. A start under valgrind on a busy machine takes more than the usual 20 s; what
 // has ended is not waited for.
-constexpr std::chrono::seconds kMostForAStart{60};
+constexpr std::chrono::seconds kMaxStart{60};
 
 struct Line {
     std::string name;
@@ -159,7 +159,7 @@ bool StackPart::holds(const std::string& condition, pid_t process) {
 bool StackPart::waitUntilUp(ChildProcess& process) {
     for (const std::string& condition : described("ready")) {
         waitUntil([&] { return holds(condition, process.pid()) || !process.isRunning(); },
-                  kMostForAStart);
+                  kMaxStart);
         if (!holds(condition, process.pid()) || !process.isRunning()) {
             return false;
         }
