@@ -87,17 +87,17 @@ void serve(const redfish::Options& options) {
 } // namespace
 
 int main(int argc, char** argv) {
-    redfish::Options options;
-    switch (redfish::parseOptions(argc, argv, options)) {
-    case redfish::Parsed::done:
-        return 0;
-    case redfish::Parsed::wrong:
-        return 2;
-    case redfish::Parsed::run:
-        break;
-    }
-    std::signal(SIGPIPE, SIG_IGN);
     try {
+        redfish::Options options;
+        switch (redfish::parseOptions(argc, argv, options)) {
+        case redfish::Parsed::done:
+            return 0;
+        case redfish::Parsed::wrong:
+            return 2;
+        case redfish::Parsed::run:
+            break;
+        }
+        std::signal(SIGPIPE, SIG_IGN);
         serve(options);
         return 0;
     } catch (const std::exception& error) {
