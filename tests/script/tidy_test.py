@@ -86,5 +86,30 @@ class Verdicts(unittest.TestCase):
         self.assertNotEqual(self.keys()[0], before[0])
 
 
+class Joined(unittest.TestCase):
+    TEXTS = {"a.cpp": "#include <map>\nint a;\n", "b.cpp": "#include <map>\n#include <set>\nint b;\n"}
+
+    def test_what_an_earlier_source_includes_is_left_out(self):
+        text, starts = tidy.joined(self.TEXTS)
+        self.assertEqual(text, "#include <map>\nint a;\n\n#include <set>\nint b;\n")
+        self.assertEqual(starts, {"a.cpp": 1, "b.cpp": 3})
+
+    def test_a_second_include_in_one_source_stays(self):
+        text, _ = tidy.joined({"a.cpp": "#include <map>\n#include <map>\n"})
+        self.assertEqual(text, "#include <map>\n#include <map>\n")
+        text, _ = tidy.joined({**self.TEXTS, "c.cpp": "#include <map>\n#include <map>\n"})
+        self.assertEqual(text.splitlines()[-2:], ["", "#include <map>"])
+
+    def test_other_lines_stay(self):
+        self.assertEqual(tidy.joined({"a.cpp": "}\n}\n", "b.cpp": "}\n"})[0], "}\n}\n}\n")
+
+    def test_findings_name_the_source_and_its_line(self):
+        _, starts = tidy.joined(self.TEXTS)
+        self.assertEqual(
+            tidy.located("/j/joined.cpp:2:5: error: x\n/j/joined.cpp:5:1: error: y\n/h.h:3:1: error: z\n",
+                         "/j/joined.cpp", starts),
+            f"{tidy.ROOT}/a.cpp:2:5: error: x\n{tidy.ROOT}/b.cpp:3:1: error: y\n/h.h:3:1: error: z\n")
+
+
 if __name__ == "__main__":
     unittest.main()
