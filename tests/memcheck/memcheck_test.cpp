@@ -2,7 +2,6 @@
 // at the end, no suppression, and one answer per request.
 #include "tests/end_to_end/devices.h"
 
-#include <cstdlib>
 #include <map>
 #include <utility>
 
@@ -17,7 +16,7 @@ class Memcheck : public test::EndToEndWithDevices {
 protected:
     void SetUp() override {
         // script/memcheck installs it first, so that nobody takes a skipped test for a clean one.
-        if (std::system("valgrind --version >/dev/null 2>&1") != 0) {
+        if (test::run({"valgrind", "--version"}).status != 0) {
             GTEST_SKIP() << "valgrind is not installed; script/memcheck installs it";
         }
         EndToEndWithDevices::SetUp();
