@@ -2,6 +2,7 @@
 import json
 import os
 import pathlib
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -44,7 +45,7 @@ class Verdicts(unittest.TestCase):
 
     def command(self, text, *files):
         self.write("build/compile_commands.json", json.dumps(
-            [{"directory": "", "command": text, "file": str(file)} for file in files]))
+            [{"directory": str(self.root), "command": text, "file": str(file)} for file in files]))
 
     def keys(self, common="tools"):
         code = tidy.Code(self.root)
@@ -84,6 +85,22 @@ class Verdicts(unittest.TestCase):
         self.assertNotEqual(self.keys("newer tools")[0], before[0])
         self.command("g++ -O2 -c store/a.cpp", self.root / "store/a.cpp")
         self.assertNotEqual(self.keys()[0], before[0])
+    @unittest.skipUnless(shutil.which("clang-tidy"), "clang-tidy is missing: script/bootstrap --all")
+    def test_the_analyzer_finds_a_fault_in_each_of_several_sources(self):
+        self.addCleanup(setattr, tidy, "JOINED", tidy.JOINED)
+        tidy.JOINED = self.build / "joined"
+        self.write(".clang-tidy", "Checks: '-*,clang-analyzer-core.*'\nWarningsAsErrors: '*'\n")
+        names = ("one", "two")
+        for name in names:
+            self.write(f"store/{name}.cpp", f"\nint {name}(int a) {{\n    const int zero = 0;\n    return a / zero;\n}}\n")
+        unity = self.build / "Unity" / "unity_1_cxx.cxx"
+        self.write("build/Unity/unity_1_cxx.cxx",
+                   "".join(f'#include "{self.root}/store/{name}.cpp"\n' for name in names))
+        self.command(f"clang++ -o x.o -c {unity}", unity)
+        unit, = tidy.units_of(self.build, None, tidy.Code(self.root), of_tests=False)
+        found = unit.findings()
+        for name in names:
+            self.assertIn(f"{self.root}/store/{name}.cpp:4:14: error: Division by zero", found)
 
 
 class Joined(unittest.TestCase):
